@@ -1,0 +1,89 @@
+#include <array>
+#include <chrono>
+#include <iostream>
+
+#include "admin/Commands.h"
+#include "admin/Session.h"
+#include "groupware/items/Transfer.h"
+#include "platform/Files.h"
+
+namespace admin {
+
+namespace {
+
+constexpr size_t kLargestFile = size_t{256} * 1024 * 1024;
+constexpr std::chrono::seconds kBetweenProgressLines{1};
+
+[[noreturn]] void refuseTooLarge(const std::string& name) {
+    throw CommandError(name + " is larger than 256 MiB; import it in smaller parts");
+}
+
+std::string readStandardInput() {
+    std::string text;
+    std::array<char, 65536> piece{};
+    while (std::cin.read(piece.data(), piece.size()) || std::cin.gcount() > 0) {
+        const auto count = static_cast<size_t>(std::cin.gcount());
+        if (text.size() + count > kLargestFile) refuseTooLarge("standard input");
+        text.append(piece.data(), count);
+    }
+    return text;
+}
+
+std::string readInput(const std::string& name) {
+    if (name == "-") return readStandardInput();
+    const std::string path = platform::fromNativePath(name);
+    if (!platform::fileExists(path)) {
+        throw CommandError("there is no file " + name + " to import; - reads standard input");
+    }
+    auto text = platform::readFile(path, kLargestFile);
+    if (!text) {
+        throw CommandError(name + " cannot be read, or is larger than 256 MiB; check its " +
+                           "permissions, or import it in smaller parts");
+    }
+    return *text;
+}
+
+/// Tells on standard error how far a long import has come; a short one stays silent.
+class Progress {
+  public:
+    void operator()(uint32_t done, uint32_t total) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now < next_) return;
+        next_ = now + kBetweenProgressLines;
+        std::cerr << "imported " << done << " of " << total << '\n';
+    }
+
+  private:
+    std::chrono::steady_clock::time_point next_ =
+        std::chrono::steady_clock::now() + kBetweenProgressLines;
+};
+
+void refuseUnread(const groupware::ImportCounts& counts, const std::string& file,
+                  const std::string& folder) {
+    if (counts.failed == 0 && counts.firstProblem.empty()) return;
+    if (counts.found == 0) {
+        throw CommandError(file + " cannot be imported, since " + counts.firstProblem +
+                           "; an iCalendar (.ics) text is wanted");
+    }
+    throw CommandError(std::to_string(counts.imported) + " of " + std::to_string(counts.found) +
+                       " items imported into " + folder + "; the others cannot be read, " +
+                       "the first since " + counts.firstProblem);
+}
+
+}  // namespace
+
+void importFile(Session& session, const Arguments& arguments) {
+    const groupware::FolderRow folder = session.folder(arguments.address, arguments.folder);
+    const std::string text = readInput(arguments.file);
+    const groupware::ImportCounts counts =
+        groupware::importItems(session.engine(), folder, text, Progress());
+    refuseUnread(counts, arguments.file, folder.name);
+    std::cout << counts.imported << " items imported into " << folder.name << '\n';
+}
+
+void exportToOutput(Session& session, const Arguments& arguments) {
+    const groupware::FolderRow folder = session.folder(arguments.address, arguments.folder);
+    std::cout << groupware::exportFolder(session.engine(), folder);
+}
+
+}  // namespace admin

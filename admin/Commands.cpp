@@ -1,0 +1,53 @@
+#include "admin/Commands.h"
+
+namespace admin {
+
+namespace {
+
+constexpr CommandGroup kGroups[] = {
+    {"domain", "The domains whose accounts live here"},
+    {"user", "Accounts"},
+    {"user alias", "Further addresses of an account"},
+    {"folder", "Calendars, task lists and address books of an account"},
+};
+
+constexpr unsigned kAddressAndPassword = kTakesAddress | kTakesPassword;
+constexpr unsigned kAddressAndFolder = kTakesAddress | kTakesFolder;
+
+constexpr Command kCommands[] = {
+    {"init", "Makes the data directory", kTakesDomainOption, initDirectory},
+    {"domain add", "Adds a domain", kTakesDomain, addDomain},
+    {"domain list", "Lists the domains", kTakesJson, listDomains},
+    {"user add", "Makes an account with its default folders", kAddressAndPassword | kTakesFullName,
+     addUser},
+    {"user list", "Lists the accounts", kTakesJson, listUsers},
+    {"user show", "Shows an account and its folders", kTakesAddress | kTakesJson, showUser},
+    {"user remove", "Removes an account and all that it holds", kTakesAddress, removeUser},
+    {"user enable", "Undoes disable", kTakesAddress, enableUser},
+    {"user disable", "Refuses the account's logins", kTakesAddress, disableUser},
+    {"user freeze", "Refuses the account's logins while it is frozen", kTakesAddress, freezeUser},
+    {"user unfreeze", "Undoes freeze", kTakesAddress, unfreezeUser},
+    {"user passwd", "Sets a new password", kAddressAndPassword, setUserPassword},
+    {"user must-change", "Refuses logins until the password has been changed",
+     kTakesAddress | kTakesOnOrOff, setMustChangePassword},
+    {"user alias add", "Adds a further address", kTakesAddress | kTakesAlias, addUserAlias},
+    {"user alias remove", "Removes a further address", kTakesAddress | kTakesAlias,
+     removeUserAlias},
+    {"folder add", "Makes a folder", kTakesAddress | kTakesKind | kTakesNewFolder, addUserFolder},
+    {"folder list", "Lists an account's folders", kTakesAddress | kTakesJson, listFolders},
+    {"import", "Adds the items of an iCalendar file to a folder", kAddressAndFolder | kTakesFile,
+     importFile},
+    {"export", "Writes a folder's items to standard output", kAddressAndFolder, exportToOutput},
+};
+
+}  // namespace
+
+std::span<const Command> commands() {
+    return kCommands;
+}
+
+std::span<const CommandGroup> commandGroups() {
+    return kGroups;
+}
+
+}  // namespace admin

@@ -1,0 +1,86 @@
+// What cvadmin can do: one row per command, one small function behind each.
+//
+// The command line is made from the table, so a row here is all that a new command needs besides
+// its function. Functions print to standard output and raise CommandError (admin/Session.h).
+#pragma once
+
+#include <span>
+#include <string>
+
+namespace admin {
+
+class Session;
+
+/// The values that were given on the command line; what a command does not take stays empty.
+struct Arguments {
+    std::string domain;
+    std::string address;
+    std::string fullName;
+    std::string alias;
+    std::string onOrOff;
+    std::string kind;
+    std::string folder;
+    std::string file;
+    bool passwordFromInput = false;
+    bool json = false;
+};
+
+/// Which arguments a command takes, as a set of bits.
+enum Takes : unsigned {
+    kTakesNothing = 0,
+    kTakesDomainOption = 1U << 0U,
+    kTakesDomain = 1U << 1U,
+    kTakesAddress = 1U << 2U,
+    kTakesAlias = 1U << 3U,
+    kTakesOnOrOff = 1U << 4U,
+    kTakesFullName = 1U << 5U,
+    kTakesPassword = 1U << 6U,
+    kTakesKind = 1U << 7U,
+    kTakesFolder = 1U << 8U,
+    kTakesNewFolder = 1U << 9U,
+    kTakesFile = 1U << 10U,
+    kTakesJson = 1U << 11U,
+};
+
+struct Command {
+    const char* words;  ///< as typed: "user alias add"
+    const char* help;
+    unsigned takes;
+    void (*run)(Session&, const Arguments&);
+};
+
+/// A word that only opens a group of commands.
+struct CommandGroup {
+    const char* words;
+    const char* help;
+};
+
+std::span<const Command> commands();
+std::span<const CommandGroup> commandGroups();
+
+// CommandInit.cpp
+void initDirectory(Session& session, const Arguments& arguments);
+// CommandDomain.cpp
+void addDomain(Session& session, const Arguments& arguments);
+void listDomains(Session& session, const Arguments& arguments);
+// CommandUser.cpp
+void addUser(Session& session, const Arguments& arguments);
+void listUsers(Session& session, const Arguments& arguments);
+void showUser(Session& session, const Arguments& arguments);
+void removeUser(Session& session, const Arguments& arguments);
+void enableUser(Session& session, const Arguments& arguments);
+void disableUser(Session& session, const Arguments& arguments);
+void freezeUser(Session& session, const Arguments& arguments);
+void unfreezeUser(Session& session, const Arguments& arguments);
+void setUserPassword(Session& session, const Arguments& arguments);
+void setMustChangePassword(Session& session, const Arguments& arguments);
+void addUserAlias(Session& session, const Arguments& arguments);
+void removeUserAlias(Session& session, const Arguments& arguments);
+// CommandFolder.cpp
+void addUserFolder(Session& session, const Arguments& arguments);
+void listFolders(Session& session, const Arguments& arguments);
+// CommandTransfer.cpp
+void importFile(Session& session, const Arguments& arguments);
+void exportToOutput(Session& session, const Arguments& arguments);
+
+}  // namespace admin

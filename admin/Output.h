@@ -1,0 +1,19 @@
+// How cvadmin prints listings: aligned columns for people, JSON for programs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace admin {
+
+using Json = nlohmann::ordered_json;
+
+/// Prints rows as columns that line up. Nothing for no rows.
+void printColumns(const std::vector<std::vector<std::string>>& rows);
+
+/// Prints a JSON value; bytes that are no UTF-8 become U+FFFD.
+void printJson(const Json& value);
+
+}  // namespace admin

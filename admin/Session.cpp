@@ -1,0 +1,62 @@
+#include "admin/Session.h"
+
+#include <algorithm>
+
+#include "platform/Files.h"
+
+namespace admin {
+
+namespace {
+
+std::string asciiLower(std::string_view text) {
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return lower;
+}
+
+}  // namespace
+
+void require(const groupware::Problem& problem) {
+    if (problem) throw CommandError(*problem);
+}
+
+Session::Session(std::string_view dataDirectory)
+    : typed_(dataDirectory),
+      paths_(groupware::DataPaths::below(platform::fromNativePath(dataDirectory))) {}
+
+Session::~Session() = default;
+
+groupware::Engine& Session::engine() {
+    if (!engine_) {
+        if (!platform::fileExists(paths_.database)) {
+            throw CommandError(typed_ +
+                               " is not a data directory (it holds no corvane.db); make one " +
+                               "with: cvadmin --data " + typed_ + " init --domain DOMAIN");
+        }
+        engine_ = std::make_unique<groupware::Engine>(paths_);
+    }
+    return *engine_;
+}
+
+groupware::AccountRow Session::account(std::string_view address) {
+    auto account = engine().database().accountByAlias(asciiLower(address));
+    if (!account) {
+        throw CommandError("there is no account " + std::string(address) +
+                           "; \"cvadmin user list\" shows the accounts");
+    }
+    return *account;
+}
+
+groupware::FolderRow Session::folder(std::string_view address, std::string_view name) {
+    const groupware::AccountRow owner = account(address);
+    auto folder = engine().database().folder(owner.id, name);
+    if (!folder) {
+        throw CommandError(owner.address + " has no folder " + std::string(name) +
+                           "; \"cvadmin folder list " + owner.address + "\" shows the folders");
+    }
+    return *folder;
+}
+
+}  // namespace admin

@@ -1,0 +1,191 @@
+#include "groupware/db/SqliteDatabase.h"
+
+#include "groupware/db/SqliteRows.h"
+#include "groupware/db/SqliteSchema.h"
+#include "platform/Files.h"
+
+namespace groupware {
+
+namespace {
+
+#define GROUPWARE_ACCOUNT                                                         \
+    "SELECT a.id, a.address, a.full_name, a.password_hash, a.disabled, a.frozen," \
+    " a.must_change_password, a.password_expires, a.version FROM account a"
+
+#define GROUPWARE_FOLDER "SELECT folder, name, kind, is_default, stamp FROM folder WHERE account=?1"
+
+AccountRow accountOf(const SqliteStatement& row) {
+    return {row.integer(0), row.text(1), row.text(2),    row.text(3),   row.flag(4),
+            row.flag(5),    row.flag(6), row.integer(7), row.integer(8)};
+}
+
+FolderRow folderOf(int64_t account, const SqliteStatement& row) {
+    return {{account, row.integer(0)},
+            row.text(1),
+            static_cast<ItemKind>(row.integer(2)),
+            row.flag(3),
+            row.integer(4)};
+}
+
+std::optional<AccountRow> oneAccount(SqliteStatement& query) {
+    if (!query.step()) return std::nullopt;
+    return accountOf(query);
+}
+
+std::optional<StoredItem> oneItem(SqliteStatement& query) {
+    if (!query.step()) return std::nullopt;
+    return storedItemOf(query);
+}
+
+}  // namespace
+
+void SqliteDatabase::prepare(bool create) {
+    if (hasNewestSchema(writing_.connection)) return;
+    const auto lock = platform::FileLock::acquire(writing_.lockPath);
+    if (!lock) throw DatabaseError("cannot lock " + platform::nativePath(writing_.lockPath), false);
+    upgradeSchema(writing_.connection, create);
+}
+
+std::vector<std::string> SqliteDatabase::domains() {
+    const auto reader = readers_.take();
+    auto query = reader->statement("SELECT name FROM domain ORDER BY name");
+    std::vector<std::string> names;
+    while (query.step()) names.push_back(query.text(0));
+    return names;
+}
+
+std::optional<AccountRow> SqliteDatabase::account(std::string_view address) {
+    const auto reader = readers_.take();
+    auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.address=?1 AND a.id>0");
+    return oneAccount(query.bind(address));
+}
+
+std::optional<AccountRow> SqliteDatabase::accountById(int64_t id) {
+    const auto reader = readers_.take();
+    auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.id=?1");
+    return oneAccount(query.bind(id));
+}
+
+std::optional<AccountRow> SqliteDatabase::accountByAlias(std::string_view address) {
+    if (auto found = account(address)) return found;
+    const auto reader = readers_.take();
+    auto query = reader->statement(GROUPWARE_ACCOUNT
+                                   " JOIN alias ON alias.account=a.id WHERE alias.address=?1");
+    return oneAccount(query.bind(address));
+}
+
+std::vector<AccountRow> SqliteDatabase::accounts() {
+    const auto reader = readers_.take();
+    auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.id>0 ORDER BY a.address");
+    std::vector<AccountRow> rows;
+    while (query.step()) rows.push_back(accountOf(query));
+    return rows;
+}
+
+int64_t SqliteDatabase::accountVersion(int64_t id) {
+    const auto reader = readers_.take();
+    auto query = reader->statement("SELECT version FROM account WHERE id=?1");
+    return query.bind(id).step() ? query.integer(0) : 0;
+}
+
+std::vector<FolderRow> SqliteDatabase::folders(int64_t account) {
+    const auto reader = readers_.take();
+    auto query = reader->statement(GROUPWARE_FOLDER " ORDER BY folder");
+    query.bind(account);
+    std::vector<FolderRow> rows;
+    while (query.step()) rows.push_back(folderOf(account, query));
+    return rows;
+}
+
+std::optional<FolderRow> SqliteDatabase::folder(int64_t account, std::string_view name) {
+    const auto reader = readers_.take();
+    auto query = reader->statement(GROUPWARE_FOLDER " AND name=?2");
+    if (!query.bind(account, name).step()) return std::nullopt;
+    return folderOf(account, query);
+}
+
+std::optional<FolderRow> SqliteDatabase::defaultFolder(int64_t account, ItemKind kind) {
+    const auto reader = readers_.take();
+    auto query = reader->statement(GROUPWARE_FOLDER " AND kind=?2 AND is_default=1");
+    if (!query.bind(account, static_cast<int64_t>(kind)).step()) return std::nullopt;
+    return folderOf(account, query);
+}
+
+size_t SqliteDatabase::itemCount(FolderKey folder) {
+    const auto reader = readers_.take();
+    auto query = reader->statement("SELECT count(*) FROM item WHERE account=?1 AND folder=?2");
+    query.bind(folder.account, folder.folder).step();
+    return static_cast<size_t>(query.integer(0));
+}
+
+std::vector<ItemRow> SqliteDatabase::items(FolderKey folder) {
+    const auto reader = readers_.take();
+    auto query = reader->statement(
+        "SELECT item, modified, uid, identifier FROM item INDEXED BY item_listing"
+        " WHERE account=?1 AND folder=?2 ORDER BY item");
+    query.bind(folder.account, folder.folder);
+    std::vector<ItemRow> rows;
+    while (query.step()) rows.push_back(itemRowOf(query));
+    return rows;
+}
+
+void SqliteDatabase::itemsInSpan(FolderKey folder, int64_t fromMs, int64_t toMs,
+                                 const std::function<void(StoredItem&&)>& each) {
+    const auto reader = readers_.take();
+    auto query =
+        reader->statement("SELECT " GROUPWARE_ITEM_COLUMNS
+                          ", CASE exact WHEN 0 THEN text END FROM item INDEXED BY item_span"
+                          " WHERE account=?1 AND folder=?2 AND last_end>?3 AND first_start<?4");
+    query.bind(folder.account, folder.folder, fromMs, toMs);
+    while (query.step()) each(storedItemOf(query));
+}
+
+void SqliteDatabase::eachItem(FolderKey folder, const std::function<void(StoredItem&&)>& each) {
+    const auto reader = readers_.take();
+    auto query = reader->statement("SELECT " GROUPWARE_ITEM_COLUMNS
+                                   ", text FROM item WHERE account=?1 AND folder=?2"
+                                   " ORDER BY item");
+    query.bind(folder.account, folder.folder);
+    while (query.step()) each(storedItemOf(query));
+}
+
+std::optional<StoredItem> SqliteDatabase::item(FolderKey folder, int64_t number) {
+    const auto reader = readers_.take();
+    auto query = reader->statement(kItemByNumber);
+    return oneItem(query.bind(folder.account, folder.folder, number));
+}
+
+std::optional<StoredItem> SqliteDatabase::itemByIdentifier(FolderKey folder,
+                                                           std::string_view identifier) {
+    const auto reader = readers_.take();
+    auto query = reader->statement("SELECT " GROUPWARE_ITEM_COLUMNS
+                                   ", text FROM item WHERE account=?1 AND folder=?2"
+                                   " AND identifier=?3 AND identifier<>''");
+    return oneItem(query.bind(folder.account, folder.folder, identifier));
+}
+
+std::optional<int64_t> SqliteDatabase::itemNumber(FolderKey folder, std::string_view uid) {
+    const auto reader = readers_.take();
+    auto query = reader->statement(kItemNumberByUid);
+    if (!query.bind(folder.account, folder.folder, uid).step()) return std::nullopt;
+    return query.integer(0);
+}
+
+std::unique_ptr<WriteTransaction> SqliteDatabase::begin() {
+    return std::make_unique<SqliteWriter>(writing_);
+}
+
+std::unique_ptr<Database> openSqliteDatabase(std::string_view path, bool create, Clock clock) {
+    // SQLite would make the file readable for everybody; it holds password hashes.
+    if (create && !platform::fileExists(path) && !platform::replaceFile(path, "", 0600, true)) {
+        throw DatabaseError("cannot make the database " + platform::nativePath(path), false);
+    }
+    if (!platform::fileExists(path)) {
+        throw DatabaseError("there is no database " + platform::nativePath(path), false);
+    }
+    auto database = std::make_unique<SqliteDatabase>(path, std::move(clock));
+    database->prepare(create);
+    return database;
+}
+
+}  // namespace groupware

@@ -1,0 +1,46 @@
+// The groupware's database in one SQLite file, shared by any number of processes of one machine.
+#pragma once
+
+#include "groupware/db/Database.h"
+#include "groupware/db/SqliteReaders.h"
+#include "groupware/db/SqliteWriter.h"
+
+namespace groupware {
+
+class SqliteDatabase : public Database {
+  public:
+    SqliteDatabase(std::string_view path, Clock clock)
+        : writing_(path, std::move(clock)), readers_(path) {}
+
+    /// Makes or upgrades the tables if need be, while all other writers wait.
+    void prepare(bool create);
+
+    std::vector<std::string> domains() override;
+    std::optional<AccountRow> account(std::string_view address) override;
+    std::optional<AccountRow> accountById(int64_t id) override;
+    std::optional<AccountRow> accountByAlias(std::string_view address) override;
+    std::vector<AccountRow> accounts() override;
+    int64_t accountVersion(int64_t id) override;
+
+    std::vector<FolderRow> folders(int64_t account) override;
+    std::optional<FolderRow> folder(int64_t account, std::string_view name) override;
+    std::optional<FolderRow> defaultFolder(int64_t account, ItemKind kind) override;
+
+    size_t itemCount(FolderKey folder) override;
+    std::vector<ItemRow> items(FolderKey folder) override;
+    void itemsInSpan(FolderKey folder, int64_t fromMs, int64_t toMs,
+                     const std::function<void(StoredItem&&)>& each) override;
+    void eachItem(FolderKey folder, const std::function<void(StoredItem&&)>& each) override;
+    std::optional<StoredItem> item(FolderKey folder, int64_t number) override;
+    std::optional<StoredItem> itemByIdentifier(FolderKey folder,
+                                               std::string_view identifier) override;
+    std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) override;
+
+    std::unique_ptr<WriteTransaction> begin() override;
+
+  private:
+    SqliteWriting writing_;
+    SqliteReaders readers_;
+};
+
+}  // namespace groupware

@@ -1,0 +1,192 @@
+#include "groupware/db/SqliteWriter.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "groupware/db/SqliteRows.h"
+
+namespace groupware {
+
+namespace {
+
+constexpr std::chrono::milliseconds kLongestWait{15'000};
+
+WriteQueue& entered(WriteQueue& queue) {
+    if (!queue.enter(kLongestWait)) {
+        throw DatabaseError("the database stayed locked by other changes too long", true);
+    }
+    return queue;
+}
+
+std::string lockPathOf(std::string_view path) {
+    constexpr std::string_view kExtension = ".db";
+    if (path.ends_with(kExtension)) path.remove_suffix(kExtension.size());
+    return std::string(path) + ".lock";
+}
+
+}  // namespace
+
+SqliteWriting::SqliteWriting(std::string_view path, Clock time)
+    : lockPath(lockPathOf(path)), clock(std::move(time)), connection(path) {
+    connection.execute("PRAGMA synchronous=FULL; PRAGMA foreign_keys=1");
+}
+
+SqliteWriter::SqliteWriter(SqliteWriting& writing)
+    : turn_(entered(writing.queue)),
+      lock_(platform::FileLock::acquire(writing.lockPath)),
+      database_(writing.connection),
+      clock_(writing.clock) {
+    if (!lock_) throw DatabaseError("cannot lock " + platform::nativePath(writing.lockPath), false);
+    database_.execute("BEGIN IMMEDIATE");
+}
+
+SqliteWriter::~SqliteWriter() {
+    if (!open_) return;
+    // Fails when an error has ended the transaction already, which comes to the same.
+    try {
+        database_.execute("ROLLBACK");
+    } catch (const DatabaseError&) {
+    }
+}
+
+void SqliteWriter::addDomain(std::string_view domain) {
+    database_.statement("INSERT INTO domain(name) VALUES(?1)").bind(domain).run();
+}
+
+int64_t SqliteWriter::addAccount(const AccountRow& account) {
+    auto query = database_.statement(
+        "INSERT INTO account(address, full_name, password_hash, disabled, frozen,"
+        " must_change_password, password_expires) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)"
+        " RETURNING id");
+    query.bind(account.address, account.fullName, account.passwordHash, account.disabled,
+               account.frozen, account.mustChangePassword, account.passwordExpiresMs);
+    query.step();
+    const int64_t id = query.integer(0);
+    query.run();
+    return id;
+}
+
+void SqliteWriter::updateAccount(const AccountRow& account) {
+    database_
+        .statement(
+            "UPDATE account SET address=?2, full_name=?3, password_hash=?4, disabled=?5,"
+            " frozen=?6, must_change_password=?7, password_expires=?8 WHERE id=?1")
+        .bind(account.id, account.address, account.fullName, account.passwordHash, account.disabled,
+              account.frozen, account.mustChangePassword, account.passwordExpiresMs)
+        .run();
+}
+
+void SqliteWriter::removeAccount(int64_t account) {
+    database_.statement("DELETE FROM account WHERE id=?1 AND id>0").bind(account).run();
+}
+
+void SqliteWriter::addAlias(std::string_view alias, int64_t account) {
+    database_.statement("INSERT INTO alias(address, account) VALUES(?1, ?2)")
+        .bind(alias, account)
+        .run();
+}
+
+void SqliteWriter::removeAlias(std::string_view alias) {
+    database_.statement("DELETE FROM alias WHERE address=?1").bind(alias).run();
+}
+
+FolderKey SqliteWriter::addFolder(int64_t account, std::string_view name, ItemKind kind,
+                                  bool isDefault) {
+    auto number = database_.statement(
+        "UPDATE account SET last_folder=last_folder+1 WHERE id=?1 RETURNING last_folder");
+    if (!number.bind(account).step()) throw DatabaseError("no such account", false);
+    const FolderKey key{account, number.integer(0)};
+    number.run();
+
+    database_
+        .statement(
+            "INSERT INTO folder(account, folder, name, kind, is_default, stamp)"
+            " VALUES(?1, ?2, ?3, ?4, ?5, ?6)")
+        .bind(key.account, key.folder, name, static_cast<int64_t>(kind), isDefault, clock_())
+        .run();
+    changedAccounts_.insert(account);
+    return key;
+}
+
+ItemRow SqliteWriter::insertItem(FolderKey folder, const NewItem& item) {
+    const int64_t stamp = nextStamp(folder);
+    auto number = database_.statement(
+        "UPDATE folder SET last_item=last_item+1 WHERE account=?1 AND folder=?2"
+        " RETURNING last_item");
+    number.bind(folder.account, folder.folder).step();
+    ItemRow row{number.integer(0), stamp, std::string(item.uid), std::string(item.identifier)};
+    number.run();
+
+    database_
+        .statement(
+            "INSERT INTO item(account, folder, item, modified, uid, identifier, first_start,"
+            " last_end, exact, text) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)")
+        .bind(folder.account, folder.folder, row.number, stamp, item.uid, item.identifier,
+              item.span.firstStartMs, item.span.lastEndMs, item.span.exact, Bytes{item.text})
+        .run();
+    return row;
+}
+
+std::optional<ItemRow> SqliteWriter::updateItem(FolderKey folder, int64_t number,
+                                                const NewItem& item) {
+    if (!hasItem(folder, number)) return std::nullopt;
+    const int64_t stamp = nextStamp(folder);
+    database_
+        .statement(
+            "UPDATE item SET modified=?4, uid=?5, identifier=?6, first_start=?7, last_end=?8,"
+            " exact=?9, text=?10 WHERE account=?1 AND folder=?2 AND item=?3")
+        .bind(folder.account, folder.folder, number, stamp, item.uid, item.identifier,
+              item.span.firstStartMs, item.span.lastEndMs, item.span.exact, Bytes{item.text})
+        .run();
+    return ItemRow{number, stamp, std::string(item.uid), std::string(item.identifier)};
+}
+
+bool SqliteWriter::deleteItem(FolderKey folder, int64_t number) {
+    if (!hasItem(folder, number)) return false;
+    nextStamp(folder);
+    database_.statement("DELETE FROM item WHERE account=?1 AND folder=?2 AND item=?3")
+        .bind(folder.account, folder.folder, number)
+        .run();
+    return true;
+}
+
+std::optional<int64_t> SqliteWriter::itemNumber(FolderKey folder, std::string_view uid) {
+    auto query = database_.statement(kItemNumberByUid);
+    if (!query.bind(folder.account, folder.folder, uid).step()) return std::nullopt;
+    return query.integer(0);
+}
+
+std::optional<StoredItem> SqliteWriter::item(FolderKey folder, int64_t number) {
+    auto query = database_.statement(kItemByNumber);
+    if (!query.bind(folder.account, folder.folder, number).step()) return std::nullopt;
+    return storedItemOf(query);
+}
+
+void SqliteWriter::commit() {
+    for (const int64_t account : changedAccounts_) {
+        database_.statement("UPDATE account SET version=version+1 WHERE id=?1").bind(account).run();
+    }
+    database_.execute("COMMIT");
+    open_ = false;
+}
+
+int64_t SqliteWriter::nextStamp(FolderKey folder) {
+    auto query = database_.statement(
+        "UPDATE folder SET stamp=max(?3, stamp+1) WHERE account=?1 AND folder=?2"
+        " RETURNING stamp");
+    if (!query.bind(folder.account, folder.folder, clock_()).step()) {
+        throw DatabaseError("no such folder", false);
+    }
+    const int64_t stamp = query.integer(0);
+    query.run();
+    changedAccounts_.insert(folder.account);
+    return stamp;
+}
+
+bool SqliteWriter::hasItem(FolderKey folder, int64_t number) {
+    auto query =
+        database_.statement("SELECT 1 FROM item WHERE account=?1 AND folder=?2 AND item=?3");
+    return query.bind(folder.account, folder.folder, number).step();
+}
+
+}  // namespace groupware

@@ -1,0 +1,64 @@
+// A change of the embedded database, and what all changes of one process share.
+#pragma once
+
+#include <memory>
+#include <set>
+#include <string>
+
+#include "groupware/db/Database.h"
+#include "groupware/db/SqliteConnection.h"
+#include "groupware/db/WriteQueue.h"
+#include "platform/Files.h"
+
+namespace groupware {
+
+/// The one connection that writes, and the ways in which writers wait for each other: a queue in
+/// the process, a file lock between processes, both first come, first served.
+struct SqliteWriting {
+    SqliteWriting(std::string_view path, Clock time);
+
+    std::string lockPath;
+    Clock clock;
+    WriteQueue queue;
+    SqliteConnection connection;
+};
+
+class SqliteWriter : public WriteTransaction {
+  public:
+    explicit SqliteWriter(SqliteWriting& writing);
+    ~SqliteWriter() override;
+
+    void addDomain(std::string_view domain) override;
+    int64_t addAccount(const AccountRow& account) override;
+    void updateAccount(const AccountRow& account) override;
+    void removeAccount(int64_t account) override;
+    void addAlias(std::string_view alias, int64_t account) override;
+    void removeAlias(std::string_view alias) override;
+    FolderKey addFolder(int64_t account, std::string_view name, ItemKind kind,
+                        bool isDefault) override;
+
+    ItemRow insertItem(FolderKey folder, const NewItem& item) override;
+    std::optional<ItemRow> updateItem(FolderKey folder, int64_t number,
+                                      const NewItem& item) override;
+    bool deleteItem(FolderKey folder, int64_t number) override;
+
+    std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) override;
+    std::optional<StoredItem> item(FolderKey folder, int64_t number) override;
+
+    void commit() override;
+
+  private:
+    /// The folder's next stamp, kept in the folder.
+    int64_t nextStamp(FolderKey folder);
+    bool hasItem(FolderKey folder, int64_t number);
+
+    // Given back in the reverse order: first the lock between processes, then the turn.
+    WriteTurn turn_;
+    std::unique_ptr<platform::FileLock> lock_;
+    SqliteConnection& database_;
+    const Clock& clock_;
+    std::set<int64_t> changedAccounts_;
+    bool open_ = true;
+};
+
+}  // namespace groupware

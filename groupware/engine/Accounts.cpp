@@ -1,0 +1,263 @@
+#include "groupware/engine/Accounts.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+#include "abi/StoreTypes.h"
+#include "groupware/engine/Names.h"
+#include "groupware/engine/PasswordChecker.h"
+#include "platform/Files.h"
+#include "platform/PrivateProfile.h"
+
+namespace groupware {
+
+namespace {
+
+// With the closing backslash that some callers add.
+constexpr size_t kMostDirectoryBytes = STORE_PATH_SIZE - 2;
+
+struct DefaultFolder {
+    ItemKind kind;
+    const char* settingsKey;
+    const char* name;
+};
+constexpr std::array<DefaultFolder, 3> kDefaultFolders = {{
+    {ItemKind::kEvent, "CalendarFolderName", "Calendar"},
+    {ItemKind::kTask, "TasksFolderName", "Tasks"},
+    {ItemKind::kContact, "ContactsFolderName", "Contacts"},
+}};
+
+std::string quoted(std::string_view text) {
+    std::string result = "\"";
+    return result.append(text).append("\"");
+}
+
+std::string noAccount(std::string_view address) {
+    return "there is no account " + std::string(address);
+}
+
+bool isHosted(Engine& engine, std::string_view domain) {
+    return std::ranges::count(engine.database().domains(), domain) > 0;
+}
+
+Problem problemOfPassword(std::string_view password) {
+    if (password.empty()) return "the password is empty";
+    if (password.size() > kMostPasswordBytes) {
+        return "the password is too long: at most " + std::to_string(kMostPasswordBytes) + " bytes";
+    }
+    return std::nullopt;
+}
+
+/// Whether a new account or alias may have this address; lower case.
+Problem problemOfNewAddress(Engine& engine, const std::string& address) {
+    if (!isAddress(address)) {
+        return address + " is no address that an account can have: mailbox@domain of letters, " +
+               "digits and . _ - + = is wanted, at most " + std::to_string(STORE_ADDRESS_SIZE - 1) +
+               " bytes, the domain at most " + std::to_string(STORE_DOMAIN_NAME_SIZE - 1);
+    }
+    const std::string domain(addressParts(address).domain);
+    if (!isHosted(engine, domain)) {
+        return "the domain " + domain + " is not hosted here; add it first";
+    }
+    if (engine.database().accountByAlias(address)) return address + " exists already";
+    return std::nullopt;
+}
+
+Problem problemOfFolderName(Engine& engine, const AccountRow& account, std::string_view name) {
+    if (!isFolderName(name)) {
+        return "no folder can have the name " + quoted(name);
+    }
+    const std::string directory = engine.mailDirectory(account) + folderDirectoryName(name);
+    if (directory.size() > kMostDirectoryBytes) {
+        return "the name " + quoted(name) + " is too long: the folder's directory would have " +
+               std::to_string(directory.size()) + " of at most " +
+               std::to_string(kMostDirectoryBytes) + " bytes";
+    }
+    return std::nullopt;
+}
+
+/// The name with the levels that exist already spelt as they exist.
+std::string spelledAs(const std::vector<FolderRow>& folders, std::string name) {
+    for (const FolderRow& folder : folders) {
+        const std::string_view start = std::string_view(name).substr(0, folder.name.size());
+        const bool whole = name.size() == folder.name.size() || name[start.size()] == '/';
+        if (whole && equalsIgnoringCase(start, folder.name)) {
+            name.replace(0, folder.name.size(), folder.name);
+        }
+    }
+    return name;
+}
+
+/// A folder whose directory could be taken for that of the new one where case does not count.
+const FolderRow* namesake(const std::vector<FolderRow>& folders, std::string_view name) {
+    const std::string directory = folderDirectoryName(name);
+    const auto found = std::ranges::find_if(folders, [&](const FolderRow& folder) {
+        return equalsIgnoringCase(folderDirectoryName(folder.name), directory);
+    });
+    return found == folders.end() ? nullptr : &*found;
+}
+
+/// Each level's whole name: Work, Work/Project.
+std::vector<std::string> levelsOf(const std::string& name) {
+    std::vector<std::string> levels;
+    for (size_t end = name.find('/'); end != std::string::npos; end = name.find('/', end + 1)) {
+        levels.push_back(name.substr(0, end));
+    }
+    levels.push_back(name);
+    return levels;
+}
+
+bool removeTree(const std::string& directory) {
+    return !platform::directoryExists(directory) || platform::removeDirectoryTree(directory);
+}
+
+/// Changes an account that must be there.
+template <typename Change>
+Problem changeAccount(Engine& engine, std::string_view address, Change change) {
+    const auto transaction = engine.database().begin();
+    auto account = engine.database().account(lowerAscii(address));
+    if (!account) return noAccount(address);
+    change(*account);
+    transaction->updateAccount(*account);
+    transaction->commit();
+    return std::nullopt;
+}
+
+}  // namespace
+
+Problem addDomain(Engine& engine, std::string_view domain) {
+    if (!isDomainName(domain)) {
+        return std::string(domain) + " is no domain name of at most " +
+               std::to_string(STORE_DOMAIN_NAME_SIZE - 1) + " bytes";
+    }
+    const std::string name = lowerAscii(domain);
+    const auto transaction = engine.database().begin();
+    if (isHosted(engine, name)) return "the domain " + name + " exists already";
+    // Before the commit: what fails half-way can then be asked for again.
+    if (!platform::writeProfileText(engine.paths().domainSettings, name, "FQDN", name)) {
+        return "cannot write " + platform::nativePath(engine.paths().domainSettings);
+    }
+    transaction->addDomain(name);
+    transaction->commit();
+    return std::nullopt;
+}
+
+Problem addUser(Engine& engine, std::string_view address, std::string_view fullName,
+                std::string_view password) {
+    AccountRow account;
+    account.address = lowerAscii(address);
+    account.fullName = fullName;
+    if (fullName.size() >= STORE_NAME_SIZE || !isDisplayText(fullName)) {
+        return "the full name must be UTF-8 without control characters, at most " +
+               std::to_string(STORE_NAME_SIZE - 1) + " bytes";
+    }
+    if (auto problem = problemOfPassword(password)) return problem;
+    account.passwordHash = engine.passwords().hash(password);
+
+    const auto transaction = engine.database().begin();
+    if (auto problem = problemOfNewAddress(engine, account.address)) return problem;
+    account.id = transaction->addAccount(account);
+    for (const DefaultFolder& folder : kDefaultFolders) {
+        const std::string name =
+            platform::readProfileText(engine.paths().userSettings, "Default:UserDefaults",
+                                      folder.settingsKey, folder.name, STORE_NAME_SIZE);
+        if (auto problem = problemOfFolderName(engine, account, name)) return problem;
+        transaction->addFolder(account.id, name, folder.kind, true);
+    }
+    // What a former account of that address may have left, access tokens too, is not the new one's.
+    if (!removeTree(engine.mailDirectory(account))) {
+        return "cannot remove the left-over directory " +
+               platform::nativePath(engine.mailDirectory(account));
+    }
+    transaction->commit();
+    engine.refreshMirror(account.id);
+    return std::nullopt;
+}
+
+Problem removeUser(Engine& engine, std::string_view address) {
+    const auto transaction = engine.database().begin();
+    const auto account = engine.database().account(lowerAscii(address));
+    if (!account) return noAccount(address);
+    transaction->removeAccount(account->id);
+    transaction->commit();
+    if (!removeTree(engine.mailDirectory(*account))) {
+        return account->address + " is removed, but its directory " +
+               platform::nativePath(engine.mailDirectory(*account)) + " could not be";
+    }
+    return std::nullopt;
+}
+
+Problem setPassword(Engine& engine, std::string_view address, std::string_view password) {
+    if (auto problem = problemOfPassword(password)) return problem;
+    const std::string hash = engine.passwords().hash(password);
+    return changeAccount(engine, address, [&](AccountRow& account) {
+        account.passwordHash = hash;
+        account.mustChangePassword = false;
+        account.passwordExpiresMs = 0;
+    });
+}
+
+Problem setUserFlag(Engine& engine, std::string_view address, UserFlag flag, bool on) {
+    return changeAccount(engine, address, [&](AccountRow& account) {
+        switch (flag) {
+            case UserFlag::kDisabled:
+                account.disabled = on;
+                break;
+            case UserFlag::kFrozen:
+                account.frozen = on;
+                break;
+            case UserFlag::kMustChangePassword:
+                account.mustChangePassword = on;
+                break;
+        }
+    });
+}
+
+Problem addAlias(Engine& engine, std::string_view address, std::string_view alias) {
+    const std::string name = lowerAscii(alias);
+    const auto transaction = engine.database().begin();
+    const auto account = engine.database().account(lowerAscii(address));
+    if (!account) return noAccount(address);
+    if (auto problem = problemOfNewAddress(engine, name)) return problem;
+    transaction->addAlias(name, account->id);
+    transaction->commit();
+    return std::nullopt;
+}
+
+Problem removeAlias(Engine& engine, std::string_view address, std::string_view alias) {
+    const std::string name = lowerAscii(alias);
+    const auto transaction = engine.database().begin();
+    const auto account = engine.database().account(lowerAscii(address));
+    if (!account) return noAccount(address);
+    const auto owner = engine.database().accountByAlias(name);
+    if (!owner || owner->id != account->id || name == account->address) {
+        return name + " is no alias of " + account->address;
+    }
+    transaction->removeAlias(name);
+    transaction->commit();
+    return std::nullopt;
+}
+
+Problem addFolder(Engine& engine, std::string_view address, ItemKind kind, std::string_view name) {
+    const auto transaction = engine.database().begin();
+    const auto account = engine.database().account(lowerAscii(address));
+    if (!account) return noAccount(address);
+    if (auto problem = problemOfFolderName(engine, *account, name)) return problem;
+
+    const auto folders = engine.database().folders(account->id);
+    const std::string wanted = spelledAs(folders, std::string(name));
+    for (const std::string& level : levelsOf(wanted)) {
+        const FolderRow* other = namesake(folders, level);
+        if (other && (level == wanted || other->name != level)) {
+            return "the folder " + quoted(other->name) + " exists already";
+        }
+        if (!other) transaction->addFolder(account->id, level, kind, false);
+    }
+    transaction->commit();
+    engine.refreshMirror(account->id);
+    return std::nullopt;
+}
+
+}  // namespace groupware

@@ -1,0 +1,195 @@
+#include "groupware/ical/CalendarObject.h"
+
+#include <algorithm>
+#include <array>
+
+#include "abi/StoreTypes.h"
+#include "groupware/ical/AsciiText.h"
+#include "groupware/ical/ContentLines.h"
+#include "groupware/ical/ZoneReader.h"
+
+namespace groupware {
+
+namespace {
+
+constexpr size_t kLongestUid = 1'024;
+
+using Component = CalendarComponent;
+
+std::optional<IcalTime> timeOf(const ContentLine& line, std::string_view value) {
+    return parseIcalTime(value, line.parameter("TZID").value_or(""));
+}
+
+/// Keeps the last readable value: an unreadable one says nothing.
+void readTime(std::optional<IcalTime>& time, const ContentLine& line) {
+    if (auto read = timeOf(line, line.value)) time = std::move(read);
+}
+
+void readRule(Component& component, const ContentLine& line) {
+    if (auto rule = RecurrenceRule::parse(line.value)) {
+        component.rules.push_back(std::move(*rule));
+    } else {
+        component.unreadableRule = true;
+    }
+}
+
+void readDates(Component& component, const ContentLine& line) {
+    std::string_view rest = line.value;
+    while (!rest.empty()) {
+        std::string_view end = cutFirst(rest, ',');
+        const auto start = timeOf(line, cutFirst(end, '/'));
+        if (!start) continue;
+        component.dates.push_back({*start, timeOf(line, end), parseIcalDuration(end)});
+    }
+}
+
+void readExceptions(Component& component, const ContentLine& line) {
+    std::string_view rest = line.value;
+    while (!rest.empty()) {
+        if (auto time = timeOf(line, cutFirst(rest, ','))) {
+            component.exceptions.push_back(std::move(*time));
+        }
+    }
+}
+
+uint16_t statusOf(std::string_view participation) {
+    constexpr std::array<std::pair<std::string_view, uint16_t>, 4> kStatuses = {{
+        {"ACCEPTED", STORE_PARTSTAT_ACCEPTED},
+        {"TENTATIVE", STORE_PARTSTAT_TENTATIVE},
+        {"DECLINED", STORE_PARTSTAT_DECLINED},
+        {"NEEDS-ACTION", STORE_PARTSTAT_NEEDS_ACTION},
+    }};
+    for (const auto& [name, status] : kStatuses) {
+        if (equalNames(name, participation)) return status;
+    }
+    return STORE_PARTSTAT_NONE;
+}
+
+CalendarUser userOf(const ContentLine& line) {
+    CalendarUser user;
+    user.address = addressOf(line);
+    user.status = statusOf(line.parameter("PARTSTAT").value_or(""));
+    const std::string_view agent = line.parameter("SCHEDULE-AGENT").value_or("");
+    user.serverSends = !equalNames(agent, "CLIENT") && !equalNames(agent, "NONE");
+    return user;
+}
+
+struct Property {
+    std::string_view name;
+    void (*read)(Component&, const ContentLine&);
+};
+
+constexpr std::array kProperties = {
+    Property{"UID", [](Component& c, const ContentLine& l) { c.uid = trimmed(l.value); }},
+    Property{"DTSTART", [](Component& c, const ContentLine& l) { readTime(c.start, l); }},
+    Property{"DTEND", [](Component& c, const ContentLine& l) { readTime(c.end, l); }},
+    Property{"DUE", [](Component& c, const ContentLine& l) { readTime(c.end, l); }},
+    Property{"DURATION",
+             [](Component& c, const ContentLine& l) { c.duration = parseIcalDuration(l.value); }},
+    Property{"RECURRENCE-ID",
+             [](Component& c, const ContentLine& l) {
+                 readTime(c.recurrenceId, l);
+                 c.thisAndFuture = equalNames(l.parameter("RANGE").value_or(""), "THISANDFUTURE");
+             }},
+    Property{"RRULE", readRule},
+    Property{"RDATE", readDates},
+    Property{"EXDATE", readExceptions},
+    Property{"STATUS",
+             [](Component& c, const ContentLine& l) { c.status = upperName(trimmed(l.value)); }},
+    Property{"TRANSP",
+             [](Component& c, const ContentLine& l) {
+                 c.transparent = equalNames(trimmed(l.value), "TRANSPARENT");
+             }},
+    Property{"ORGANIZER", [](Component& c, const ContentLine& l) { c.organizer = userOf(l); }},
+    Property{"ATTENDEE",
+             [](Component& c, const ContentLine& l) { c.attendees.push_back(userOf(l)); }},
+};
+
+void readProperty(Component& component, const ContentLine& line) {
+    const auto property =
+        std::ranges::find_if(kProperties, [&](const Property& each) { return line.is(each.name); });
+    if (property != kProperties.end()) property->read(component, line);
+}
+
+/// Why the components are no item, or nothing.
+std::string problemOf(ItemKind kind, const std::vector<Component>& components) {
+    const std::string name(componentName(kind));
+    if (components.empty()) return "there is no " + name + " in the text";
+    for (const Component& component : components) {
+        if (component.uid != components.front().uid) return "the text holds more than one UID";
+        if (!isGoodUid(component.uid)) return "a UID is too long or holds control characters";
+        if (kind != ItemKind::kEvent) continue;
+        if (component.uid.empty()) return name + " without UID";
+        if (!component.start) return name + " without a readable DTSTART";
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string_view componentName(ItemKind kind) {
+    if (kind == ItemKind::kContact) return {};
+    return kind == ItemKind::kEvent ? "VEVENT" : "VTODO";
+}
+
+bool isGoodUid(std::string_view uid) {
+    return uid.size() <= kLongestUid &&
+           std::ranges::none_of(uid, [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; });
+}
+
+std::string_view addressOf(const ContentLine& line) {
+    const std::string_view value = trimmed(line.value);
+    if (startsWithName(value, "mailto:")) return value.substr(7);
+    return line.parameter("EMAIL").value_or(value);
+}
+
+std::optional<CalendarObject> CalendarObject::parse(ItemKind kind, std::string_view text,
+                                                    std::string& problem) {
+    using Step = ComponentReader::Step;
+    CalendarObject object;
+    ComponentReader reader(text);
+    std::optional<ZoneReader> zone;
+    for (;;) {
+        const Step step = reader.next();
+        if (step == Step::kFinished) break;
+        if (step == Step::kProblem || reader.component(0) != "VCALENDAR") {
+            problem = step == Step::kProblem ? reader.problem() : "this is no VCALENDAR";
+            return std::nullopt;
+        }
+        if (reader.depth() < 2) continue;
+        const std::string& outer = reader.component(1);
+        if (outer == "VTIMEZONE") {
+            const bool itself = reader.depth() == 2;
+            if (itself && step == Step::kBegin) zone.emplace();
+            zone->read(step, reader.component(reader.depth() - 1), reader.line());
+            if (itself && step == Step::kEnd) object.zones_.emplace(zone->name(), zone->finish());
+        } else if (outer == componentName(kind) && reader.depth() == 2) {
+            if (step == Step::kBegin) object.components_.emplace_back();
+            if (step == Step::kProperty) readProperty(object.components_.back(), reader.line());
+        }
+    }
+    problem = problemOf(kind, object.components_);
+    if (!problem.empty()) return std::nullopt;
+    return object;
+}
+
+const CalendarComponent* CalendarObject::master() const {
+    const auto found = std::ranges::find_if(
+        components_, [](const Component& each) { return !each.recurrenceId.has_value(); });
+    return found == components_.end() ? nullptr : &*found;
+}
+
+WallClock CalendarObject::clockOf(const IcalTime& time) const {
+    static const auto kUtc = std::make_shared<const TimeZone>();
+    if (time.kind == IcalTime::Kind::kUtc) return WallClock(kUtc);
+    if (time.kind != IcalTime::Kind::kZoned) return WallClock();
+    const auto found = zones_.find(time.zone);
+    if (found != zones_.end() && found->second != nullptr) return WallClock(found->second);
+    return WallClock(zoneByName(time.zone));
+}
+
+int64_t WallClock::utcSeconds(WallSeconds wall, StepBudget& budget) const {
+    return zone_ == nullptr ? utcSecondsOfServerWall(wall) : zone_->utcSeconds(wall, budget);
+}
+
+}  // namespace groupware

@@ -1,0 +1,163 @@
+#include "groupware/items/FreeBusy.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "abi/StoreTypes.h"
+#include "groupware/engine/Names.h"
+#include "groupware/ical/AsciiText.h"
+#include "groupware/ical/ContentLines.h"
+#include "groupware/ical/TextEdit.h"
+
+namespace groupware {
+
+namespace {
+
+using Step = ComponentReader::Step;
+
+constexpr std::string_view kLineEnd = "\r\n";
+constexpr int64_t kReplySteps = 20'000'000;
+constexpr int64_t kEventSteps = 20'000;
+/// A range that no person means costs a server dearly.
+constexpr int64_t kLongestRangeMs = int64_t{1000} * 86400 * 800;
+
+struct BusyTime {
+    int64_t startMs = 0;
+    int64_t endMs = 0;
+};
+
+std::string utcText(int64_t ms) {
+    const platform::DateTime time = platform::utcFromMs(ms);
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%04u%02u%02uT%02u%02u%02uZ", unsigned{time.year},
+                  unsigned{time.month}, unsigned{time.day}, unsigned{time.hour},
+                  unsigned{time.minute}, unsigned{time.second});
+    return text.data();
+}
+
+std::string wholeLine(const ContentLine& line) {
+    std::string text(line.name);
+    if (!line.parameters.empty()) text.append(";").append(line.parameters);
+    return text.append(":").append(line.value);
+}
+
+/// The request's times are UTC, as they must be; others are read on the server's clock.
+int64_t msOf(const ContentLine& line, int64_t otherwise) {
+    const auto time = parseIcalTime(line.value, {});
+    if (!time) return otherwise;
+    const bool utc = time->kind == IcalTime::Kind::kUtc;
+    return (utc ? time->wall : utcSecondsOfServerWall(time->wall)) * 1000;
+}
+
+/// Busy times by how firm they are: 0 confirmed, 1 tentative.
+using BusyTimes = std::array<std::vector<BusyTime>, 2>;
+
+void addEvent(const CalendarObject& event, TimeRange range, int64_t& steps, BusyTimes& times) {
+    const int64_t given = std::min(steps, kEventSteps);
+    StepBudget budget(given);
+    eachOccurrence(event, range, budget, [&](const Occurrence& occurrence) {
+        const CalendarComponent& component = *occurrence.component;
+        if (component.transparent || component.status == "CANCELLED") return true;
+        const int64_t start = std::max(occurrence.startMs, range.fromMs);
+        const int64_t end = std::min(occurrence.endMs, range.toMs);
+        if (start < end) times[component.status == "TENTATIVE" ? 1 : 0].push_back({start, end});
+        return budget.take();
+    });
+    steps -= given - budget.left();
+}
+
+/// In order, without overlaps.
+void merge(std::vector<BusyTime>& times) {
+    std::ranges::sort(times, {}, &BusyTime::startMs);
+    std::vector<BusyTime> merged;
+    for (const BusyTime& time : times) {
+        if (!merged.empty() && time.startMs <= merged.back().endMs) {
+            merged.back().endMs = std::max(merged.back().endMs, time.endMs);
+        } else {
+            merged.push_back(time);
+        }
+    }
+    times = std::move(merged);
+}
+
+BusyTimes busyTimes(Database& database, FolderKey folder, TimeRange range) {
+    BusyTimes times;
+    int64_t steps = kReplySteps;
+    std::vector<int64_t> numbers;
+    database.itemsInSpan(folder, range.fromMs, range.toMs,
+                         [&](StoredItem&& item) { numbers.push_back(item.row.number); });
+    for (const int64_t number : numbers) {
+        const auto item = database.item(folder, number);
+        if (!item) continue;
+        std::string problem;
+        const auto event = CalendarObject::parse(ItemKind::kEvent, item->text, problem);
+        if (event) addEvent(*event, range, steps, times);
+    }
+    for (auto& list : times) merge(list);
+    return times;
+}
+
+std::string replyText(const FreeBusyRequest& request, const std::string& attendeeLine,
+                      const BusyTimes& times) {
+    constexpr std::array<std::string_view, 2> kTypes = {"BUSY", "BUSY-TENTATIVE"};
+    std::string text =
+        "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Corvane//CVWebDAV//EN\r\n"
+        "METHOD:REPLY\r\nBEGIN:VFREEBUSY\r\n";
+    const auto add = [&](const std::string& line) { text += foldedLine(line, kLineEnd); };
+    if (!request.uid.empty()) add("UID:" + request.uid);
+    add("DTSTAMP:" + utcText(platform::nowUtcMs()));
+    add("DTSTART:" + utcText(request.range.fromMs));
+    add("DTEND:" + utcText(request.range.toMs));
+    if (!request.organizerLine.empty()) add(request.organizerLine);
+    add(attendeeLine);
+    for (size_t type = 0; type < kTypes.size(); ++type) {
+        for (const BusyTime& time : times[type]) {
+            add("FREEBUSY;FBTYPE=" + std::string(kTypes[type]) + ":" + utcText(time.startMs) + "/" +
+                utcText(time.endMs));
+        }
+    }
+    return text + "END:VFREEBUSY\r\nEND:VCALENDAR\r\n";
+}
+
+}  // namespace
+
+std::optional<FreeBusyRequest> FreeBusyRequest::parse(std::string_view text) {
+    FreeBusyRequest request;
+    ComponentReader reader(text);
+    for (Step step = reader.next(); step != Step::kFinished; step = reader.next()) {
+        if (step == Step::kProblem) return std::nullopt;
+        if (step != Step::kProperty || reader.depth() != 2) continue;
+        if (reader.component(1) != "VFREEBUSY") continue;
+        const ContentLine& line = reader.line();
+        if (line.is("DTSTART")) request.range.fromMs = msOf(line, INT64_MIN);
+        if (line.is("DTEND")) request.range.toMs = msOf(line, INT64_MAX);
+        if (line.is("UID")) request.uid = trimmed(line.value);
+        if (line.is("ORGANIZER")) request.organizerLine = wholeLine(line);
+        if (!line.is("ATTENDEE")) continue;
+        request.recipients.emplace_back(addressOf(line));
+        request.attendeeLines.push_back(wholeLine(line));
+    }
+    const TimeRange& range = request.range;
+    const bool bounded = range.fromMs != INT64_MIN && range.toMs != INT64_MAX;
+    if (!bounded || range.toMs <= range.fromMs || request.recipients.empty()) return std::nullopt;
+    if (range.toMs - range.fromMs > kLongestRangeMs) return std::nullopt;
+    return request;
+}
+
+int32_t freeBusyReply(Engine& engine, const FreeBusyRequest& request, std::string_view recipient,
+                      std::string& reply) {
+    const auto found = std::ranges::find_if(
+        request.recipients, [&](const std::string& each) { return equalNames(each, recipient); });
+    if (found == request.recipients.end()) return STORE_NOT_FOUND;
+    const auto account = engine.database().accountByAlias(lowerAscii(recipient));
+    if (!account) return STORE_NOT_LOCAL;
+    const auto folder = engine.database().defaultFolder(account->id, ItemKind::kEvent);
+    BusyTimes times;
+    if (folder) times = busyTimes(engine.database(), folder->key, request.range);
+    const auto index = static_cast<size_t>(found - request.recipients.begin());
+    reply = replyText(request, request.attendeeLines[index], times);
+    return STORE_OK;
+}
+
+}  // namespace groupware

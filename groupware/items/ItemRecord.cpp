@@ -1,0 +1,104 @@
+#include "groupware/items/ItemRecord.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace groupware {
+
+namespace {
+
+template <typename Element>
+Element* copied(const Element* elements, uint32_t count) {
+    if (count == 0) return nullptr;
+    auto copy = std::make_unique<Element[]>(count);
+    std::copy_n(elements, count, copy.get());
+    return copy.release();
+}
+
+void showFacts(StoreItem& record, const ItemFacts& facts) {
+    record.organizer = facts.organizer.empty() ? nullptr : facts.organizer.c_str();
+    record.reference = std::bit_cast<StoreDateTime>(facts.reference);
+    if (!facts.attendees.empty()) {
+        auto attendees = std::make_unique<StoreAttendee[]>(facts.attendees.size());
+        std::ranges::transform(facts.attendees, attendees.get(), [](const CalendarUser& user) {
+            return StoreAttendee{user.address.c_str(), user.status, user.serverSends};
+        });
+        record.attendees = attendees.release();
+        record.attendeeCount = static_cast<uint32_t>(facts.attendees.size());
+    }
+    if (!facts.occurrences.empty()) {
+        auto occurrences = std::make_unique<StoreTaskOccurrence[]>(facts.occurrences.size());
+        std::ranges::transform(facts.occurrences, occurrences.get(),
+                               [](const platform::DateTime& time) {
+                                   return StoreTaskOccurrence{std::bit_cast<StoreDateTime>(time)};
+                               });
+        record.occurrences = occurrences.release();
+        record.occurrenceCount = static_cast<uint32_t>(facts.occurrences.size());
+    }
+}
+
+}  // namespace
+
+void initRecord(StoreItem& record) {
+    record = StoreItem{};
+}
+
+void freeRecord(StoreItem& record) {
+    const std::unique_ptr<StoreAttendee[]> attendees(record.attendees);
+    const std::unique_ptr<StoreTaskOccurrence[]> occurrences(record.occurrences);
+    const std::unique_ptr<ContentsPointer> contents(static_cast<ContentsPointer*>(record.contents));
+    initRecord(record);
+}
+
+void copyRecord(StoreItem& to, const StoreItem& from) {
+    if (&to == &from) return;
+    freeRecord(to);
+    if (const ContentsPointer contents = contentsOf(from)) {
+        to.contents = std::make_unique<ContentsPointer>(contents).release();
+    }
+    to.attendees = copied(from.attendees, from.attendeeCount);
+    to.attendeeCount = from.attendeeCount;
+    to.occurrences = copied(from.occurrences, from.occurrenceCount);
+    to.occurrenceCount = from.occurrenceCount;
+    to.itemNumber = from.itemNumber;
+    to.exportFlag = from.exportFlag;
+    std::memcpy(to.identifier, from.identifier, sizeof to.identifier);
+    to.lastModified = from.lastModified;
+    to.uid = from.uid;
+    to.organizer = from.organizer;
+    to.reference = from.reference;
+}
+
+void fillRecord(StoreItem& record, ContentsPointer contents) {
+    auto holder = std::make_unique<ContentsPointer>(std::move(contents));
+    const ItemContents& own = **holder;
+    const uint16_t exportFlag = record.exportFlag;
+    freeRecord(record);
+    record.contents = holder.release();
+    record.exportFlag = exportFlag;
+    record.itemNumber = static_cast<uint32_t>(own.row.number);
+    own.row.identifier.copy(record.identifier, sizeof record.identifier - 1);
+    if (own.row.modifiedMs != 0) {
+        record.lastModified = std::bit_cast<StoreDateTime>(platform::utcFromMs(own.row.modifiedMs));
+    }
+    record.uid = own.row.uid.c_str();
+    if (own.parsed != nullptr) showFacts(record, own.parsed->facts);
+}
+
+void refreshRecord(StoreItem& record, ContentsPointer contents) {
+    std::vector<uint16_t> statuses;
+    for (uint32_t i = 0; i < record.attendeeCount; ++i) {
+        statuses.push_back(record.attendees[i].status);
+    }
+    fillRecord(record, std::move(contents));
+    if (statuses.size() != record.attendeeCount) return;
+    for (uint32_t i = 0; i < record.attendeeCount; ++i) record.attendees[i].status = statuses[i];
+}
+
+ContentsPointer contentsOf(const StoreItem& record) {
+    if (record.contents == nullptr) return nullptr;
+    return *static_cast<const ContentsPointer*>(record.contents);
+}
+
+}  // namespace groupware

@@ -1,0 +1,65 @@
+#include "groupware/items/ItemText.h"
+
+#include "groupware/ical/Occurrences.h"
+#include "groupware/ical/VCard.h"
+
+namespace groupware {
+
+namespace {
+
+ItemFacts eventFacts(const CalendarObject& event) {
+    ItemFacts facts;
+    const CalendarComponent& leading = event.components()[leadingComponent(event)];
+    facts.attendees = leading.attendees;
+    if (leading.organizer) {
+        facts.organizer = leading.organizer->address;
+        for (CalendarUser& attendee : facts.attendees) {
+            attendee.serverSends = attendee.serverSends && leading.organizer->serverSends;
+        }
+    }
+    facts.span = spanOf(event);
+    return facts;
+}
+
+ItemFacts taskFacts(const CalendarObject& task) {
+    ItemFacts facts;
+    if (const CalendarComponent* master = task.master()) {
+        const auto& time = master->start ? master->start : master->end;
+        if (time) facts.reference = dateTimeFromWall(time->wall);
+    }
+    for (const CalendarComponent& each : task.components()) {
+        if (!each.recurrenceId || each.status != "COMPLETED") continue;
+        facts.reference = dateTimeFromWall(each.recurrenceId->wall);
+        facts.occurrences.push_back(facts.reference);
+    }
+    return facts;
+}
+
+}  // namespace
+
+size_t leadingComponent(const CalendarObject& object) {
+    const CalendarComponent* master = object.master();
+    if (master == nullptr) return 0;
+    return static_cast<size_t>(master - object.components().data());
+}
+
+std::optional<ItemFacts> readItem(ItemKind kind, std::string_view text, std::string& problem) {
+    if (text.size() > kLongestText) {
+        problem = "the text is too long";
+        return std::nullopt;
+    }
+    ItemFacts facts;
+    if (kind == ItemKind::kContact) {
+        const auto card = VCard::parse(text, problem);
+        if (!card) return std::nullopt;
+        facts.uid = card->uid;
+        return facts;
+    }
+    const auto object = CalendarObject::parse(kind, text, problem);
+    if (!object) return std::nullopt;
+    facts = kind == ItemKind::kEvent ? eventFacts(*object) : taskFacts(*object);
+    facts.uid = object->uid();
+    return facts;
+}
+
+}  // namespace groupware

@@ -1,0 +1,23 @@
+// Hands out lists of records in two calls: the first may only tell how many there are.
+//
+// Writers do not wait between the two calls, so the list that the first call found is kept for the
+// second one of the same thread: then the number told is the number needed, and the two agree.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "groupware/items/ItemContents.h"
+#include "groupware/items/ItemRecord.h"
+
+namespace groupware {
+
+using ContentsList = std::vector<ContentsPointer>;
+
+/// Fills the caller's records with what is found, or tells how many it takes. The question names
+/// what is asked for. STORE_OK or STORE_MORE_ROOM.
+int32_t handOutList(const std::string& question, StoreItem* records, uint32_t* count,
+                    const std::function<ContentsList()>& find);
+
+}  // namespace groupware

@@ -1,0 +1,133 @@
+#include "groupware/items/Transfer.h"
+
+#include <algorithm>
+
+#include "groupware/items/FolderText.h"
+#include "groupware/items/ItemChanges.h"
+#include "groupware/items/TextSplitter.h"
+
+namespace groupware {
+
+namespace {
+
+constexpr size_t kItemsPerTransaction = 200;
+constexpr size_t kBytesPerTransaction = 8 * 1024 * 1024;
+
+/// The import of one text into one folder.
+class Import {
+  public:
+    Import(Engine& engine, const FolderRow& folder, std::string_view text)
+        : engine_(engine), folder_(folder), items_(folder.kind, text) {
+        counts_.found = static_cast<uint32_t>(items_.count());
+        counts_.firstProblem = items_.problem();
+    }
+
+    ImportCounts inParts(const std::function<void(uint32_t, uint32_t)>& progress) {
+        for (size_t next = 0; next < items_.count();) {
+            next = readSome(next, kItemsPerTransaction, kBytesPerTransaction);
+            store();
+            if (progress) progress(static_cast<uint32_t>(next), counts_.found);
+        }
+        return finished();
+    }
+
+    ImportCounts atOnce() {
+        readSome(0, SIZE_MAX, SIZE_MAX);
+        if (counts_.failed == 0) store();
+        return finished();
+    }
+
+  private:
+    using Parsed = std::shared_ptr<const ParsedText>;
+
+    /// Reads items from there on into read_; where it ended.
+    size_t readSome(size_t from, size_t mostItems, size_t mostBytes) {
+        read_.clear();
+        size_t bytes = 0;
+        size_t i = from;
+        for (; i < items_.count() && read_.size() < mostItems && bytes < mostBytes; ++i) {
+            std::string text = items_.text(i);
+            bytes += text.size();
+            readOne(std::move(text));
+        }
+        return i;
+    }
+
+    void readOne(std::string text) {
+        std::string problem;
+        auto facts = readItem(folder_.kind, text, problem);
+        if (!facts) {
+            ++counts_.failed;
+            if (counts_.firstProblem.empty()) counts_.firstProblem = problem;
+            return;
+        }
+        // A contact is named by its UID alone; tasks get theirs when they are first listed.
+        if (folder_.kind == ItemKind::kContact && facts->uid.empty()) {
+            facts->uid = newIdentifier(folder_.kind);
+            text = withUid(folder_.kind, text, facts->uid);
+        }
+        read_.push_back(
+            std::make_shared<const ParsedText>(ParsedText{std::move(text), std::move(*facts)}));
+    }
+
+    void store() {
+        if (read_.empty()) return;
+        const auto transaction = engine_.database().begin();
+        uint32_t changed = 0;
+        for (const Parsed& item : read_) changed += storeOne(*transaction, *item) ? 1 : 0;
+        if (changed == 0) return;
+        transaction->commit();
+        counts_.imported += changed;
+    }
+
+    /// False when the folder holds the very same already.
+    bool storeOne(WriteTransaction& transaction, const ParsedText& item) {
+        const std::string& uid = item.facts.uid;
+        const auto number =
+            uid.empty() ? std::optional<int64_t>() : transaction.itemNumber(folder_.key, uid);
+        if (!number) {
+            const std::string identifier = newIdentifier(folder_.kind);
+            transaction.insertItem(folder_.key, {uid, item.text, identifier, item.facts.span});
+            return true;
+        }
+        const auto stored = transaction.item(folder_.key, *number);
+        if (stored && stored->text == item.text) return false;
+        const std::string identifier = stored ? stored->row.identifier : std::string();
+        transaction.updateItem(folder_.key, *number, {uid, item.text, identifier, item.facts.span});
+        return true;
+    }
+
+    ImportCounts finished() {
+        if (counts_.imported > 0) mirrorAfterCommit(engine_, folder_.key.account);
+        return counts_;
+    }
+
+    Engine& engine_;
+    const FolderRow& folder_;
+    TextSplitter items_;
+    std::vector<Parsed> read_;
+    ImportCounts counts_;
+};
+
+}  // namespace
+
+uint32_t countItems(ItemKind kind, std::string_view text) {
+    return static_cast<uint32_t>(TextSplitter(kind, text).count());
+}
+
+ImportCounts importItems(Engine& engine, const FolderRow& folder, std::string_view text,
+                         const std::function<void(uint32_t done, uint32_t total)>& progress) {
+    return Import(engine, folder, text).inParts(progress);
+}
+
+ImportCounts importAtOnce(Engine& engine, const FolderRow& folder, std::string_view text) {
+    return Import(engine, folder, text).atOnce();
+}
+
+std::string exportFolder(Engine& engine, const FolderRow& folder) {
+    FolderText text(folder.kind);
+    engine.database().eachItem(folder.key, [&](StoredItem&& item) { text.add(item.text); });
+    return text.whole();
+}
+
+}  // namespace groupware

@@ -1,0 +1,25 @@
+// ASCII letters without regard to case or to the process's locale.
+#pragma once
+
+#include <algorithm>
+#include <string_view>
+
+namespace host {
+
+constexpr char lowered(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
+
+inline bool sameText(std::string_view left, std::string_view right) {
+    return std::ranges::equal(left, right, {}, lowered, lowered);
+}
+
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+constexpr bool isAlphanumeric(char c) {
+    return isDigit(c) || (lowered(c) >= 'a' && lowered(c) <= 'z');
+}
+
+}  // namespace host

@@ -1,0 +1,31 @@
+// One connection: reads one request, has it answered, sends the answer and closes.
+//
+// A session runs on the event loop of its socket and lives as long as it has something to wait for;
+// only the extension's part runs on a worker thread. A slow client costs a timer and memory, never
+// a thread. Nothing is reported: a connection that fails just ends.
+#pragma once
+
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/ssl/context.hpp>
+
+#include "host/ConnectionList.h"
+#include "host/ExtensionModule.h"
+#include "host/Limits.h"
+#include "host/WorkerPool.h"
+
+namespace host {
+
+/// What all sessions of a server share; outlives them.
+struct SessionServices {
+    const Limits& limits;
+    const ExtensionModule& module;
+    WorkerPool& pool;
+    ConnectionList& connections;
+};
+
+void startSession(boost::asio::ip::tcp::socket socket, SessionServices& services);
+
+void startTlsSession(boost::asio::ip::tcp::socket socket, boost::asio::ssl::context& tls,
+                     SessionServices& services);
+
+}  // namespace host

@@ -1,0 +1,24 @@
+// The command line of cvwebdavd.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "host/Server.h"
+
+namespace host {
+
+struct Options {
+    std::string dataDirectory;
+    std::string module;  ///< empty: the one that was installed with the program
+    ServerSettings server;
+};
+
+/// Reads the command line. Nothing when the program is to end at once with the given exit code;
+/// what was to be said then has been printed.
+std::optional<Options> parseOptions(int argc, const char* const* argv, int& exitCode);
+
+/// Reads "ADDR:PORT", an IPv6 address in brackets.
+std::optional<ListenAddress> parseListenAddress(const std::string& text);
+
+}  // namespace host

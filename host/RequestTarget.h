@@ -1,0 +1,28 @@
+// The request target: what the request line names, taken apart and decoded.
+//
+// Pure functions for the session; a target that cannot be taken apart is no target (400).
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+struct RequestTarget {
+    std::string path;       ///< percent escapes decoded, once
+    std::string query;      ///< as it was sent, without the "?"
+    std::string authority;  ///< of an absolute target, otherwise empty
+};
+
+/// Reads "/path?query" or "http://authority/path?query". Nothing for any other form, a malformed
+/// escape, or a control byte in the decoded path.
+std::optional<RequestTarget> parseRequestTarget(std::string_view text);
+
+/// True for a host name or address, with or without a port behind a colon.
+bool isAuthority(std::string_view text);
+
+/// The authority without its port; an IPv6 address keeps its brackets.
+std::string_view hostOfAuthority(std::string_view authority);
+
+}  // namespace host

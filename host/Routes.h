@@ -1,0 +1,17 @@
+// Where a request goes: to the extension, to another address, or nowhere.
+#pragma once
+
+#include <string_view>
+
+namespace host {
+
+struct Route {
+    enum class Kind { kExtension, kRedirect, kNotFound };
+    Kind kind;
+    std::string_view location;  ///< of a redirect
+};
+
+/// By the method and the decoded path.
+Route routeOf(std::string_view method, std::string_view path);
+
+}  // namespace host

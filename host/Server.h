@@ -1,0 +1,55 @@
+// The web server: its listeners and its life from the first connection to the last.
+//
+// open() and run() are called by one thread, which becomes the event loop; stop() may be called
+// from any. The extension must have been started before run() and is not terminated here.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/ExtensionModule.h"
+#include "host/Limits.h"
+
+namespace host {
+
+struct ListenAddress {
+    std::string address;  ///< an IP address, without brackets
+    uint16_t port = 0;    ///< 0: the system chooses
+};
+
+struct ServerSettings {
+    std::vector<ListenAddress> plain;
+    std::vector<ListenAddress> tls;
+    std::string certificateFile;
+    std::string keyFile;
+    size_t threads = 4;
+    Limits limits;
+};
+
+class Server {
+  public:
+    Server(ServerSettings settings, const ExtensionModule& module);
+    /// Waits for the extension calls in progress.
+    ~Server();
+
+    /// Opens all listeners; connections wait until run(). Result: what went wrong, or nothing.
+    std::optional<std::string> open();
+    /// The address of each listener, with the port that it really has.
+    std::vector<std::string> urls() const;
+
+    /// Lets SIGTERM and SIGINT stop the server.
+    void stopOnSignals();
+    /// Serves until it is stopped, then finishes the requests in progress as long as the drain
+    /// time lasts. False when an extension call was still running after that.
+    bool run();
+    void stop();
+
+  private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace host

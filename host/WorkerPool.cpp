@@ -1,0 +1,60 @@
+#include "host/WorkerPool.h"
+
+#include <utility>
+
+namespace host {
+
+WorkerPool::WorkerPool(size_t threads, size_t queueLength) : queueLength_(queueLength) {
+    threads_.reserve(threads);
+    for (size_t i = 0; i < threads; ++i) threads_.emplace_back([this] { work(); });
+}
+
+WorkerPool::~WorkerPool() {
+    dropQueue();
+    wake_.notify_all();
+    for (std::thread& thread : threads_) thread.join();
+}
+
+void WorkerPool::dropQueue() {
+    // What the jobs hold is let go of outside the lock.
+    std::deque<Job> dropped;
+    const std::lock_guard lock(mutex_);
+    ending_ = true;
+    dropped.swap(queue_);
+}
+
+bool WorkerPool::submit(Job job) {
+    {
+        const std::lock_guard lock(mutex_);
+        // A job that an idle thread is about to take does not count as waiting.
+        const size_t idleThreads = threads_.size() - running_;
+        if (ending_ || queue_.size() >= queueLength_ + idleThreads) return false;
+        queue_.push_back(std::move(job));
+    }
+    wake_.notify_one();
+    return true;
+}
+
+bool WorkerPool::idle() const {
+    const std::lock_guard lock(mutex_);
+    return queue_.empty() && running_ == 0;
+}
+
+void WorkerPool::work() {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        wake_.wait(lock, [this] { return ending_ || !queue_.empty(); });
+        if (queue_.empty()) return;
+        Job job = std::move(queue_.front());
+        queue_.pop_front();
+        ++running_;
+        lock.unlock();
+        job();
+        // What the job holds goes before the job counts as done.
+        job = nullptr;
+        lock.lock();
+        --running_;
+    }
+}
+
+}  // namespace host

@@ -1,0 +1,45 @@
+// The threads that run requests, and the bounded queue before them.
+//
+// submit() is safe from every thread and never waits: a full queue says no, and the caller tells
+// the client to come back later. A job must not throw.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace host {
+
+class WorkerPool {
+  public:
+    using Job = std::function<void()>;
+
+    WorkerPool(size_t threads, size_t queueLength);
+    /// Waits for the jobs in progress; those still in the queue are dropped.
+    ~WorkerPool();
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
+
+    /// False when the queue is full.
+    bool submit(Job job);
+    /// True when no job is in progress and none waits.
+    bool idle() const;
+
+  private:
+    void work();
+    void dropQueue();
+
+    const size_t queueLength_;
+    mutable std::mutex mutex_;
+    std::condition_variable wake_;
+    std::deque<Job> queue_;
+    size_t running_ = 0;
+    bool ending_ = false;
+    std::vector<std::thread> threads_;
+};
+
+}  // namespace host

@@ -1,0 +1,111 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "groupware/ical/ContentLines.h"
+#include "groupware/ical/TextEdit.h"
+#include "groupware/ical/VCard.h"
+
+namespace groupware {
+namespace {
+
+TEST(IcalText, LinesAreReadAsClientsWriteThem) {
+    const std::string text =
+        "\xEF\xBB\xBF"
+        "item1.EMAIL;TYPE=a;Type=\"x;y:z\" ; CN = b :mail\r\n"
+        "FOLDED:one\r\n two\n\tthree\r\n"
+        "\r\n   \r\n"
+        "NOCOLON\n"
+        "QUOTE;P=\"open:value:rest\n"
+        "LAST:";
+    LineReader reader(text);
+    struct Line {
+        std::string group, name, parameters, value, bytes;
+    };
+    std::vector<Line> lines;
+    while (reader.next()) {
+        const ContentLine& line = reader.line();
+        lines.push_back({std::string(line.group), std::string(line.name),
+                         std::string(line.parameters), std::string(line.value),
+                         text.substr(line.begin, line.end - line.begin)});
+        if (lines.size() == 1) {
+            EXPECT_EQ(line.parameter("type"), "a");
+            EXPECT_EQ(line.parameter("cn"), "b");
+            EXPECT_FALSE(line.parameter("x"));
+        }
+    }
+    ASSERT_EQ(lines.size(), 5U);
+    EXPECT_EQ(lines[0].group, "item1");
+    EXPECT_EQ(lines[0].name, "EMAIL");
+    EXPECT_EQ(lines[0].value, "mail");
+    EXPECT_EQ(lines[1].value, "onetwothree");
+    EXPECT_EQ(lines[1].bytes, "FOLDED:one\r\n two\n\tthree\r\n");
+    EXPECT_EQ(lines[2].name, "");
+    EXPECT_EQ(lines[3].value, "value:rest");
+    EXPECT_EQ(lines[4].name, "LAST");
+}
+
+TEST(IcalText, ComponentsMustCloseInOrder) {
+    const auto problem = [](const std::string& text) {
+        ComponentReader reader(text);
+        auto step = reader.next();
+        while (step != ComponentReader::Step::kFinished &&
+               step != ComponentReader::Step::kProblem) {
+            step = reader.next();
+        }
+        return reader.problem();
+    };
+    EXPECT_EQ(problem("begin:vcalendar\nX:1\nBEGIN:A\nEND:a \nEND:VCALENDAR"), "");
+    EXPECT_NE(problem("BEGIN:A\nEND:B\n"), "");
+    EXPECT_NE(problem("BEGIN:A\nBEGIN:B\nEND:B\n"), "");
+    EXPECT_NE(problem("END:A\n"), "");
+    EXPECT_NE(problem("BEGIN:A\nEND:A\nX:1\n"), "");
+    std::string deep;
+    for (int i = 0; i < 17; ++i) deep += "BEGIN:A\n";
+    EXPECT_NE(problem(deep), "");
+}
+
+TEST(IcalText, EditsTouchOneProperty) {
+    const std::string card = "BEGIN:VCARD\nVERSION:3.0\nFN:x\nEND:VCARD";
+    EXPECT_EQ(withUid(ItemKind::kContact, card, "u"),
+              "BEGIN:VCARD\nVERSION:3.0\nUID:u\nFN:x\nEND:VCARD");
+    const std::string tasks =
+        "BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nuid:ol\r\n "
+        "d\r\nX-UID:old\r\nBEGIN:VALARM\r\nUID:alarm\r\n"
+        "END:VALARM\r\nEND:VTODO\r\nBEGIN:VTODO\r\nSUMMARY:s\r\nEND:VTODO\r\nEND:VCALENDAR\r\n";
+    EXPECT_EQ(
+        withUid(ItemKind::kTask, tasks, "new"),
+        "BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nUID:new\r\nX-UID:old\r\nBEGIN:VALARM\r\nUID:alarm\r\n"
+        "END:VALARM\r\nEND:VTODO\r\nBEGIN:VTODO\r\nUID:new\r\nSUMMARY:s\r\nEND:VTODO\r\n"
+        "END:VCALENDAR\r\n");
+    const std::string done = withCompletion(tasks, 1, {2025, 6, 0, 1, 2, 3, 4, 0});
+    EXPECT_NE(done.find("BEGIN:VTODO\r\nSTATUS:COMPLETED\r\nPERCENT-COMPLETE:100\r\n"
+                        "COMPLETED:20250601T020304Z\r\nSUMMARY:s\r\n"),
+              std::string::npos)
+        << done;
+    EXPECT_EQ(done.find("STATUS"), done.rfind("STATUS"));
+    EXPECT_EQ(foldedLine(std::string(74, 'a') + "\xC3\xA4" + std::string(80, 'b'), "\n"),
+              std::string(74, 'a') + "\n \xC3\xA4" + std::string(72, 'b') + "\n " +
+                  std::string(8, 'b') + "\n");
+}
+
+TEST(IcalText, VCardsChangeTheirVersionAndNothingElse) {
+    const std::string three =
+        "BEGIN:VCARD\nVERSION:3.0\nN:a;b\nTEL;TYPE=HOME,VOICE;TYPE=PREF:1\n"
+        "item1.X-ABLABEL:odd\nPHOTO;ENCODING=b;TYPE=JPEG:QUJD\nNOTE;CHARSET=UTF-8:n\nEND:VCARD\n";
+    const std::string four =
+        "BEGIN:VCARD\nVERSION:4.0\r\nN:a;b\nTEL;TYPE=HOME,VOICE;PREF=1:1\r\n"
+        "item1.X-ABLABEL:odd\nPHOTO:data:image/jpeg;base64,QUJD\r\nNOTE:n\r\nEND:VCARD\n";
+    EXPECT_EQ(vCardAs(three, "3.0"), three);
+    EXPECT_EQ(vCardAs(three, "4.0"), four);
+    EXPECT_EQ(vCardAs(four, "3.0"),
+              "BEGIN:VCARD\nVERSION:3.0\r\nN:a;b\nTEL;TYPE=HOME,VOICE;TYPE=PREF:1\r\n"
+              "item1.X-ABLABEL:odd\nPHOTO;ENCODING=b;TYPE=JPEG:QUJD\r\nNOTE:n\r\nEND:VCARD\n");
+    std::string problem;
+    EXPECT_FALSE(VCard::parse(three + three, problem));
+    EXPECT_FALSE(VCard::parse("BEGIN:VCALENDAR\nEND:VCALENDAR\n", problem));
+}
+
+}  // namespace
+}  // namespace groupware

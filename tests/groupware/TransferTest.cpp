@@ -1,0 +1,109 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "groupware/items/Transfer.h"
+#include "tests/groupware/StoreDirectory.h"
+
+using namespace groupware;
+
+namespace {
+
+class TransferTest : public ::testing::Test {
+  protected:
+    TransferTest() : engine_(store_.open()) {
+        EXPECT_FALSE(addUser(*engine_, "a@example.test", "A", "secret"));
+        EXPECT_FALSE(addUser(*engine_, "b@example.test", "B", "secret"));
+    }
+    FolderRow folder(const char* address, ItemKind kind) {
+        const auto account = engine_->database().account(address);
+        return *engine_->database().defaultFolder(account->id, kind);
+    }
+    std::vector<std::string> texts(const FolderRow& of) {
+        std::vector<std::string> all;
+        engine_->database().eachItem(of.key, [&](StoredItem&& item) { all.push_back(item.text); });
+        return all;
+    }
+
+    StoreDirectory store_;
+    std::unique_ptr<Engine> engine_;
+};
+
+const std::string kZone =
+    "BEGIN:VTIMEZONE\nTZID:Z\nBEGIN:STANDARD\nDTSTART:19700101T000000\nTZOFFSETFROM:+0000\n"
+    "TZOFFSETTO:+0000\nEND:STANDARD\nEND:VTIMEZONE\n";
+
+TEST_F(TransferTest, AnExportImportedElsewhereGivesTheSameItems) {
+    std::string events = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nMETHOD:PUBLISH\r\n" + kZone;
+    for (int i = 0; i < 450; ++i) {
+        const std::string uid = "UID:e" + std::to_string(i) + "\r\n";
+        events += "BEGIN:VEVENT\r\n" + uid +
+                  "DTSTART;TZID=Z:20250101T100000\r\nX-A;B=\"c;d\":e\r\n f\r\n"
+                  "BEGIN:VALARM\r\nTRIGGER:-PT5M\r\nEND:VALARM\r\nEND:VEVENT\r\n";
+    }
+    events +=
+        "BEGIN:VEVENT\nUID:e7\nRECURRENCE-ID;TZID=Z:20250102T100000\n"
+        "DTSTART;TZID=Z:20250102T110000\nEND:VEVENT\nBEGIN:VEVENT\nSUMMARY:no UID\n"
+        "DTSTART:20250101T100000Z\nEND:VEVENT\nEND:VCALENDAR";
+    const std::string cards =
+        "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:c1\r\nPHOTO;ENCODING=b:QUJD\r\n REVG\r\nEND:VCARD\r\n"
+        "BEGIN:VCARD\nVERSION:4.0\nFN:no UID\nEND:VCARD\n";
+    const std::string tasks =
+        "BEGIN:VCALENDAR\nBEGIN:VTODO\nSUMMARY:1\nEND:VTODO\nBEGIN:VTODO\nSUMMARY:2\nEND:VTODO\n"
+        "BEGIN:VTODO\nUID:t\nDUE:20250101T100000\nEND:VTODO\nEND:VCALENDAR\n";
+    const struct {
+        ItemKind kind;
+        std::string text;
+        uint32_t found, imported, failed;
+    } cases[] = {
+        {ItemKind::kEvent, events, 451, 450, 1},
+        {ItemKind::kContact, cards, 2, 2, 0},
+        {ItemKind::kTask, tasks, 3, 3, 0},
+    };
+    for (const auto& each : cases) {
+        const FolderRow from = folder("a@example.test", each.kind);
+        const FolderRow to = folder("b@example.test", each.kind);
+        EXPECT_EQ(countItems(each.kind, each.text), each.found);
+        uint32_t last = 0;
+        const ImportCounts first =
+            importItems(*engine_, from, each.text, [&](uint32_t done, uint32_t) { last = done; });
+        EXPECT_EQ(first.found, each.found);
+        EXPECT_EQ(first.imported, each.imported);
+        EXPECT_EQ(first.failed, each.failed);
+        EXPECT_EQ(last, each.found);
+        const std::string exported = exportFolder(*engine_, from);
+        EXPECT_EQ(importItems(*engine_, to, exported).imported, each.imported);
+        EXPECT_EQ(exportFolder(*engine_, to), exported);
+        EXPECT_EQ(texts(to).size(), each.imported);
+    }
+    EXPECT_NE(texts(folder("b@example.test", ItemKind::kEvent))[7].find("DTSTART;TZID=Z:20250102"),
+              std::string::npos);
+}
+
+TEST_F(TransferTest, OnlyWhatDiffersIsStoredAgain) {
+    const FolderRow into = folder("a@example.test", ItemKind::kContact);
+    const std::string one = "BEGIN:VCARD\nUID:1\nFN:a\nEND:VCARD\n";
+    const std::string two = "BEGIN:VCARD\nUID:2\nFN:b\nEND:VCARD\n";
+    ASSERT_EQ(importItems(*engine_, into, one + two).imported, 2U);
+    const auto before = engine_->database().items(into.key);
+    const std::string changed = "BEGIN:VCARD\nUID:2\nFN:c\nEND:VCARD\n";
+    EXPECT_EQ(importItems(*engine_, into, one + changed).imported, 1U);
+    const auto after = engine_->database().items(into.key);
+    ASSERT_EQ(after.size(), 2U);
+    EXPECT_EQ(after[0].modifiedMs, before[0].modifiedMs);
+    EXPECT_GT(after[1].modifiedMs, before[1].modifiedMs);
+    EXPECT_EQ(after[1].identifier, before[1].identifier);
+}
+
+TEST_F(TransferTest, ATextThatCannotBeDividedIsRefusedWithAReason) {
+    const FolderRow into = folder("a@example.test", ItemKind::kEvent);
+    for (const char* text : {"", "x", "BEGIN:VCALENDAR\n", "BEGIN:VCARD\nEND:VCARD\n",
+                             "BEGIN:VCALENDAR\nBEGIN:VEVENT\nUID:a\nEND:VCALENDAR\n"}) {
+        const ImportCounts counts = importItems(*engine_, into, text);
+        EXPECT_EQ(counts.found + counts.imported, 0U) << text;
+        EXPECT_NE(counts.firstProblem.empty(), *text != '\0') << text;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,58 @@
+#include <atomic>
+#include <future>
+
+#include <gtest/gtest.h>
+
+#include "host/WorkerPool.h"
+
+namespace host {
+namespace {
+
+TEST(WorkerPool, TakesAsManyAsItCanHoldAndNoMore) {
+    std::promise<void> gate;
+    const std::shared_future<void> opened = gate.get_future().share();
+    std::atomic<int> done = 0;
+    constexpr size_t kThreads = 2;
+    constexpr size_t kQueue = 3;
+    {
+        WorkerPool pool(kThreads, kQueue);
+        const auto job = [&] {
+            opened.wait();
+            ++done;
+        };
+        for (size_t i = 0; i < kThreads + kQueue; ++i) EXPECT_TRUE(pool.submit(job)) << i;
+        EXPECT_FALSE(pool.submit(job));
+        EXPECT_FALSE(pool.idle());
+        gate.set_value();
+        while (!pool.idle()) std::this_thread::yield();
+        EXPECT_EQ(done, static_cast<int>(kThreads + kQueue));
+        EXPECT_TRUE(pool.submit(job));
+        while (!pool.idle()) std::this_thread::yield();
+    }
+    EXPECT_EQ(done, static_cast<int>(kThreads + kQueue) + 1);
+}
+
+TEST(WorkerPool, EndsWithoutTheJobsThatStillWait) {
+    std::promise<void> started;
+    std::promise<void> gate;
+    std::atomic<bool> finished = false;
+    std::atomic<bool> dropped = true;
+    std::thread opener;
+    {
+        WorkerPool pool(1, 1);
+        pool.submit([&] {
+            started.set_value();
+            gate.get_future().wait();
+            finished = true;
+        });
+        started.get_future().wait();
+        // Opens the gate when the pool drops it from the queue, which is when the pool ends.
+        const std::shared_ptr<void> onDrop(nullptr, [&](void*) { gate.set_value(); });
+        pool.submit([&dropped, onDrop] { dropped = false; });
+    }
+    EXPECT_TRUE(finished);
+    EXPECT_TRUE(dropped);
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,257 @@
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "platform/Error.h"
+#include "platform/Files.h"
+#include "tests/platform/Processes.h"
+#include "tests/platform/TemporaryDirectory.h"
+
+using namespace platform;
+
+namespace {
+
+class Files : public testing::Test {
+  protected:
+    std::string at(const std::string& name) { return directory_.path(name); }
+    unsigned modeOf(const std::string& path) {
+        struct stat status {};
+        ::stat(nativePath(path).c_str(), &status);
+        return status.st_mode & 07777;
+    }
+    std::vector<std::string> names() {
+        std::vector<std::string> all = listDirectory(directory_.path());
+        std::ranges::sort(all);
+        return all;
+    }
+
+    TemporaryDirectory directory_;
+};
+
+TEST_F(Files, PlainNames) {
+    for (const char* name : {"a", "...", "a b", "C:", ".hidden", "\xC3\xA9"}) {
+        EXPECT_TRUE(isPlainName(name)) << name;
+    }
+    for (const char* name : {"", ".", "..", "a\\b", "a/b", "\\", "/"}) {
+        EXPECT_FALSE(isPlainName(name)) << name;
+    }
+    EXPECT_FALSE(isPlainName(std::string_view("a\0b", 3)));
+}
+
+TEST_F(Files, PathsMeetNamesWithoutRegardToCase) {
+    ASSERT_TRUE(createDirectories(at("Mail\\Example.Test\\Alice")));
+    ASSERT_TRUE(std::filesystem::create_directory(directory_.native() + "/both"));
+    ASSERT_TRUE(std::filesystem::create_directory(directory_.native() + "/Both"));
+    ASSERT_TRUE(replaceFile(at("Mail\\Example.Test\\Alice\\hiwater.mrk"), "x"));
+    const std::string root = directory_.native();
+    const struct {
+        const char* path;
+        std::string native;
+    } cases[] = {
+        {"Mail\\Example.Test\\Alice", root + "/Mail/Example.Test/Alice"},
+        {"MAIL\\example.test\\ALICE\\", root + "/Mail/Example.Test/Alice/"},
+        {"Mail\\example.test\\alice\\HIWATER.MRK", root + "/Mail/Example.Test/Alice/hiwater.mrk"},
+        {"mail\\\\example.test\\New\\Deep", root + "/Mail//Example.Test/New/Deep"},
+        {"both", root + "/both"},
+        {"Both", root + "/Both"},
+        {"BOTH", root + "/Both"},
+        {"mail\\..\\BOTH", root + "/Mail/../Both"},
+        {"Absent", root + "/Absent"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(nativePath(at(c.path)), c.native) << c.path;
+    EXPECT_EQ(nativePath("\\"), "/");
+    EXPECT_EQ(nativePath(""), "");
+    EXPECT_EQ(nativePath("C:\\x"), "C:/x");
+    EXPECT_EQ(nativePath(std::string_view("\\etc\0x", 6)), "");
+    EXPECT_FALSE(fileExists(std::string_view("\\etc\\passwd\0x", 13)));
+    EXPECT_FALSE(directoryExists(""));
+    EXPECT_TRUE(fileExists(at("MAIL\\EXAMPLE.TEST\\alice\\Hiwater.Mrk")));
+    EXPECT_FALSE(directoryExists(at("MAIL\\EXAMPLE.TEST\\alice\\Hiwater.Mrk")));
+    EXPECT_TRUE(directoryExists(at("mail")));
+}
+
+TEST_F(Files, PathsThatAPersonTyped) {
+    const std::string here = fromNativePath(std::filesystem::current_path().native());
+    EXPECT_EQ(fromNativePath("/a/b"), "\\a\\b");
+    EXPECT_EQ(fromNativePath("//a/./b//"), "\\a\\b");
+    EXPECT_EQ(fromNativePath("/a/../b"), "\\a\\..\\b");
+    EXPECT_EQ(fromNativePath("/"), "\\");
+    EXPECT_EQ(fromNativePath("./data"), here + "\\data");
+    EXPECT_EQ(fromNativePath(".hidden"), here + "\\.hidden");
+    EXPECT_EQ(fromNativePath("."), here);
+    EXPECT_EQ(fromNativePath(""), "");
+}
+
+TEST_F(Files, DirectoriesAreMadeInWhatIsThere) {
+    EXPECT_TRUE(createDirectories(at("Top\\One"), 0700));
+    EXPECT_TRUE(createDirectories(at("TOP\\one\\Two\\"), 0700));
+    EXPECT_TRUE(createDirectories(at("top")));
+    EXPECT_EQ(names(), std::vector<std::string>{"Top"});
+    EXPECT_EQ(modeOf(at("Top\\One\\Two")), 0700U);
+    ASSERT_TRUE(replaceFile(at("file"), ""));
+    EXPECT_FALSE(createDirectories(at("file")));
+    EXPECT_FALSE(createDirectories(at("FILE\\below")));
+    EXPECT_FALSE(createDirectories(""));
+}
+
+TEST_F(Files, TreesAreRemovedButNotWhatLinksLeadTo) {
+    ASSERT_TRUE(createDirectories(at("kept")));
+    ASSERT_TRUE(replaceFile(at("kept\\file"), "x"));
+    ASSERT_TRUE(createDirectories(at("Tree\\a\\b")));
+    ASSERT_TRUE(replaceFile(at("Tree\\a\\file"), "x"));
+    ASSERT_TRUE(linkFile(at("kept"), at("Tree\\link")));
+    EXPECT_FALSE(removeDirectoryTree(at("kept\\file")));
+    EXPECT_TRUE(removeDirectoryTree(at("TREE")));
+    EXPECT_TRUE(removeDirectoryTree(at("TREE")));
+    EXPECT_TRUE(fileExists(at("kept\\file")));
+    EXPECT_FALSE(removeDirectoryTree(""));
+    EXPECT_FALSE(removeFile(at("kept")));
+    EXPECT_TRUE(removeFile(at("KEPT\\FILE")));
+    EXPECT_FALSE(removeFile(at("kept\\file")));
+}
+
+TEST_F(Files, RenamesReplaceAndChangeCase) {
+    ASSERT_TRUE(replaceFile(at("a.log"), "new"));
+    ASSERT_TRUE(replaceFile(at("A.old"), "older"));
+    EXPECT_TRUE(renameFile(at("a.log"), at("a.OLD")));
+    EXPECT_EQ(names(), std::vector<std::string>{"A.old"});
+    EXPECT_EQ(readFile(at("A.old"), 10), "new");
+    EXPECT_TRUE(renameFile(at("a.old"), at("a.OLD")));
+    EXPECT_EQ(names(), std::vector<std::string>{"a.OLD"});
+    EXPECT_FALSE(renameFile(at("none"), at("x")));
+    EXPECT_EQ(lastError(), 2U);
+}
+
+TEST_F(Files, ReadsWithinABound) {
+    ASSERT_TRUE(replaceFile(at("f"), std::string(1000, 'x')));
+    EXPECT_EQ(readFile(at("f"), 1000), std::string(1000, 'x'));
+    EXPECT_EQ(readFile(at("f"), 999), std::nullopt);
+    EXPECT_EQ(readFile(at("none"), 10), std::nullopt);
+    EXPECT_EQ(readFile(at(""), 10), std::nullopt);
+    EXPECT_GT(readFile("\\proc\\self\\maps", SIZE_MAX).value_or("").size(), 2000U);
+    EXPECT_EQ(readFile("\\dev\\zero", 200'000), std::nullopt);
+}
+
+TEST_F(Files, ReplacingKeepsLinksAndLeavesNothingBehind) {
+    EXPECT_TRUE(replaceFile(at("real"), "1", 0604, true));
+    EXPECT_EQ(modeOf(at("real")), 0604U);
+    ASSERT_TRUE(linkFile(at("real"), at("link")));
+    EXPECT_TRUE(replaceFile(at("link"), "2", 0600));
+    EXPECT_EQ(readFile(at("real"), 10), "2");
+    EXPECT_TRUE(std::filesystem::is_symlink(nativePath(at("link"))));
+    ASSERT_TRUE(createDirectories(at("dir")));
+    EXPECT_FALSE(replaceFile(at("dir"), "3"));
+    EXPECT_FALSE(replaceFile(at("none\\x"), "3"));
+    EXPECT_FALSE(replaceFile("", "3"));
+    ASSERT_TRUE(linkFile(at("dir"), at("LINK")));
+    EXPECT_TRUE(directoryExists(at("link")));
+    EXPECT_EQ(names(), (std::vector<std::string>{"dir", "link", "real"}));
+}
+
+TEST_F(Files, AFailedReplacementLeavesTheOldFile) {
+    ASSERT_TRUE(replaceFile(at("f"), "old"));
+    const pid_t child = startProcess([&] {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit small{1000, 1000};
+        ::setrlimit(RLIMIT_FSIZE, &small);
+        return !replaceFile(at("f"), std::string(5000, 'x')) &&
+               lastError() == static_cast<uint32_t>(EFBIG);
+    });
+    EXPECT_TRUE(endedWell(child));
+    EXPECT_EQ(readFile(at("f"), 10), "old");
+    EXPECT_EQ(names(), std::vector<std::string>{"f"});
+}
+
+TEST_F(Files, ReadersNeverSeeHalfAReplacement) {
+    const std::string versions[] = {std::string(100'000, 'a'), std::string(50'000, 'b')};
+    ASSERT_TRUE(replaceFile(at("f"), versions[0]));
+    std::atomic<bool> stop = false;
+    std::atomic<int> torn = 0;
+    std::thread reader([&] {
+        while (!stop) {
+            const std::string seen = readFile(at("f"), 1 << 20).value_or("");
+            torn += seen == versions[0] || seen == versions[1] ? 0 : 1;
+        }
+    });
+    for (int i = 0; i < 300; ++i) EXPECT_TRUE(replaceFile(at("f"), versions[i % 2]));
+    stop = true;
+    reader.join();
+    EXPECT_EQ(torn, 0);
+}
+
+TEST_F(Files, AppendsWhateverOthersDoToTheFile) {
+    const auto log = AppendFile::open(at("Log.txt"), 0600);
+    ASSERT_NE(log, nullptr);
+    EXPECT_EQ(modeOf(at("Log.txt")), 0600U);
+    EXPECT_TRUE(log->write("one\n"));
+    const auto other = AppendFile::open(at("LOG.TXT"));
+    ASSERT_NE(other, nullptr);
+    EXPECT_TRUE(other->write("two\n"));
+    EXPECT_EQ(log->length(), 8);
+    EXPECT_TRUE(renameFile(at("log.txt"), at("Log.old")));
+    EXPECT_TRUE(log->write("three\n"));
+    EXPECT_EQ(readFile(at("Log.old"), 100), "one\ntwo\nthree\n");
+    EXPECT_TRUE(log->close());
+    EXPECT_FALSE(log->write("four\n"));
+    EXPECT_EQ(AppendFile::open(at("Log.old"), 0600, true)->length(), 0);
+    EXPECT_EQ(AppendFile::open(at("none\\x")), nullptr);
+}
+
+TEST_F(Files, LocksExcludeProcesses) {
+    // Each process adds to a number that it reads and writes in two steps.
+    ASSERT_TRUE(replaceFile(at("count"), "0"));
+    const auto count = [this] {
+        for (int i = 0; i < 100; ++i) {
+            const auto lock = FileLock::acquire(at("lock"));
+            const int now = std::stoi(readFile(at("count"), 20).value_or("0"));
+            if (!lock || !replaceFile(at("count"), std::to_string(now + 1))) return false;
+        }
+        return true;
+    };
+    const pid_t first = startProcess(count);
+    const pid_t second = startProcess(count);
+    EXPECT_TRUE(count());
+    EXPECT_TRUE(endedWell(first));
+    EXPECT_TRUE(endedWell(second));
+    EXPECT_EQ(readFile(at("count"), 20), "300");
+}
+
+TEST_F(Files, LocksExcludeThreadsAndGoWithTheirProcess) {
+    // The child ends without giving its lock back.
+    const pid_t child =
+        startProcess([&] { return FileLock::acquire(at("lock")).release() != nullptr; });
+    EXPECT_TRUE(endedWell(child));
+    auto lock = FileLock::acquire(at("lock"));
+    ASSERT_NE(lock, nullptr);
+    std::atomic<bool> inside = false;
+    std::thread other([&] {
+        const auto second = FileLock::acquire(at("lock"));
+        inside = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(inside);
+    // Whoever waits must not end up with the lock of a file that is gone.
+    EXPECT_TRUE(removeFile(at("lock")));
+    lock.reset();
+    other.join();
+    EXPECT_TRUE(inside);
+    EXPECT_TRUE(fileExists(at("lock")));
+    EXPECT_EQ(FileLock::acquire(at("none\\lock")), nullptr);
+}
+
+TEST_F(Files, TellWhenTheyWereWritten) {
+    ASSERT_TRUE(replaceFile(at("f"), ""));
+    timespec times[2] = {{0, UTIME_NOW}, {1495202587, 123'999'999}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, nativePath(at("f")).c_str(), times, 0), 0);
+    EXPECT_EQ(lastWriteTime(at("F")), (DateTime{2017, 5, 5, 19, 14, 3, 7, 123}));
+    EXPECT_EQ(lastWriteTime(at("none")), std::nullopt);
+}
+
+}  // namespace

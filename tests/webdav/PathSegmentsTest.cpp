@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+
+#include "tests/platform/TemporaryDirectory.h"
+#include "webdav/frame/FolderPath.h"
+#include "webdav/frame/PathSegments.h"
+
+using namespace webdav;
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+TEST(PathSegments, KeepsABase64NameWhole) {
+    struct Case {
+        std::string path;
+        Names segments;
+    };
+    const Case cases[] = {
+        {"/webdav/calendar", {"webdav", "calendar"}},
+        {"//webdav//x", {"webdav", "x"}},
+        {"", {}},
+        {"/caldav/d/m/b64=ab/cd", {"caldav", "d", "m", "b64=ab/cd"}},
+        {"/caldav/d/m/B64=ab/cd/x.ICS", {"caldav", "d", "m", "B64=ab/cd", "x.ICS"}},
+        {"/caldav/d/m/b64=ab_cd/x.vcf", {"caldav", "d", "m", "b64=ab/cd", "x.vcf"}},
+        {"/b64=x.ics", {"b64=x.ics"}},
+        {"/a_b/c", {"a_b", "c"}},
+    };
+    for (const Case& expected : cases)
+        EXPECT_EQ(SplitPath(expected.path), expected.segments) << expected.path;
+}
+
+TEST(PathSegments, TellsFolderAndItem) {
+    struct Case {
+        SegmentForm form;
+        Names segments;
+        Names folder;
+        std::string item;
+    };
+    constexpr SegmentForm kNames = SegmentForm::kNames;
+    constexpr SegmentForm kCollection = SegmentForm::kCollection;
+    const Case cases[] = {
+        {kNames, {}, {}, ""},
+        {kNames, {"x.ics"}, {}, "x.ics"},
+        {kNames, {"Work", "Sub", "X.VCF"}, {"Work", "Sub"}, "X.VCF"},
+        {kNames, {"Work", "x.ics", "Sub"}, {"Work"}, ""},
+        {kNames, {"b64=V29yaw=="}, {"b64=V29yaw=="}, ""},
+        {kCollection, {"x.ics"}, {}, "x.ics"},
+        {kCollection, {"b64=V29yaw=="}, {"Work"}, ""},
+        {kCollection, {"B64=V29yay9TdWI=", "x.ics"}, {"Work", "Sub"}, "x.ics"},
+        {kCollection, {"b64="}, {}, ""},
+        // A folder may bear a name that looks like an item's.
+        {kCollection, {"b64=YS5pY3MvYg=="}, {"a.ics", "b"}, ""},
+    };
+    for (const Case& expected : cases) {
+        const FolderReading reading = ReadSegments(expected.segments, expected.form);
+        EXPECT_EQ(reading.folder, expected.folder) << testing::PrintToString(expected.segments);
+        EXPECT_EQ(reading.item, expected.item) << testing::PrintToString(expected.segments);
+    }
+}
+
+TEST(PathSegments, ReadsAnItemWithoutExtensionForDelete) {
+    struct Case {
+        SegmentForm form;
+        Names segments;
+        std::vector<std::pair<Names, std::string>> readings;
+    };
+    constexpr SegmentForm kNames = SegmentForm::kNames;
+    constexpr SegmentForm kCollection = SegmentForm::kCollection;
+    const Case cases[] = {
+        {kNames, {}, {{{}, ""}}},
+        {kNames, {"abc.vcf"}, {{{}, "abc.vcf"}}},
+        {kNames, {"Work", "abc"}, {{{"Work", "abc"}, ""}, {{"Work"}, "abc"}}},
+        {kCollection, {"abc"}, {{{"abc"}, ""}, {{}, "abc"}}},
+        {kCollection, {"b64=V29yaw=="}, {{{"Work"}, ""}}},
+        {kCollection, {"b64=V29yaw==/abc"}, {{{"Work"}, "abc"}}},
+        {kCollection, {"b64=w7/Dv8O/"}, {{{"\xC3\xBF\xC3\xBF\xC3\xBF"}, ""}, {}}},
+    };
+    for (const Case& expected : cases) {
+        const auto readings = ReadSegmentsForDelete(expected.segments, expected.form);
+        const std::string shown = testing::PrintToString(expected.segments);
+        ASSERT_EQ(readings.size(), expected.readings.size()) << shown;
+        for (size_t i = 0; i < readings.size(); ++i) {
+            if (expected.readings[i] == std::pair<Names, std::string>()) continue;
+            EXPECT_EQ(readings[i].folder, expected.readings[i].first) << shown;
+            EXPECT_EQ(readings[i].item, expected.readings[i].second) << shown;
+        }
+    }
+}
+
+class FolderPaths : public testing::Test {
+  protected:
+    bool exists(const Names& names) const { return FindFolder(base_, names).exists; }
+
+    TemporaryDirectory directory_;
+    const std::string base_ = directory_.path("alice") + "\\";
+};
+
+TEST_F(FolderPaths, NamesDirectoriesInTheStoresForm) {
+    platform::createDirectories(base_ + "Work.IMAP\\&ANw-.IMAP");
+    const Names names{"Work", "\xC3\x9C"};
+    const FolderPath folder = FindFolder(base_, names);
+    EXPECT_EQ(folder.relative, "Work.IMAP\\&ANw-.IMAP");
+    EXPECT_EQ(folder.path, base_ + folder.relative);
+    EXPECT_TRUE(folder.exists);
+    EXPECT_TRUE(exists({"Work.imap"}));
+    EXPECT_TRUE(exists({"Work/"}));
+    EXPECT_FALSE(exists({"Sub"}));
+}
+
+// Whatever a client writes, no folder outside the tree exists for it, nor one by a cut path.
+TEST_F(FolderPaths, StayWithinTheTree) {
+    platform::createDirectories(base_ + "Work.IMAP");
+    platform::createDirectories(directory_.path("bob\\Calendar.IMAP"));
+    platform::createDirectories(directory_.path("...IMAP"));
+    const Names outside[] = {
+        {"..", "bob", "Calendar"},
+        {"..\\bob\\Calendar"},
+        {"../bob/Calendar"},
+        {"Work", "..", "..", "bob", "Calendar"},
+        {"."},
+        {"..", "Work"},
+        {std::string("Work\0", 5)},
+        {""},
+        {"Work", std::string(300, 'x')},
+    };
+    for (const Names& names : outside) EXPECT_FALSE(exists(names)) << testing::PrintToString(names);
+    const Names deep(40, "Work");
+    EXPECT_LE(FindFolder(base_, deep).path.size(), 259U);
+    EXPECT_FALSE(FindFolder("", Names{"tmp"}).exists);
+
+    const size_t room = 259 - base_.size() - std::string(".IMAP").size();
+    if (room < 250) {
+        platform::createDirectories(base_ + std::string(room, 'y') + ".IMAP");
+        EXPECT_TRUE(exists({std::string(room, 'y')}));
+        EXPECT_FALSE(exists({std::string(room, 'y') + ".IMAP", "z"}));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,44 @@
+// The extension module as a web server sees it: loaded as a library, called through its three entry
+// points, fed from a control block. Single-threaded. Breaches of the interface raise WireError.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "abi/Isapi.h"
+#include "platform/DynamicLibrary.h"
+
+namespace wire {
+
+struct Request {
+    std::string method;
+    std::string path;   ///< decoded, as a web server hands it over
+    std::string query;  ///< as sent
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string body;
+    bool secure = false;
+    std::optional<size_t> closedAfter;  ///< the client goes away after so many bytes of the body
+};
+
+class WireServer {
+  public:
+    /// Loads the module and starts it up.
+    explicit WireServer(std::string_view modulePath);
+    /// Shuts it down when that has not been done.
+    ~WireServer();
+    WireServer(const WireServer&) = delete;
+    WireServer& operator=(const WireServer&) = delete;
+
+    /// The whole answer as it would go out; empty when the module sent none.
+    std::string call(Request& request);
+    void shutDown();
+
+  private:
+    platform::DynamicLibrary library_;
+    bool running_ = false;
+};
+
+}  // namespace wire

@@ -1,0 +1,137 @@
+#include "tests/wire/WireStore.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "groupware/engine/Accounts.h"
+#include "groupware/items/Transfer.h"
+#include "platform/DynamicLibrary.h"
+#include "platform/Environment.h"
+#include "platform/Files.h"
+#include "platform/PrivateProfile.h"
+
+namespace wire {
+
+using groupware::ItemKind;
+using groupware::UserFlag;
+
+namespace {
+
+constexpr size_t kLargestLog = size_t{64} * 1024 * 1024;
+
+std::string makeTemporaryDirectory() {
+    std::string name = (std::filesystem::temp_directory_path() / "wire-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw WireError("cannot make " + name);
+    return name;
+}
+
+std::string withBackslashes(std::string text) {
+    std::ranges::replace(text, '/', '\\');
+    return text;
+}
+
+void require(const groupware::Problem& problem) {
+    if (problem) throw WireError(*problem);
+}
+
+ItemKind kindOf(const std::string& word) {
+    if (word == "calendar") return ItemKind::kEvent;
+    if (word == "tasks") return ItemKind::kTask;
+    if (word == "contacts") return ItemKind::kContact;
+    throw WireError("no kind of folder: " + word);
+}
+
+UserFlag flagOf(const std::string& word) {
+    if (word == "disabled") return UserFlag::kDisabled;
+    if (word == "frozen") return UserFlag::kFrozen;
+    if (word == "must-change") return UserFlag::kMustChangePassword;
+    throw WireError("no flag of an account: " + word);
+}
+
+/// Events of one hour, one a day, with the UIDs event-0001 and so on.
+std::string manyEvents(int count) {
+    std::string text = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Test//EN\r\n";
+    for (int i = 1; i <= count; ++i) {
+        char event[256];
+        std::snprintf(event, sizeof event,
+                      "BEGIN:VEVENT\r\nUID:event-%04d\r\nDTSTAMP:20170101T000000Z\r\n"
+                      "DTSTART:%04d%02d%02dT100000Z\r\nDTEND:%04d%02d%02dT110000Z\r\n"
+                      "SUMMARY:Event %d\r\nEND:VEVENT\r\n",
+                      i, 2017 + i / 336, i / 28 % 12 + 1, i % 28 + 1, 2017 + i / 336,
+                      i / 28 % 12 + 1, i % 28 + 1, i);
+        text += event;
+    }
+    return text + "END:VCALENDAR\r\n";
+}
+
+}  // namespace
+
+WireStore::WireStore() {
+    const std::string native = makeTemporaryDirectory();
+    paths_ = groupware::DataPaths::below(platform::fromNativePath(native));
+    std::string libraries = platform::programDirectory() + "..\\lib";
+    require(groupware::initDataDirectory(paths_, "example.test", libraries));
+    platform::setEnvironment("CORVANE_REGISTRY", native + "/registry.ini");
+    platform::writeProfileText(directory() + "\\Webstrand\\Webstrand.ini", "WebDAV", "LogLevel",
+                               "1");
+    engine_ = std::make_unique<groupware::Engine>(paths_);
+}
+
+WireStore::~WireStore() {
+    engine_.reset();
+    platform::removeDirectoryTree(directory());
+}
+
+groupware::FolderRow WireStore::folder(const std::string& address, const std::string& name) {
+    const auto account = engine_->database().account(address);
+    if (!account) throw WireError("no account " + address);
+    auto row = engine_->database().folder(account->id, name);
+    if (!row) throw WireError("no folder " + name + " of " + address);
+    return *row;
+}
+
+void WireStore::importText(const std::string& address, const std::string& name,
+                           const std::string& text) {
+    const auto counts = groupware::importItems(*engine_, folder(address, name), text);
+    if (counts.failed > 0 || counts.imported == 0) {
+        throw WireError("the items cannot be imported: " + counts.firstProblem);
+    }
+}
+
+bool WireStore::run(const Command& command) {
+    const auto& words = command.words;
+    const auto is = [&words](const char* name, size_t arguments) {
+        return words[0] == name && words.size() == arguments + 1;
+    };
+    if (is("domain", 1)) {
+        require(groupware::addDomain(*engine_, words[1]));
+    } else if (is("account", 3)) {
+        require(groupware::addUser(*engine_, words[1], words[3], words[2]));
+    } else if (is("alias", 2)) {
+        require(groupware::addAlias(*engine_, words[1], words[2]));
+    } else if (is("flag", 3)) {
+        require(groupware::setUserFlag(*engine_, words[1], flagOf(words[2]), words[3] == "on"));
+    } else if (is("folder", 3)) {
+        require(groupware::addFolder(*engine_, words[1], kindOf(words[2]), words[3]));
+    } else if (is("item", 2)) {
+        importText(words[1], words[2], command.text);
+    } else if (is("events", 3)) {
+        importText(words[1], words[2], manyEvents(std::stoi(words[3])));
+    } else if (is("setting", 4)) {
+        const std::string file = directory() + "\\" + withBackslashes(words[1]);
+        platform::writeProfileText(file, words[2], words[3], words[4]);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+std::string WireStore::readLog() const {
+    const std::string file = platform::readProfileText(directory() + "\\Webstrand\\Webstrand.ini",
+                                                       "Other", "LatestWebDAVLogFile", "", 1024);
+    return platform::readFile(file, kLargestLog).value_or("");
+}
+
+}  // namespace wire

@@ -1,0 +1,38 @@
+// The data directory of a conversation: made fresh, filled by the set-up commands of its file, gone
+// afterwards. Commands may stand between exchanges too.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "groupware/engine/Engine.h"
+#include "tests/wire/WireScript.h"
+
+namespace wire {
+
+class WireStore {
+  public:
+    /// Makes the data directory with the domain example.test, and makes it this process's.
+    WireStore();
+    ~WireStore();
+    WireStore(const WireStore&) = delete;
+    WireStore& operator=(const WireStore&) = delete;
+
+    /// By the product's path rule, without a closing backslash.
+    const std::string& directory() const { return paths_.root; }
+
+    /// Runs a command; false when it is none for the store. WireError when it cannot be done.
+    bool run(const Command& command);
+
+    /// The text of the module's log file; only whole after the module was shut down.
+    std::string readLog() const;
+
+  private:
+    groupware::FolderRow folder(const std::string& address, const std::string& name);
+    void importText(const std::string& address, const std::string& name, const std::string& text);
+
+    groupware::DataPaths paths_;
+    std::unique_ptr<groupware::Engine> engine_;
+};
+
+}  // namespace wire

@@ -1,0 +1,222 @@
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/xml/Outline.h"
+#include "webdav/xml/MarkupDocument.h"
+
+using webdav::MarkupDocument;
+
+namespace {
+
+TEST(MarkupDocument, ReadsThroughItsCursor) {
+    MarkupDocument d;
+    ASSERT_TRUE(
+        d.setText("<r><a k='1' k='2' e='&lt;&#10;' n = bare x/>one<b>t&amp;"
+                  "<![CDATA[<&amp;>]]><!-- no --><i>in</i>u</b><a>3</a></r>"));
+    EXPECT_FALSE(d.findElement("a"));
+    EXPECT_EQ(d.tagName(), "");
+    ASSERT_TRUE(d.findElement("r"));
+    EXPECT_EQ(d.textData(), "one");
+    ASSERT_TRUE(d.intoElement());
+    EXPECT_EQ(d.tagName(), "");
+    ASSERT_TRUE(d.findElement());
+    std::string attributes;
+    webdav::MarkupAttribute attribute;
+    for (auto reader = d.attributes(); reader.next(attribute);) {
+        attributes += std::string(attribute.name) + "=" + attribute.value() + ";";
+    }
+    EXPECT_EQ(attributes, "k=1;k=2;e=<\n;n=bare;x=;");
+    EXPECT_EQ(d.attribute("k"), "1");
+    EXPECT_TRUE(d.hasAttribute("x"));
+    EXPECT_FALSE(d.hasAttribute("y"));
+    ASSERT_TRUE(d.findElement("a"));
+    EXPECT_EQ(d.textData(), "3");
+    EXPECT_FALSE(d.findElement("b"));
+    EXPECT_EQ(d.tagName(), "a");
+    ASSERT_TRUE(d.outOfElement());
+    EXPECT_EQ(d.tagName(), "r");
+    EXPECT_FALSE(d.outOfElement());
+    ASSERT_TRUE(d.intoElement());
+    EXPECT_EQ(d.textData(), "3") << "going out keeps the child";
+    d.resetPosition();
+    d.findElement();
+    d.intoElement();
+    ASSERT_TRUE(d.findElement("b"));
+    EXPECT_EQ(d.textData(), "t&<&amp;>u");
+}
+
+struct Edit {
+    std::string before;
+    std::function<void(MarkupDocument&)> edit;
+    std::string after;
+};
+
+/// Goes down to the first element of a name.
+void goTo(MarkupDocument& d, std::string_view name) {
+    d.resetPosition();
+    while (!d.findElement(name) && d.findElement()) d.intoElement();
+}
+
+TEST(MarkupDocument, EditsInPlace) {
+    const std::string leftOut = "</b" + std::string(1100, ' ') + ">";
+    const Edit edits[] = {
+        {"", [](auto& d) { d.addElement("a", "<\x01>"); }, "<a>&lt;&gt;</a>"},
+        {"<?xml version='1.0'?>\n", [](auto& d) { d.addElement("a"); },
+         "<?xml version='1.0'?>\n<a/>"},
+        {"<a/>", [](auto& d) { EXPECT_FALSE(d.addElement("b")); }, "<a/>"},
+        {"<a/>",
+         [](auto& d) {
+             goTo(d, "a");
+             EXPECT_FALSE(d.addChildElement("b c"));
+         },
+         "<a/>"},
+        {"<a x='1' />",
+         [](auto& d) {
+             goTo(d, "a");
+             d.addChildElement("b");
+             d.addChildElement("c");
+         },
+         "<a x='1' ><b/><c/></a>"},
+        {"<a>1<b/>2<b/>3</a>",
+         [](auto& d) {
+             goTo(d, "b");
+             d.addElement("c");
+             d.addElement("d");
+         },
+         "<a>1<b/><c/><d/>2<b/>3</a>"},
+        {"<a>1<b/>2<c/>3</a>",
+         [](auto& d) {
+             goTo(d, "c");
+             d.insertElement("d", "x");
+         },
+         "<a>1<b/>2<d>x</d><c/>3</a>"},
+        {"<a><b/></a>",
+         [](auto& d) {
+             goTo(d, "a");
+             d.intoElement();
+             d.addElement("c");
+         },
+         "<a><b/><c/></a>"},
+        {"<a><b/></a>",
+         [](auto& d) {
+             goTo(d, "a");
+             d.intoElement();
+             d.insertElement("c");
+         },
+         "<a><c/><b/></a>"},
+        {"<a x='1' y='2'><b/></a>",
+         [](auto& d) {
+             goTo(d, "a");
+             d.setAttribute("x", "\"&'\n");
+             d.setAttribute("z", "");
+         },
+         "<a x=\"&quot;&amp;&apos;&#10;\" y='2' z=\"\"><b/></a>"},
+        {"<a><b/></a>",
+         [](auto& d) {
+             goTo(d, "b");
+             d.setAttribute("x", "1");
+             d.setTextData("t");
+         },
+         "<a><b x=\"1\">t</b></a>"},
+        {"<a>old<!-- c --></a>",
+         [](auto& d) {
+             goTo(d, "a");
+             d.setTextData("n<");
+         },
+         "<a>n&lt;</a>"},
+        {"<a><b>old</b></a>",
+         [](auto& d) {
+             goTo(d, "b");
+             d.setTextData("");
+         },
+         "<a><b/></a>"},
+        {"<a><b/></a>",
+         [](auto& d) {
+             goTo(d, "a");
+             EXPECT_FALSE(d.setTextData("t"));
+         },
+         "<a><b/></a>"},
+        {"<a/>",
+         [](auto& d) {
+             goTo(d, "a");
+             d.setCData("x]]>y");
+             EXPECT_EQ(d.textData(), "x]]>y");
+         },
+         "<a><![CDATA[x]]]]><![CDATA[>y]]></a>"},
+        {"<a/>",
+         [](auto& d) {
+             goTo(d, "a");
+             d.addChildElement(d.tagName(), "t");
+         },
+         "<a><a>t</a></a>"},
+        // What was left open is ended where it must be for the edit to mean what it says.
+        {"<a><b><c></a>",
+         [](auto& d) {
+             goTo(d, "b");
+             d.addElement("d");
+         },
+         "<a><b><c></b><d/></a>"},
+        {"<a><b><c></a>",
+         [](auto& d) {
+             goTo(d, "c");
+             d.addChildElement("d");
+         },
+         "<a><b><c><d/></a>"},
+        {"<a><b>1" + leftOut + "<c/></a>",
+         [](auto& d) {
+             goTo(d, "b");
+             d.addElement("d");
+         },
+         "<a><b>1" + leftOut + "<d/><c/></a>"},
+    };
+    for (const Edit& edit : edits) {
+        SCOPED_TRACE(edit.before);
+        MarkupDocument document;
+        document.setText(edit.before);
+        edit.edit(document);
+        const std::string wanted = outline(document);
+        EXPECT_EQ(document.text(), edit.after);
+        MarkupDocument again;
+        again.setText(document.text());
+        EXPECT_EQ(outline(again), wanted);
+    }
+}
+
+TEST(MarkupDocument, RefusesAStartTagBeyondItsField) {
+    MarkupDocument document;
+    document.addElement("a");
+    EXPECT_FALSE(document.setAttribute("x", std::string(5'000'000, 'x')));
+    EXPECT_FALSE(document.addChildElement(std::string(2000, 'n')));
+    EXPECT_EQ(document.takeText(), "<a/>");
+    EXPECT_EQ(document.text(), "");
+    EXPECT_TRUE(document.addElement("b"));
+}
+
+TEST(MarkupDocument, KeepsItsTableInStepWhereverItIsEdited) {
+    // Far more elements than a segment holds, added at the end, the front and in between.
+    constexpr int kEach = 50'000;
+    MarkupDocument document;
+    document.addElement("r");
+    document.intoElement();
+    for (int i = 0; i < kEach; ++i) document.addElement("end");
+    document.resetPosition();
+    document.findElement();
+    document.intoElement();
+    for (int i = 0; i < kEach; ++i) document.insertElement("front", "x");
+    document.resetPosition();
+    document.findElement();
+    document.intoElement();
+    while (document.findElement("end")) {
+        document.setAttribute("k", "v");
+        document.addChildElement("child");
+    }
+    const std::string wanted = outline(document);
+    MarkupDocument again;
+    EXPECT_TRUE(again.setText(document.text()));
+    EXPECT_EQ(again.index().table().count(), 3U * kEach + 1);
+    EXPECT_EQ(outline(again), wanted);
+}
+
+}  // namespace

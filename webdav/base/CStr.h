@@ -1,0 +1,28 @@
+// A byte string that formats into itself by printf's rules.
+#pragma once
+
+#include <cstdarg>
+#include <string>
+
+namespace webdav {
+
+class CStr {
+  public:
+    CStr() = default;
+    virtual ~CStr() = default;
+
+    /// Replaces the text. Raises std::runtime_error "Unable to format string" when that fails.
+    [[gnu::format(printf, 2, 3)]] void Format(const char* format, ...);
+
+    const std::string& text() const { return text_; }
+
+  private:
+    std::string text_;
+};
+
+/// The formatted text, for use in an expression.
+[[gnu::format(printf, 1, 2)]] std::string FormatText(const char* format, ...);
+/// The same for arguments that the caller was given.
+[[gnu::format(printf, 1, 0)]] std::string FormatTextV(const char* format, va_list arguments);
+
+}  // namespace webdav

@@ -1,0 +1,253 @@
+#include "webdav/base/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+#include "platform/CodePage.h"
+
+namespace webdav {
+
+namespace {
+
+constexpr std::string_view kBase64Alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view kFolderNameAlphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+,";
+constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+/// What RFC 3986 lets stand in a path beside letters and digits.
+constexpr std::string_view kPathMarks = "-._~!$&'()*+,;=:@/";
+
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+constexpr bool isUpper(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+constexpr bool isLower(char c) {
+    return c >= 'a' && c <= 'z';
+}
+constexpr char toLower(char c) {
+    return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
+}
+constexpr uint8_t toByte(char c) {
+    return static_cast<uint8_t>(c);
+}
+
+/// Collects bits and hands them on in groups of another size, the first bits first.
+class BitRegroup {
+  public:
+    explicit BitRegroup(unsigned groupBits) : groupBits_(groupBits) {}
+
+    void push(uint32_t value, unsigned bits) {
+        held_ = held_ << bits | value;
+        count_ += bits;
+    }
+    bool hasGroup() const { return count_ >= groupBits_; }
+    bool hasRest() const { return count_ > 0; }
+    /// The next group; a last one that is not full is completed with zero bits.
+    uint32_t take() {
+        if (!hasGroup()) push(0, groupBits_ - count_);
+        count_ -= groupBits_;
+        const uint32_t group = held_ >> count_;
+        held_ &= (1U << count_) - 1;
+        return group;
+    }
+
+  private:
+    unsigned groupBits_;
+    uint32_t held_ = 0;
+    unsigned count_ = 0;
+};
+
+constexpr std::array<int8_t, 256> makeBase64Values() {
+    std::array<int8_t, 256> values{};
+    values.fill(-1);
+    for (size_t i = 0; i < kBase64Alphabet.size(); ++i)
+        values[toByte(kBase64Alphabet[i])] = static_cast<int8_t>(i);
+    return values;
+}
+
+constexpr std::array<int8_t, 256> kBase64Values = makeBase64Values();
+
+constexpr std::array<bool, 256> makePathBytes() {
+    std::array<bool, 256> stays{};
+    for (unsigned i = 0; i < stays.size(); ++i) {
+        const char c = static_cast<char>(i);
+        stays[i] =
+            isDigit(c) || isUpper(c) || isLower(c) || kPathMarks.find(c) != std::string_view::npos;
+    }
+    return stays;
+}
+
+constexpr std::array<bool, 256> kPathBytes = makePathBytes();
+
+int hexValue(char c) {
+    if (isDigit(c)) return c - '0';
+    const char lower = toLower(c);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+/// The number of ASCII bytes that the text starts with.
+size_t asciiRun(std::string_view text) {
+    constexpr uint64_t kHighBits = 0x8080808080808080U;
+    size_t at = 0;
+    for (uint64_t eight = 0; at + sizeof eight <= text.size(); at += sizeof eight) {
+        std::memcpy(&eight, text.data() + at, sizeof eight);
+        if ((eight & kHighBits) != 0) break;
+    }
+    while (at < text.size() && toByte(text[at]) < 0x80) ++at;
+    return at;
+}
+
+/// The length of the sequence of more than one byte that the text starts with; 0 when it is none.
+size_t sequenceLength(std::string_view text) {
+    if (text.size() < 2) return 0;
+    const unsigned lead = toByte(text[0]);
+    const unsigned pair = lead << 8 | toByte(text[1]);
+    size_t length = 0;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+    } else if (pair >= 0xE0A0 && pair <= 0xEFFF) {
+        const bool surrogate = pair >= 0xEDA0 && pair <= 0xEE7F;
+        length = surrogate ? 0 : 3;
+    } else if (pair >= 0xF090 && pair <= 0xF48F) {
+        length = 4;
+    }
+    if (length == 0 || text.size() < length) return 0;
+    const auto continues = [](char c) { return (toByte(c) & 0xC0) == 0x80; };
+    return std::ranges::all_of(text.substr(1, length - 1), continues) ? length : 0;
+}
+
+}  // namespace
+
+std::string Base64Encode(std::string_view bytes) {
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    BitRegroup bits(6);
+    for (const char c : bytes) {
+        bits.push(toByte(c), 8);
+        while (bits.hasGroup()) text += kBase64Alphabet[bits.take()];
+    }
+    if (bits.hasRest()) text += kBase64Alphabet[bits.take()];
+    text.append((4 - text.size() % 4) % 4, '=');
+    return text;
+}
+
+std::string Base64Decode(std::string_view text) {
+    std::string bytes;
+    bytes.reserve(text.size() / 4 * 3 + 2);
+    BitRegroup bits(8);
+    for (const char c : text.substr(0, text.find('='))) {
+        const int8_t value = kBase64Values[toByte(c)];
+        if (value < 0) continue;
+        bits.push(static_cast<uint32_t>(value), 6);
+        if (bits.hasGroup()) bytes += static_cast<char>(bits.take());
+    }
+    return bytes;
+}
+
+std::string EncodeModifiedUtf7(std::string_view utf8) {
+    std::string name;
+    BitRegroup bits(6);
+    bool inRun = false;
+    const auto endRun = [&] {
+        if (!inRun) return;
+        if (bits.hasRest()) name += kFolderNameAlphabet[bits.take()];
+        name += '-';
+        inRun = false;
+    };
+    for (const char16_t unit : platform::utf8ToUtf16(utf8)) {
+        if (unit >= 0x20 && unit <= 0x7E) {
+            endRun();
+            name += static_cast<char>(unit);
+            if (unit == u'&') name += '-';
+            continue;
+        }
+        if (!inRun) name += '&';
+        inRun = true;
+        bits.push(unit, 16);
+        while (bits.hasGroup()) name += kFolderNameAlphabet[bits.take()];
+    }
+    endRun();
+    return name;
+}
+
+bool IsValidUtf8(std::string_view text) {
+    text = text.substr(0, text.find('\0'));
+    while (true) {
+        text.remove_prefix(asciiRun(text));
+        if (text.empty()) return true;
+        const size_t length = sequenceLength(text);
+        if (length == 0) return false;
+        text.remove_prefix(length);
+    }
+}
+
+std::string RemoveInvalidUtf8(std::string_view bytes) {
+    // Unlike the test above, this takes U+FFFF for invalid as well.
+    constexpr std::string_view kLastOfPlane = "\xEF\xBF\xBF";
+    std::string clean;
+    clean.reserve(bytes.size());
+    while (!bytes.empty()) {
+        size_t length = asciiRun(bytes);
+        if (length == 0 && !bytes.starts_with(kLastOfPlane)) length = sequenceLength(bytes);
+        clean.append(bytes.substr(0, length));
+        bytes.remove_prefix(std::max<size_t>(length, 1));
+    }
+    return clean;
+}
+
+bool EqualsNoCase(std::string_view left, std::string_view right) {
+    return std::ranges::equal(left, right, {}, toLower, toLower);
+}
+
+bool StartsWithNoCase(std::string_view text, std::string_view prefix) {
+    return EqualsNoCase(text.substr(0, prefix.size()), prefix);
+}
+
+bool EndsWithNoCase(std::string_view text, std::string_view suffix) {
+    return text.size() >= suffix.size() &&
+           EqualsNoCase(text.substr(text.size() - suffix.size()), suffix);
+}
+
+std::string ToLowerAscii(std::string_view text) {
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(), toLower);
+    return lower;
+}
+
+std::string EncodeUriPath(std::string_view decoded) {
+    std::string encoded;
+    encoded.reserve(decoded.size());
+    for (const char c : decoded) {
+        const uint8_t byte = toByte(c);
+        if (kPathBytes[byte]) {
+            encoded += c;
+        } else {
+            encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
+        }
+    }
+    return encoded;
+}
+
+std::string DecodeUriPath(std::string_view encoded) {
+    std::string decoded;
+    decoded.reserve(encoded.size());
+    for (size_t at = 0; at < encoded.size(); ++at) {
+        if (encoded[at] == '%' && encoded.size() - at > 2) {
+            const int high = hexValue(encoded[at + 1]);
+            const int low = hexValue(encoded[at + 2]);
+            if (high >= 0 && low >= 0) {
+                decoded += static_cast<char>(high << 4 | low);
+                at += 2;
+                continue;
+            }
+        }
+        decoded += encoded[at];
+    }
+    return decoded;
+}
+
+}  // namespace webdav

@@ -1,0 +1,71 @@
+#include "webdav/dav/CollectionTarget.h"
+
+#include <algorithm>
+
+#include "webdav/base/Text.h"
+
+namespace DAV {
+
+using webdav::RequestTarget;
+using webdav::WebDAVRequest;
+
+namespace {
+
+constexpr std::string_view kFolderExtension = ".IMAP";
+
+std::string withoutFolderExtensions(std::string_view name) {
+    std::string bare;
+    bare.reserve(name.size());
+    while (!name.empty()) {
+        if (webdav::StartsWithNoCase(name, kFolderExtension)) {
+            name.remove_prefix(kFolderExtension.size());
+        } else {
+            bare.push_back(name.front());
+            name.remove_prefix(1);
+        }
+    }
+    return bare;
+}
+
+bool liesInOwnTree(const WebDAVRequest& request, const std::string& folderPath) {
+    const std::string& mailDirectory = request.Account().mailDirectory;
+    return !mailDirectory.empty() && webdav::StartsWithNoCase(folderPath + "\\", mailDirectory);
+}
+
+FolderScope scopeOf(const WebDAVRequest& request, const RequestTarget& target) {
+    if (target.owner == webdav::kPublicOwner) return FolderScope::kPublic;
+    return liesInOwnTree(request, target.folderPath) ? FolderScope::kOwn : FolderScope::kShared;
+}
+
+}  // namespace
+
+uint32_t CollectionTarget::accessMask() const {
+    if (!isFolder() || liesInOwnTree(request, folderPath)) return STORE_RIGHTS_ALL;
+    return webdav::store().CV_GetSharedFolderAccessMask(folderPath.c_str(),
+                                                        request.AccountNameForAccess().c_str());
+}
+
+CollectionTarget AddressedCollection(WebDAVRequest& request, const webdav::ItemKind& kind,
+                                     CollectionRole role) {
+    const RequestTarget& target = request.Target();
+    const bool mailbox = role == CollectionRole::kInbox || role == CollectionRole::kOutbox;
+    return CollectionTarget{
+        request,
+        kind,
+        role,
+        scopeOf(request, target),
+        target.folderPath,
+        DisplayNameOf(target.folderName),
+        mailbox ? request.AccountNameForAccess() : target.owner,
+    };
+}
+
+std::string DisplayNameOf(const std::string& imapName) {
+    char decoded[STORE_NAME_SIZE] = {};
+    webdav::store().CV_DecodeIMAPFolderName(imapName.c_str(), decoded, sizeof decoded);
+    std::string name = withoutFolderExtensions(decoded);
+    std::replace(name.begin(), name.end(), '\\', '/');
+    return name;
+}
+
+}  // namespace DAV

@@ -1,0 +1,42 @@
+// The hrefs that answers hand out; each is a valid URI reference (RFC 3986).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "webdav/store/ItemKind.h"
+
+namespace DAV {
+
+/// A principal, without a closing slash.
+std::string PrincipalHref(std::string_view address);
+
+/// A user's home, inbox or outbox below its keyword ("caldav", "carddav", "caldav-inbox", ...).
+std::string UserHref(std::string_view keyword, std::string_view address);
+
+/// A collection below a home. Its name is the folder's display name, with its "~shared/..." or
+/// "~public/" in front where it is not the user's own.
+std::string CollectionHref(std::string_view homeKeyword, std::string_view address,
+                           std::string_view name);
+
+/// An item: the collection's href as it stands, the UID, the kind's extension.
+std::string ItemHref(std::string_view collectionHref, std::string_view uid,
+                     const webdav::ItemKind& kind);
+
+/// A decoded URL path with a closing slash, as an href.
+std::string HrefWithSlash(std::string_view decodedPath);
+
+/// An href as a client sent it, with what may stand in no URI reference escaped.
+std::string RepairedHref(std::string_view href);
+
+/// The name that the last segment of an href gives, decoded, extension included.
+std::string NameOfHref(std::string_view href);
+
+/// A name without everything from its last "." on.
+std::string WithoutExtension(std::string_view name);
+
+/// The part of an address before and after its first "@"; the whole address when it has none.
+std::string_view MailboxOf(std::string_view address);
+std::string_view DomainOf(std::string_view address);
+
+}  // namespace DAV

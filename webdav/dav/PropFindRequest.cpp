@@ -1,0 +1,58 @@
+#include "webdav/dav/PropFindRequest.h"
+
+#include "webdav/dav/Namespaces.h"
+#include "webdav/xml/MarkupDocument.h"
+
+namespace DAV {
+
+using webdav::ElementIndex;
+using webdav::MarkupDocument;
+using webdav::ResolvedNames;
+
+namespace {
+
+// Far beyond what any client asks for; keeps the size of an answer in proportion to its folder.
+constexpr size_t kMaxProperties = 200;
+
+}  // namespace
+
+bool PropFindRequestBase::addProperties(const ResolvedNames& names, ElementIndex prop) {
+    for (ElementIndex child = names.firstChild(prop); child != 0;
+         child = names.nextSibling(child)) {
+        if (properties_.size() == kMaxProperties) return false;
+        properties_.push_back(
+            {std::string(names.namespaceOf(child)), std::string(names.localName(child))});
+    }
+    return true;
+}
+
+PropFindRequest::PropFindRequest(webdav::ISAPIData& data) : url_(data.GetServerVar("URL")) {
+    const std::string depth = data.GetServerVar("HTTP_DEPTH");
+    if (depth == "0") depth_ = 0;
+    if (depth == "1") depth_ = 1;
+    brief_ = data.GetServerVar("HTTP_BRIEF") == "t";
+}
+
+bool PropFindRequest::setXML(std::string_view body) {
+    MarkupDocument document;
+    document.setText(std::string(body));
+    const ResolvedNames names(document);
+    const ElementIndex propfind = names.find(kDav, "propfind");
+    if (propfind == 0) return false;
+
+    // Only "allprops" is known, with its final s; the standard "allprop" asks for nothing.
+    if (names.findChild(propfind, kDav, "allprops") != 0) {
+        allprops_ = true;
+        return true;
+    }
+    if (names.findChild(propfind, kDav, "propname") != 0) {
+        propname_ = true;
+        return true;
+    }
+    for (ElementIndex child = names.firstChild(propfind); child != 0;
+         child = names.nextSibling(child))
+        if (names.is(child, kDav, "prop") && !addProperties(names, child)) return false;
+    return true;
+}
+
+}  // namespace DAV

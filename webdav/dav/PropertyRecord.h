@@ -1,0 +1,55 @@
+// The records that a multistatus answer is made of.
+//
+// Names and namespaces are views: of constants, or of the request's own property list, which lives
+// as long as the answer.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace DAV {
+
+struct ResponseRecord;
+
+/// An element below DAV:prop; a property is the outermost of them.
+struct ElementRecord {
+    std::string_view namespaceUri;
+    std::string_view name;
+    std::string text;  ///< not written when there are children
+    std::vector<std::pair<std::string_view, std::string>> attributes;
+    std::vector<ElementRecord> children;
+    std::vector<ResponseRecord> responses;  ///< nested, written behind the children
+
+    ElementRecord& AddChild(std::string_view childNamespace, std::string_view childName,
+                            std::string childText = {}) {
+        return children.emplace_back(
+            ElementRecord{childNamespace, childName, std::move(childText), {}, {}, {}});
+    }
+};
+
+using PropertyRecord = ElementRecord;
+
+struct PropStatRecord {
+    uint16_t status = 0;
+    std::vector<PropertyRecord> properties;
+};
+
+/// One DAV:response. The href is a valid URI reference already.
+struct ResponseRecord {
+    std::string href;
+    std::vector<PropStatRecord> propstats;  ///< in the order in which their statuses first occurred
+};
+
+/// A property that a client asks for.
+struct PropertyName {
+    std::string namespaceUri;
+    std::string name;
+
+    /// Its record, still without a value.
+    PropertyRecord EmptyRecord() const { return {namespaceUri, name, {}, {}, {}, {}}; }
+};
+
+}  // namespace DAV

@@ -1,0 +1,44 @@
+// What the web server knows of one request: server variables, query parameters, body.
+//
+// Used by one thread. Without a control block every look-up yields an empty text.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "abi/Isapi.h"
+#include "webdav/base/Filemap.h"
+#include "webdav/frame/URLDecoder.h"
+
+namespace webdav {
+
+class ISAPIData : public CURLDecoder {
+  public:
+    /// Walks the query string and reads the body when it is not wholly there.
+    explicit ISAPIData(EXTENSION_CONTROL_BLOCK* block);
+
+    /// A server variable, asked of the web server once; empty when it has none of that name.
+    std::string GetServerVar(const std::string& name);
+    /// The headers as the client sent them, which are often longer than other variables may be.
+    std::string GetRawHeaders();
+    /// The decoded value of a query parameter, empty when absent.
+    std::string GetParam(std::string_view name);
+    bool IsHttps();
+    std::string_view GetBody() const;
+    /// True when the client closed the connection early or a read failed.
+    bool BodyFailed() const { return bodyFailed_; }
+
+  private:
+    int32_t ReadBody();
+
+    EXTENSION_CONTROL_BLOCK* block_;
+    std::map<std::string, std::string, std::less<>> serverVariables_;
+    FileMap body_;
+    uint32_t bodyRead_ = 0;
+    bool mustReadBody_ = false;
+    bool bodyFailed_ = false;
+};
+
+}  // namespace webdav

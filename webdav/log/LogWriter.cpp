@@ -1,0 +1,170 @@
+#include "webdav/log/LogWriter.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "webdav/base/CStr.h"
+#include "webdav/base/INIFile.h"
+#include "webdav/base/Settings.h"
+#include "webdav/base/Text.h"
+
+namespace webdav {
+
+namespace {
+
+constexpr const char* kModuleName = "CVWebDAV";
+constexpr const char* kLogName = "WebDAV";
+constexpr const char* kSemaphoreFile = "\\WebDAVLogLocked.sem";
+constexpr std::array<const char*, 7> kWeekdays = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                                  "Thursday", "Friday", "Saturday"};
+
+/// The text up to the last "." of it.
+std::string_view withoutExtension(std::string_view name) {
+    return name.substr(0, name.rfind('.'));
+}
+
+std::string_view baseNameOf(std::string_view path) {
+    const size_t backslash = path.rfind('\\');
+    return withoutExtension(backslash == std::string_view::npos ? path
+                                                                : path.substr(backslash + 1));
+}
+
+/// "[Fri 2017-05-19 14:03:07] ", whatever the language of the machine.
+std::string timeStamp(int64_t time) {
+    const platform::DateTime local = platform::localFromMs(time * 1000);
+    return FormatText("[%.3s %04d-%02d-%02d %02d:%02d:%02d] ", kWeekdays[local.dayOfWeek],
+                      local.year, local.month, local.day, local.hour, local.minute, local.second);
+}
+
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+}  // namespace
+
+LogWriter::LogWriter(Clock clock) : clock_(std::move(clock)) {}
+
+LogWriter::~LogWriter() {
+    Close();
+    if (configured_) DeleteSemaphore();
+}
+
+void LogWriter::Configure(const std::string& directory, int32_t maxKilobytes,
+                          std::string_view modeName) {
+    Mode mode = Mode::kSingleFile;
+    if (modeName == "DAILY") mode = Mode::kFilePerWeekday;
+    if (modeName == "DAY") mode = Mode::kFilePerDate;
+    if (configured_ && (mode != mode_ || !EqualsNoCase(directory, directory_))) Close();
+    directory_ = directory;
+    mode_ = mode;
+    maxSize_ = int64_t{maxKilobytes} * 1024;
+    configured_ = true;
+}
+
+bool LogWriter::Open() {
+    if (!configured_) return false;
+    if (file_) {
+        RotateIfDue();
+        if (file_) return true;
+    }
+    NameFile();
+    file_ = platform::AppendFile::open(fileName_);
+    if (!file_) return false;
+    AnnounceFile();
+    WriteBanner("starting");
+    return true;
+}
+
+void LogWriter::NameFile() {
+    platform::DateTime day = platform::localFromMs(clock_());
+    switch (mode_) {
+        case Mode::kSingleFile:
+            // The name of the file before, whose mode may have been another; empty at first.
+            fileName_ = directory_ + '\\' + std::string(baseNameOf(fileName_)) + ".log";
+            return;
+        case Mode::kFilePerWeekday:
+            fileName_ =
+                FormatText("%s\\%s-%s.log", directory_.c_str(), kWeekdays[day.dayOfWeek], kLogName);
+            break;
+        case Mode::kFilePerDate:
+            fileName_ = FormatText("%s\\%s-%04d%02d%02d.log", directory_.c_str(), kLogName,
+                                   day.year, day.month, day.day);
+            break;
+    }
+    nextRotation_ =
+        platform::msFromLocal(
+            {.year = day.year, .month = day.month, .day = static_cast<uint16_t>(day.day + 1)}) /
+        1000;
+}
+
+void LogWriter::AnnounceFile() const {
+    constexpr const char* kKey = "LatestWebDAVLogFile";
+    CINIFile settings;
+    settings.path = WebstrandIniPath();
+    settings.section = "Other";
+    // A log rotated often shall not have the settings file written again and again.
+    if (settings.path.empty() || settings.ReadString(kKey, "") == fileName_) return;
+    settings.WriteString(kKey, fileName_);
+}
+
+void LogWriter::RotateIfDue() {
+    if (mode_ == Mode::kSingleFile && maxSize_ <= 0) return;
+    if (mode_ != Mode::kSingleFile && Now() >= nextRotation_) {
+        WriteBanner("rotating");
+        Close();
+    } else if (maxSize_ > 0 && file_->length() >= maxSize_) {
+        RotateBySize();
+    }
+    DeleteSemaphore();
+}
+
+void LogWriter::RotateBySize() {
+    sizeRotating_ = true;
+    const std::string oldName = std::string(withoutExtension(fileName_)) + ".old";
+    platform::removeFile(oldName);
+    Close();
+    if (!platform::renameFile(fileName_, oldName)) {
+        // Writing goes on in the file that is too large; the next entry tries the rotation again.
+        file_ = platform::AppendFile::open(fileName_);
+        return;
+    }
+    sizeRotating_ = false;
+    file_ = platform::AppendFile::open(oldName);
+    WriteBanner("reached maximum size");
+    Close();
+}
+
+void LogWriter::Close() {
+    if (!sizeRotating_) WriteBanner("stopping");
+    if (file_) file_->close();
+    file_.reset();
+}
+
+void LogWriter::WriteBanner(const char* event) {
+    if (file_)
+        WriteLine(FormatText("----- %s %s Log file %s -----", kModuleName, CVWEBDAV_VERSION, event),
+                  Now());
+}
+
+void LogWriter::WriteEntry(std::string_view line, int64_t time) {
+    if (Open()) WriteLine(line, time);
+}
+
+void LogWriter::WriteLine(std::string_view line, int64_t time) {
+    std::string bytes = timeStamp(time);
+    bytes += line;
+    std::ranges::replace_if(bytes, isControl, ' ');
+    bytes += "\r\n";
+    file_->write(bytes);
+}
+
+void LogWriter::Flush() {
+    if (file_) file_->flush();
+}
+
+void LogWriter::DeleteSemaphore() const {
+    platform::removeFile(directory_ + kSemaphoreFile);
+}
+
+}  // namespace webdav

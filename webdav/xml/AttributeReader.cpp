@@ -1,0 +1,78 @@
+#include "webdav/xml/AttributeReader.h"
+
+#include "webdav/xml/MarkupEscape.h"
+
+namespace webdav {
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kNameEnds = " \t\r\n=\"'";
+
+}  // namespace
+
+std::string MarkupAttribute::value() const {
+    return decodeReferences(rawValue);
+}
+
+AttributeReader::AttributeReader(std::string_view startTag) {
+    if (startTag.empty()) return;
+    const size_t closing = startTag.ends_with("/>") ? 2 : 1;
+    rest_ = startTag.substr(1, startTag.size() - 1 - closing);
+    takeName();
+}
+
+bool AttributeReader::next(MarkupAttribute& attribute) {
+    attribute = {};
+    while (skipBlanks(), !rest_.empty()) {
+        attribute.name = takeName();
+        if (!attribute.name.empty()) {
+            const std::string_view behindName = rest_;
+            skipBlanks();
+            if (rest_.starts_with('=')) {
+                attribute.rawValue = takeValue();
+            } else {
+                rest_ = behindName;
+            }
+            return true;
+        }
+        takeValue();  // a stray "=" or quoted text
+    }
+    return false;
+}
+
+std::string_view AttributeReader::takeName() {
+    const std::string_view name = rest_.substr(0, rest_.find_first_of(kNameEnds));
+    rest_.remove_prefix(name.size());
+    return name;
+}
+
+std::string_view AttributeReader::takeValue() {
+    if (rest_.starts_with('=')) rest_.remove_prefix(1);
+    skipBlanks();
+    if (rest_.starts_with('"') || rest_.starts_with('\'')) return takeQuoted();
+    const std::string_view value = rest_.substr(0, rest_.find_first_of(kBlanks));
+    rest_.remove_prefix(value.size());
+    return value;
+}
+
+std::string_view AttributeReader::takeQuoted() {
+    const size_t closing = rest_.find(rest_.front(), 1);
+    const std::string_view value = rest_.substr(1, closing - 1);
+    rest_.remove_prefix(closing == std::string_view::npos ? rest_.size() : closing + 1);
+    return value;
+}
+
+void AttributeReader::skipBlanks() {
+    const size_t first = rest_.find_first_not_of(kBlanks);
+    rest_.remove_prefix(first == std::string_view::npos ? rest_.size() : first);
+}
+
+bool findAttribute(std::string_view startTag, std::string_view name, MarkupAttribute& attribute) {
+    for (AttributeReader reader(startTag); reader.next(attribute);) {
+        if (attribute.name == name) return true;
+    }
+    return false;
+}
+
+}  // namespace webdav

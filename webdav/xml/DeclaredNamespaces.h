@@ -1,0 +1,38 @@
+// The namespace declarations of a document, read once from all of its elements, so that finding the
+// prefix of a namespace does not read the document anew each time. Belongs to a MarkupDocument.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "webdav/xml/IndexedText.h"
+
+namespace webdav {
+
+class DeclaredNamespaces {
+  public:
+    /// Whether an attribute declares a namespace, judged by the start of its name.
+    static bool isDeclaration(std::string_view attributeName);
+
+    /// Reads the declarations of all elements in document order.
+    void read(const IndexedText& text);
+    void clear();
+    /// Notes a declaration that comes behind those known.
+    void add(std::string_view prefix, std::string_view uri);
+
+    /// The prefix of the first declaration of a namespace, or null.
+    const std::string* prefixOf(std::string_view uri) const;
+    bool isDeclared(std::string_view prefix) const { return prefixes_.contains(prefix); }
+    /// The first of "ns0", "ns1" and so on that is not declared.
+    std::string unusedPrefix();
+
+  private:
+    std::map<std::string, std::string, std::less<>> prefixByUri_;
+    std::set<std::string, std::less<>> prefixes_;
+    uint32_t firstUnused_ = 0;  // prefixes only ever get more: no lower number is free
+};
+
+}  // namespace webdav

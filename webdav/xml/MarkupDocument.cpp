@@ -1,0 +1,236 @@
+#include "webdav/xml/MarkupDocument.h"
+
+#include <utility>
+
+#include "webdav/xml/MarkupEscape.h"
+#include "webdav/xml/MarkupScanner.h"
+#include "webdav/xml/NameIndex.h"
+
+namespace webdav {
+
+namespace {
+
+std::string writtenDeclaration(std::string_view prefix, std::string_view uri) {
+    std::string written = prefix.empty() ? " xmlns" : " xmlns:";
+    written += prefix;
+    written += "=\"";
+    appendAttributeValue(written, uri);
+    written += '"';
+    return written;
+}
+
+}  // namespace
+
+bool MarkupDocument::setText(std::string text) {
+    takeText();
+    results_.clear();
+    content_.parse(std::move(text), ignoresCase(), results_);
+    return (content_.table()[0].flags & ElementRecord::kIllFormed) == 0;
+}
+
+const std::string& MarkupDocument::text() const {
+    settle();
+    return content_.close();
+}
+
+std::string MarkupDocument::takeText() {
+    // Putting the declarations into the text that is given away saves moving all elements for them;
+    // there is no gap before the root that would have to be counted off.
+    const std::string declarations = std::exchange(rootDeclarations_, {});
+    const size_t at = declarations.empty() ? 0 : content_.attributesEnd(root());
+    std::string text = content_.take();
+    resetPosition();
+    declared_.clear();
+    declarationsRead_ = false;
+    return text.insert(at, declarations);
+}
+
+void MarkupDocument::resetPosition() {
+    parent_ = current_ = child_ = 0;
+}
+
+bool MarkupDocument::findElement(std::string_view name) {
+    const ElementTable& table = content_.table();
+    ElementIndex next = current_ == 0 ? table[parent_].child : table[current_].next;
+    while (next != 0 && !name.empty() && !sameName(content_.tagName(next), name, ignoresCase())) {
+        next = table[next].next;
+    }
+    if (next == 0) return false;
+    current_ = next;
+    child_ = 0;
+    return true;
+}
+
+bool MarkupDocument::intoElement() {
+    if (current_ == 0) return false;
+    parent_ = current_;
+    current_ = std::exchange(child_, 0);
+    return true;
+}
+
+bool MarkupDocument::outOfElement() {
+    if (parent_ == 0) return false;
+    child_ = current_;
+    current_ = parent_;
+    parent_ = content_.table()[parent_].parent;
+    return true;
+}
+
+std::string_view MarkupDocument::tagName() const {
+    return current_ == 0 ? std::string_view() : content_.tagName(current_);
+}
+
+std::string MarkupDocument::textData() const {
+    return current_ == 0 ? std::string() : content_.textData(current_);
+}
+
+bool MarkupDocument::hasAttribute(std::string_view name) const {
+    MarkupAttribute attribute;
+    return findAttribute(currentTag(), name, attribute);
+}
+
+std::string MarkupDocument::attribute(std::string_view name) const {
+    MarkupAttribute attribute;
+    return findAttribute(currentTag(), name, attribute) ? attribute.value() : std::string();
+}
+
+AttributeReader MarkupDocument::attributes() const {
+    return AttributeReader(currentTag());
+}
+
+std::string_view MarkupDocument::currentTag() const {
+    if (current_ == 0) return {};
+    if (current_ == root()) settle();
+    return content_.startTag(current_);
+}
+
+bool MarkupDocument::addElement(std::string_view name, std::string_view text) {
+    return writeElement({}, name, text) && addWritten();
+}
+
+bool MarkupDocument::addQualified(std::string_view prefix, std::string_view localName,
+                                  std::string_view text) {
+    const bool qualifies =
+        localName.find(':') == std::string_view::npos && (prefix.empty() || isMarkupName(prefix));
+    return qualifies && writeElement(prefix, localName, text) && addWritten();
+}
+
+bool MarkupDocument::addWritten() {
+    if (parent_ == 0 && root() != 0) return false;
+    current_ = insert(current_ != 0 ? content_.openBehind(current_) : content_.openEndOf(parent_));
+    child_ = 0;
+    return true;
+}
+
+bool MarkupDocument::insertElement(std::string_view name, std::string_view text) {
+    const ElementIndex next = current_ != 0 ? current_ : content_.table()[parent_].child;
+    if (next == 0) return addElement(name, text);
+    if (parent_ == 0 || !writeElement({}, name, text)) return false;
+    current_ = insert(content_.openBefore(next));
+    child_ = 0;
+    return true;
+}
+
+bool MarkupDocument::addChildElement(std::string_view name, std::string_view text) {
+    if (current_ == 0 || !writeElement({}, name, text)) return false;
+    child_ = insert(child_ != 0 ? content_.openBehind(child_) : content_.openEndOf(current_));
+    return true;
+}
+
+bool MarkupDocument::setAttribute(std::string_view name, std::string_view value) {
+    if (current_ == 0 || !isMarkupName(name)) return false;
+    if (current_ == root()) settle();
+    if (DeclaredNamespaces::isDeclaration(name)) declarationsRead_ = false;
+    markup_ = " ";
+    markup_ += name;
+    markup_ += "=\"";
+    appendAttributeValue(markup_, value);
+    markup_ += '"';
+    return content_.setAttribute(current_, std::string_view(markup_).substr(1, name.size()),
+                                 markup_);
+}
+
+bool MarkupDocument::setTextData(std::string_view text) {
+    markup_.clear();
+    appendContent(markup_, text);
+    return setContent();
+}
+
+bool MarkupDocument::setCData(std::string_view text) {
+    markup_.clear();
+    appendCData(markup_, text);
+    return setContent();
+}
+
+bool MarkupDocument::setContent() {
+    if (current_ == 0 || content_.table()[current_].child != 0) return false;
+    content_.setContent(current_, markup_);
+    return true;
+}
+
+const DeclaredNamespaces& MarkupDocument::declarations() {
+    if (!declarationsRead_) {
+        settle();
+        declared_.read(content_);
+        declarationsRead_ = true;
+    }
+    return declared_;
+}
+
+bool MarkupDocument::declareOnRoot(std::string_view prefix, std::string_view uri) {
+    if (root() == 0 || !canDeclareOnRoot(prefix, uri)) return false;
+    declarations();
+    rootDeclarations_ += writtenDeclaration(prefix, uri);
+    declared_.add(prefix, uri);
+    return true;
+}
+
+bool MarkupDocument::canDeclareOnRoot(std::string_view prefix, std::string_view uri) const {
+    // A root that is still to be added has its name at most, and that fits.
+    const size_t tag = root() != 0 ? content_.startTag(root()).size() : ElementRecord::kMaxEndTag;
+    const size_t length = tag + rootDeclarations_.size() + writtenDeclaration(prefix, uri).size();
+    return length <= ElementRecord::kMaxStartTag;
+}
+
+std::string MarkupDocument::unusedPrefix() {
+    declarations();
+    return declared_.unusedPrefix();
+}
+
+const IndexedText& MarkupDocument::index() const {
+    text();
+    return content_;
+}
+
+/// Writes the root's new declarations into the text.
+void MarkupDocument::settle() const {
+    if (rootDeclarations_.empty()) return;
+    content_.appendAttributes(root(), std::exchange(rootDeclarations_, {}));
+}
+
+bool MarkupDocument::writeElement(std::string_view prefix, std::string_view localName,
+                                  std::string_view text) {
+    if (!isMarkupName(localName)) return false;
+    markup_ = "<";
+    markup_ += prefix;
+    if (!prefix.empty()) markup_ += ':';
+    markup_ += localName;
+    const size_t nameLength = markup_.size() - 1;
+    if (nameLength > ElementRecord::kMaxName) return false;
+    markup_ += text.empty() ? "/>" : ">";
+    startTagLength_ = static_cast<uint32_t>(markup_.size());
+    endTagLength_ = 0;
+    if (text.empty()) return true;
+    appendContent(markup_, text);
+    endTagLength_ = static_cast<uint32_t>(nameLength + 3);
+    markup_ += "</";
+    markup_.append(markup_, 1, nameLength);
+    markup_ += '>';
+    return true;
+}
+
+ElementIndex MarkupDocument::insert(const IndexedText::Place& place) {
+    return content_.insertElement(place, markup_, startTagLength_, endTagLength_);
+}
+
+}  // namespace webdav
