@@ -9,13 +9,12 @@
 #include "host/Options.h"
 #include "host/Server.h"
 #include "platform/DynamicLibrary.h"
-#include "platform/Environment.h"
 #include "platform/Files.h"
+#include "platform/Registry.h"
 
 namespace {
 
 constexpr int kCannot = 1;
-constexpr const char* kRegistryVariable = "CORVANE_REGISTRY";
 
 int fail(const std::string& problem) {
     host::logProblem(problem);
@@ -56,9 +55,8 @@ int main(int argc, char** argv) {
                     " is no data directory: it has no registry.ini; make " +
                     "one with: cvadmin --data " + options->dataDirectory + " init --domain DOMAIN");
     }
-    if (!platform::setEnvironment(kRegistryVariable, platform::nativePath(registry))) {
-        return fail("cannot set the environment variable " + std::string(kRegistryVariable));
-    }
+    if (!platform::useRegistryFile(registry))
+        return fail("cannot make " + platform::nativePath(registry) + " the registry");
 
     const std::string path = options->module.empty()
                                  ? platform::programDirectory() + "..\\lib\\CVWebDAV"

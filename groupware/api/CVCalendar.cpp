@@ -348,8 +348,7 @@ PLATFORM_EXPORT void CV_CalSendICalendarMessage(const StoreCalItem* /*item*/,
                                                 uint32_t /*reserved1*/, uint32_t /*reserved2*/,
                                                 const char* /*actor*/, const char* /*recipient*/,
                                                 uint32_t /*replyKind*/) {
-    // There is no mail system yet that would take the reply: the organizer reads the new status in
-    // the stored event.
+    // There is no mail system yet that would carry the reply.
 }
 
 PLATFORM_EXPORT void CV_GWDeletePointer(void* pointer) {

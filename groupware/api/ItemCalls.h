@@ -165,7 +165,7 @@ inline int64_t rangeSide(const StoreDateTime* time, int64_t open) {
     return local == platform::DateTime{} ? open : platform::msFromLocal(local);
 }
 
-/// True for a file below the mail directory, however the path is written.
+/// True for a path below the mail directory; one that could lead out of it again is none.
 inline bool isMessagePath(const Engine& engine, std::string_view path) {
     const std::string root = engine.paths().mail + "\\";
     return path.starts_with(root) && path.find("..") == std::string_view::npos &&

@@ -5,6 +5,7 @@
 // so; then its user must assume the best. Wall times only; zones are the user's business.
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -78,7 +79,8 @@ class RuleWalk {
     WallSeconds start_;
     WallSeconds to_;
     StepBudget& budget_;
-    int64_t dayCost_ = 1;  ///< steps that a look at a day takes
+    std::bitset<7> weekdays_;  ///< that the rule names
+    int64_t dayCost_ = 1;      ///< steps that a look at a day takes
     int64_t period_ = 0;
     int64_t remaining_ = 0;
     bool limited_ = false;

@@ -83,6 +83,8 @@ RuleWalk::RuleWalk(const RecurrenceRule& rule, WallSeconds start, WallSeconds fr
     deriveFromStart();
     const size_t tests = rule_.months.size() + rule_.yearDays.size() + rule_.monthDays.size() +
                          rule_.weeks.size() + rule_.weekdays.size();
+    for (const RecurrenceRule::Weekday& each : rule_.weekdays)
+        weekdays_.set(static_cast<size_t>(each.day));
     dayCost_ = 1 + static_cast<int64_t>(tests) / 8;
     const bool countable = !limited_ || rule.isPlainStep();
     if (from > start && countable) skipTo(from);
@@ -144,8 +146,9 @@ int64_t RuleWalk::periodAt(WallSeconds wall) const {
 }
 
 void RuleWalk::skipTo(WallSeconds from) {
-    // A week of the year may begin in the year before: start one period earlier.
-    const int64_t period = periodAt(std::min(from, kLastWall)) - 1;
+    // A year of weeks may reach into the next year.
+    const int64_t before = rule_.weeks.empty() ? 0 : 1;
+    const int64_t period = periodAt(std::min(from, kLastWall)) - before;
     if (period <= 0) return;
     period_ = period;
     remaining_ -= period;
@@ -299,6 +302,9 @@ void RuleWalk::choosePositions() {
 }
 
 bool RuleWalk::dayMatches(int64_t day) const {
+    // Most days of most rules fall by their weekday, which is the cheapest to tell.
+    if (!rule_.weekdays.empty() && !weekdays_.test(static_cast<size_t>(weekdayOf(day))))
+        return false;
     const auto date = dateOf(day);
     const int y = static_cast<int>(date.year());
     const auto month = static_cast<unsigned>(date.month());

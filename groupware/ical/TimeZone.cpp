@@ -86,7 +86,7 @@ TimeZone::Onset TimeZone::lastOnset(const ZoneObservance& observance, WallSecond
     }
     if (last < known) return onset;
     // Onsets come about once a year; a rule that rests for longer is not a zone's.
-    constexpr int64_t kLookBack = 800 * kSecondsPerDay;
+    constexpr int64_t kLookBack = 400 * kSecondsPerDay;
     RuleWalk walk(*observance.rule, observance.start, last - kLookBack, last, budget);
     while (const auto at = walk.next()) {
         if (*at > last) break;

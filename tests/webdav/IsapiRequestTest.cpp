@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/Error.h"
+#include "tests/webdav/LoggedLines.h"
 #include "webdav/frame/ISAPIRequest.h"
 
 using webdav::ISAPIData;
@@ -69,7 +71,10 @@ class FakeServer {
         return TRUE;
     }
     BOOL read(char* buffer, DWORD& size) {
-        if (failsToRead) return FALSE;
+        if (failsToRead) {
+            platform::setLastError(995);
+            return FALSE;
+        }
         reads.push_back(size);
         const size_t there = std::min(body_.size(), closedAfter) - sent_;
         size = static_cast<DWORD>(std::min<size_t>(size, there));
@@ -115,15 +120,19 @@ TEST(IsapiData, ReadsTheRestInPieces) {
 }
 
 TEST(IsapiData, TellsThatABodyDidNotArrive) {
+    const TestInstallation product;
+    LoggedLines log(product);
     FakeServer closed;
     closed.closedAfter = 7;
     closed.setBody("0123456789", 5);
     EXPECT_TRUE(ISAPIData(closed.block()).BodyFailed());
+    EXPECT_EQ(log.take(), (std::vector<std::string>{"DEBUG, ReadClient returned 0 bytes"}));
 
     FakeServer failing;
     failing.failsToRead = true;
     failing.setBody("0123456789", 5);
     EXPECT_TRUE(ISAPIData(failing.block()).BodyFailed());
+    EXPECT_EQ(log.take(), (std::vector<std::string>{"ERROR, Error 995 occurred in ReadClient "}));
 
     FakeServer pointless;
     pointless.setBody("0123456789", 5);

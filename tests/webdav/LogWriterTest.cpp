@@ -137,10 +137,19 @@ TEST_F(LogWriterTest, TheSemaphoreGoesWithEachCheck) {
     const std::string semaphore = product_.logPath("WebDAVLogLocked.sem");
     configure("DAILY");
     write("opens");
-    platform::replaceFile(semaphore, "");
+    const auto make = [&] { platform::replaceFile(semaphore, ""); };
+    make();
     write("checks");
     EXPECT_FALSE(platform::fileExists(semaphore));
-    platform::replaceFile(semaphore, "");
+    make();
+    write("checks in the same second");
+    writer_->Flush();
+    EXPECT_FALSE(platform::fileExists(semaphore));
+    make();
+    now_ += kHour;
+    write("rotates");
+    EXPECT_FALSE(platform::fileExists(semaphore));
+    make();
     writer_.reset();
     EXPECT_FALSE(platform::fileExists(semaphore));
 }

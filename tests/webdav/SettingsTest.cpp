@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -20,7 +21,7 @@ TEST(Settings, WebstrandStandsBesideTheApplication) {
         SetInstallation(appPath);
         EXPECT_EQ(AppPath(), appPath);
         EXPECT_EQ(WebstrandDirectory(), directory);
-        EXPECT_EQ(WebstrandIniPath(), directory + std::string("\\Webstrand.ini"));
+        EXPECT_EQ(WebstrandIniPath(), std::string(directory).append("\\Webstrand.ini"));
     }
 }
 

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/Error.h"
-#include "platform/Files.h"
-#include "platform/Registry.h"
-#include "tests/platform/TemporaryDirectory.h"
+#include "tests/webdav/LoggedLines.h"
 #include "webdav/store/StoreBinding.h"
 #include "webdav/store/StoreOperations.h"
 
@@ -14,41 +12,32 @@ using webdav::LoadStore;
 
 namespace {
 
-// Libraries that offer the names and nothing behind them: all of a library's, and all but one.
+using Lines = std::vector<std::string>;
+
+// The libraries offer the names and nothing behind them: all of a library's, or all but one.
 class StoreBinding : public testing::Test {
   protected:
     void SetUp() override {
         install("CVUser", "all_CVUser");
         install("CVCalendar", "all_CVCalendar");
-        setRegistry("AppPath=" + directory_.path("bin") + "\nIniPath=" + iniPath_);
     }
-    void TearDown() override {
-        webdav::UnloadStore();
-        platform::useRegistryFile(before_);
-    }
+    void TearDown() override { webdav::UnloadStore(); }
 
-    void setRegistry(const std::string& values) {
-        ASSERT_TRUE(
-            platform::replaceFile(directory_.path("registry.ini"),
-                                  "[SOFTWARE\\Quindle Software\\Corvane]\n" + values + "\n"));
-        ASSERT_TRUE(platform::useRegistryFile(directory_.path("registry.ini")));
-    }
     void install(const std::string& name, const std::string& library) {
-        const std::filesystem::path bin = std::filesystem::path(directory_.native()) / "bin";
+        const std::filesystem::path bin = platform::nativePath(product_.path("bin"));
         std::filesystem::create_directories(bin);
         std::filesystem::copy_file(std::filesystem::path(STORE_LIBRARIES) / (library + ".so"),
                                    bin / (name + ".so"),
                                    std::filesystem::copy_options::overwrite_existing);
     }
     void uninstall(const std::string& name) {
-        platform::removeFile(directory_.path("bin\\" + name + ".so"));
+        platform::removeFile(product_.path("bin\\" + name + ".so"));
     }
     /// The code with which loading fails, or -1 when it succeeds.
     static int64_t loadStore() { return LoadStore() ? -1 : int64_t{platform::lastError()}; }
 
-    const std::string before_ = platform::registryFilePath();
-    TemporaryDirectory directory_;
-    const std::string iniPath_ = directory_.path("Corvane.ini");
+    TestInstallation product_;
+    LoggedLines log_{product_};
 };
 
 TEST_F(StoreBinding, BindsEveryNameAndLetsGo) {
@@ -57,17 +46,27 @@ TEST_F(StoreBinding, BindsEveryNameAndLetsGo) {
 #define EXPECT_BOUND(name) EXPECT_NE(webdav::store().name, nullptr) << #name;
     WEBDAV_USER_OPERATIONS(EXPECT_BOUND)
     WEBDAV_CALENDAR_OPERATIONS(EXPECT_BOUND)
+    EXPECT_EQ(log_.take(), (Lines{"STATUS, Loading Corvane API", "DEBUG, Loaded CVUser.dll",
+                                  "DEBUG, Loaded CVCalendar.dll"}));
     webdav::UnloadStore();
     EXPECT_FALSE(IsStoreLoaded());
     EXPECT_EQ(webdav::store().CV_GetByEmail, nullptr);
+    EXPECT_EQ(log_.take(), (Lines{"STATUS, Unloading Corvane API", "DEBUG, Unloaded CVCalendar.dll",
+                                  "DEBUG, Unloaded CVUser.dll"}));
+    webdav::UnloadStore();
+    EXPECT_EQ(log_.take(), Lines());
 }
 
 TEST_F(StoreBinding, IsAllOrNothing) {
     install("CVUser", "lacking_CVUser");
     EXPECT_EQ(loadStore(), 1);
+    EXPECT_EQ(log_.take(), (Lines{"STATUS, Loading Corvane API",
+                                  "CRITICAL, Unable to load CVUser.dll. Error: 1"}));
     install("CVUser", "all_CVUser");
     install("CVCalendar", "lacking_CVCalendar");
     EXPECT_EQ(loadStore(), 1);
+    EXPECT_EQ(log_.take(), (Lines{"STATUS, Loading Corvane API", "DEBUG, Loaded CVUser.dll",
+                                  "CRITICAL, Unable to load CVCalendar.dll. Error: 1"}));
     EXPECT_FALSE(IsStoreLoaded());
     EXPECT_EQ(webdav::store().CV_CalInitCalItemEx, nullptr);
 }
@@ -82,22 +81,32 @@ TEST_F(StoreBinding, TellsWhyALibraryCannotBeLoaded) {
 }
 
 TEST_F(StoreBinding, NeedsBothRegistryValues) {
-    const std::string appPath = "AppPath=" + directory_.path("bin");
-    setRegistry(appPath);
+    const std::string appPath = product_.path("bin");
+    const std::string iniPath = product_.path("Corvane.ini");
+    struct Case {
+        std::string appPath;
+        std::string iniPath;
+        bool systemError;  ///< else the code is 0
+    };
+    const Case cases[] = {
+        {"", iniPath, false},
+        {appPath, "", false},
+        {appPath, std::string(300, 'x'), true},
+        {std::string(254, 'x'), iniPath, true},
+    };
+    for (const Case& values : cases) {
+        product_.setRegistry("AppPath", values.appPath);
+        product_.setRegistry("IniPath", values.iniPath);
+        const int64_t code = loadStore();
+        EXPECT_TRUE(values.systemError ? code > 1 : code == 0) << code << values.appPath;
+    }
+    platform::useRegistryFile(product_.path("none.ini"));
     EXPECT_GT(loadStore(), 1);
-    setRegistry("IniPath=" + iniPath_);
-    EXPECT_GT(loadStore(), 1);
-    setRegistry(appPath + "\nIniPath=" + std::string(300, 'x'));
-    EXPECT_GT(loadStore(), 1);
-    setRegistry(appPath + "\nIniPath=");
-    EXPECT_EQ(loadStore(), 0);
-    setRegistry("AppPath=\nIniPath=" + iniPath_);
-    EXPECT_EQ(loadStore(), 0);
     EXPECT_FALSE(IsStoreLoaded());
 }
 
 TEST_F(StoreBinding, TakesTheUserLibraryOfTheConfiguredType) {
-    ASSERT_TRUE(platform::replaceFile(iniPath_, "[Advanced]\nUserDllType=64\n"));
+    product_.setMain("Advanced", "UserDllType", "64");
     EXPECT_GT(loadStore(), 1);
     install("CVUser64", "all_CVUser");
     uninstall("CVUser");

@@ -11,6 +11,7 @@ namespace {
 
 constexpr size_t kShown = 100;
 constexpr std::string_view kHex = "hex:";
+constexpr std::string_view kFill = "fill:";
 constexpr std::string_view kLater = "later:";
 
 std::string shown(std::string_view text) {
@@ -47,6 +48,9 @@ const std::string& captured(std::string_view name, const Captures& captures) {
 std::optional<std::string> fixedText(std::string_view form, const Captures& captures) {
     if (form.starts_with('=')) return captured(form.substr(1), captures);
     if (form == "length") return captured(form, captures);
+    if (form.starts_with(kFill)) {
+        return std::string(std::stoul(std::string(form.substr(kFill.size()))), 'x');
+    }
     if (form.starts_with(kHex)) return bytesOfHex(form.substr(kHex.size()));
     return std::nullopt;
 }

@@ -11,7 +11,8 @@ namespace wire {
 
 using Captures = std::map<std::string, std::string, std::less<>>;
 
-/// The text with {{=name}} and {{hex:...}} put in place; raises WireError for any other form.
+/// The text with {{=name}}, {{hex:...}} and {{fill:...}} put in place; raises WireError for any
+/// other form.
 std::string substitute(std::string_view text, const Captures& captures);
 
 /// Compares a text with a pattern, byte for byte but where the pattern says otherwise, and notes

@@ -8,9 +8,9 @@
 #include "groupware/engine/Accounts.h"
 #include "groupware/items/Transfer.h"
 #include "platform/DynamicLibrary.h"
-#include "platform/Environment.h"
 #include "platform/Files.h"
 #include "platform/PrivateProfile.h"
+#include "platform/Registry.h"
 
 namespace wire {
 
@@ -73,7 +73,7 @@ WireStore::WireStore() {
     paths_ = groupware::DataPaths::below(platform::fromNativePath(native));
     std::string libraries = platform::programDirectory() + "..\\lib";
     require(groupware::initDataDirectory(paths_, "example.test", libraries));
-    platform::setEnvironment("CORVANE_REGISTRY", native + "/registry.ini");
+    platform::useRegistryFile(directory() + "\\registry.ini");
     platform::writeProfileText(directory() + "\\Webstrand\\Webstrand.ini", "WebDAV", "LogLevel",
                                "1");
     engine_ = std::make_unique<groupware::Engine>(paths_);

@@ -1,8 +1,9 @@
 #include "webdav/dav/HomeListing.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
-#include <regex>
+#include <iterator>
 #include <span>
 #include <vector>
 
@@ -61,11 +62,28 @@ std::string withoutClosingBackslash(std::string path) {
     return path;
 }
 
+/// Words that stand in a User-Agent one after another; an empty one stands anywhere.
+using AgentPattern = std::array<std::string_view, 3>;
+
 // The address book of the Mac shows one collection only.
-bool showsOneCollection(const std::string& userAgent) {
-    static const std::regex mac(
-        ".*CFNetwork.*Darwin.*|.*AddressBook.*CardDAVPlugin.*Mac_OS_X.*|.*Mac OS X.*AddressBook.*");
-    return std::regex_match(userAgent, mac);
+constexpr AgentPattern kOneCollectionAgents[] = {
+    {{"CFNetwork", "Darwin"}},
+    {{"AddressBook", "CardDAVPlugin", "Mac_OS_X"}},
+    {{"Mac OS X", "AddressBook"}},
+};
+
+bool matches(std::string_view userAgent, const AgentPattern& pattern) {
+    for (const std::string_view word : pattern) {
+        const size_t found = userAgent.find(word);
+        if (found == userAgent.npos) return false;
+        userAgent.remove_prefix(found + word.size());
+    }
+    return true;
+}
+
+bool showsOneCollection(std::string_view userAgent) {
+    return std::any_of(std::begin(kOneCollectionAgents), std::end(kOneCollectionAgents),
+                       [&](const AgentPattern& pattern) { return matches(userAgent, pattern); });
 }
 
 class HomeListing {

@@ -1,5 +1,4 @@
 // What a request may do in its target folder, asked by the handlers before they read or write.
-#include "platform/PrivateProfile.h"
 #include "webdav/base/INIFile.h"
 #include "webdav/base/Text.h"
 #include "webdav/frame/FolderSettings.h"

@@ -16,7 +16,7 @@ std::string requestLine(const std::string& method, ISAPIData& data) {
     const std::string query = data.GetServerVar("QUERY_STRING");
     std::string line = method + (secure ? " https://" : " http://");
     line += data.GetServerVar("SERVER_NAME");
-    if (port != (secure ? "443" : "80")) line += ':' + port;
+    if (!port.empty() && port != (secure ? "443" : "80")) line += ':' + port;
     line += data.GetServerVar("URL");
     if (!query.empty()) line += '?' + query;
     return line + ' ' + data.GetServerVar("SERVER_PROTOCOL") + "\r\n";

@@ -77,7 +77,7 @@ bool LogWriter::Open() {
 }
 
 void LogWriter::NameFile() {
-    platform::DateTime day = platform::localFromMs(clock_());
+    const platform::DateTime day = platform::localFromMs(clock_());
     switch (mode_) {
         case Mode::kSingleFile:
             // The name of the file before, whose mode may have been another; empty at first.
@@ -115,6 +115,11 @@ void LogWriter::RotateIfDue() {
         Close();
     } else if (maxSize_ > 0 && file_->length() >= maxSize_) {
         RotateBySize();
+    } else if (Now() == semaphoreDeleted_) {
+        // Looking for it may search a large directory: not for each line of a busy second. What is
+        // put off is done at the next line after that second or when the log is idle.
+        semaphoreDue_ = true;
+        return;
     }
     DeleteSemaphore();
 }
@@ -161,10 +166,13 @@ void LogWriter::WriteLine(std::string_view line, int64_t time) {
 
 void LogWriter::Flush() {
     if (file_) file_->flush();
+    if (semaphoreDue_) DeleteSemaphore();
 }
 
-void LogWriter::DeleteSemaphore() const {
+void LogWriter::DeleteSemaphore() {
     platform::removeFile(directory_ + kSemaphoreFile);
+    semaphoreDeleted_ = Now();
+    semaphoreDue_ = false;
 }
 
 }  // namespace webdav

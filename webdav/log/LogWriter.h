@@ -1,8 +1,9 @@
 // The log file: its name by the configured scheme, its rotation by day and size, its lines.
 //
-// Used by the log thread and, at shut-down, by the thread that stops it. It is its own lock: every
-// caller holds it around each operation. A file that cannot be opened loses the entry, the next one
-// tries again. Other processes may write to the same file.
+// The semaphore file in the log directory is made by other processes that share the directory; the
+// writer deletes it. Used by the log thread and, at shut-down, by the thread that stops it. It is
+// its own lock: every caller holds it around each operation. A file that cannot be opened loses the
+// entry, the next one tries again. Other processes may write to the same file.
 #pragma once
 
 #include <cstdint>
@@ -34,6 +35,7 @@ class LogWriter : public CCriticalSection {
     /// Opens the file and appends a line; time in seconds since 1970-01-01T00:00:00Z. Control
     /// characters become blanks, so that one entry is one line.
     void WriteEntry(std::string_view line, int64_t time);
+    /// For idle times.
     void Flush();
 
   private:
@@ -47,7 +49,7 @@ class LogWriter : public CCriticalSection {
     void Close();
     void WriteBanner(const char* event);
     void WriteLine(std::string_view line, int64_t time);
-    void DeleteSemaphore() const;
+    void DeleteSemaphore();
 
     const Clock clock_;
     std::unique_ptr<platform::AppendFile> file_;
@@ -58,6 +60,8 @@ class LogWriter : public CCriticalSection {
     bool configured_ = false;
     bool sizeRotating_ = false;
     int64_t nextRotation_ = 0;
+    int64_t semaphoreDeleted_ = 0;
+    bool semaphoreDue_ = false;
 };
 
 }  // namespace webdav
