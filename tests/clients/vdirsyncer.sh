@@ -66,6 +66,7 @@ event() {
 }
 
 start_server() {
+    : >"$work/server.out"  # the loop below may read it before the server opens it
     "$build/bin/cvwebdavd" --data "$data" --listen 127.0.0.1:0 \
         >"$work/server.out" 2>"$work/server.err" &
     server_id=$!
