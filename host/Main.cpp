@@ -9,6 +9,7 @@
 #include "host/Options.h"
 #include "host/Server.h"
 #include "platform/DynamicLibrary.h"
+#include "platform/Error.h"
 #include "platform/Files.h"
 #include "platform/Registry.h"
 
@@ -26,8 +27,9 @@ int serve(const host::Options& options, host::ExtensionModule& module) {
     if (const auto problem = server.open()) return fail(*problem);
     server.stopOnSignals();
     if (!module.start()) {
-        return fail("the extension refused to start; its log in " + options.dataDirectory +
-                    "/Logs tells why");
+        return fail("the extension refused to start, error " +
+                    std::to_string(platform::lastError()) + "; its log in " +
+                    options.dataDirectory + "/Logs tells why");
     }
     for (const std::string& url : server.urls()) {
         std::cout << "cvwebdavd: serving on " << url << std::endl;
