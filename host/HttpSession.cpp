@@ -188,6 +188,7 @@ unsigned HttpSession<Stream>::acceptHead(size_t length) {
     }
     std::optional<RequestTarget> target = parseRequestTarget(request_.head.target());
     if (!target) return 400;
+    if (target->path.size() > limits_.maxPath) return 414;
     request_.target = std::move(*target);
 
     parser_.emplace();

@@ -8,6 +8,7 @@ namespace host {
 
 struct Limits {
     size_t maxRequestLine = 8 * 1024;
+    size_t maxPath = 1023;       ///< decoded; extensions ask for variables with room for 1024 bytes
     size_t maxHead = 16 * 1024;  ///< request line and header lines together
     size_t maxFields = 100;
     size_t maxBody = 32 * 1024 * 1024;

@@ -1,8 +1,10 @@
 // cvwebdavd: serves a data directory over HTTP through the extension, until it is told to stop.
 
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <string>
+#include <system_error>
 
 #include "host/ExtensionModule.h"
 #include "host/Log.h"
@@ -16,6 +18,8 @@
 namespace {
 
 constexpr int kCannot = 1;
+constexpr const char* kProductKey = "SOFTWARE\\Quindle Software\\Corvane";
+constexpr size_t kLongestPath = 1024;
 
 int fail(const std::string& problem) {
     host::logProblem(problem);
@@ -43,6 +47,21 @@ int serve(const host::Options& options, host::ExtensionModule& module) {
     return 0;
 }
 
+/// A data directory that was copied still names the settings, and so the data, of the first one.
+void warnOfForeignSettings(const std::string& dataDirectory) {
+    const std::string settings =
+        platform::readRegistryText(kProductKey, "IniPath", kLongestPath).text;
+    std::error_code error;
+    const auto here = std::filesystem::path(dataDirectory) / "Corvane.ini";
+    if (settings.empty() ||
+        std::filesystem::equivalent(here, platform::nativePath(settings), error))
+        return;
+    host::logProblem("the registry.ini of " + dataDirectory + " names the settings " +
+                     platform::nativePath(settings) +
+                     ", so that directory's data is served; if this one was copied or moved, "
+                     "correct the paths in registry.ini and Corvane.ini");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -60,6 +79,7 @@ int main(int argc, char** argv) {
     if (!platform::useRegistryFile(registry))
         return fail("cannot make " + platform::nativePath(registry) + " the registry");
 
+    warnOfForeignSettings(options->dataDirectory);
     const std::string path = options->module.empty()
                                  ? platform::programDirectory() + "..\\lib\\CVWebDAV"
                                  : platform::fromNativePath(options->module);

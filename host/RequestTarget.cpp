@@ -28,6 +28,11 @@ std::optional<std::string> decodePath(std::string_view text) {
             const int low = hexValue(text[i + 2]);
             if (high < 0 || low < 0) return std::nullopt;
             c = static_cast<char>(high * 16 + low);
+            // A slash within a name must not divide it into two.
+            if (c == '/') {
+                path.append(text.substr(i, 2));
+                c = text[i + 2];
+            }
             i += 2;
         }
         if (isControl(c)) return std::nullopt;

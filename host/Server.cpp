@@ -173,8 +173,10 @@ bool Server::run() {
     }
     impl_->io.run();
     impl_->io.restart();
-    impl_->io.run_for(impl_->settings.limits.drainTime);
-    return impl_->pool.idle();
+    const auto deadline = std::chrono::steady_clock::now() + impl_->settings.limits.drainTime;
+    impl_->io.run_until(deadline);
+    // The last answer may be out while its worker has not come back yet.
+    return impl_->pool.waitUntilIdle(deadline);
 }
 
 void Server::stop() {

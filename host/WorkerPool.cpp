@@ -35,9 +35,9 @@ bool WorkerPool::submit(Job job) {
     return true;
 }
 
-bool WorkerPool::idle() const {
-    const std::lock_guard lock(mutex_);
-    return queue_.empty() && running_ == 0;
+bool WorkerPool::waitUntilIdle(std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock lock(mutex_);
+    return done_.wait_until(lock, deadline, [this] { return nothingToDo(); });
 }
 
 void WorkerPool::work() {
@@ -54,6 +54,7 @@ void WorkerPool::work() {
         job = nullptr;
         lock.lock();
         --running_;
+        if (nothingToDo()) done_.notify_all();
     }
 }
 

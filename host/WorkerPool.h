@@ -4,6 +4,7 @@
 // the client to come back later. A job must not throw.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -26,16 +27,18 @@ class WorkerPool {
 
     /// False when the queue is full.
     bool submit(Job job);
-    /// True when no job is in progress and none waits.
-    bool idle() const;
+    /// Waits until no job is in progress and none waits; false when the time has passed first.
+    bool waitUntilIdle(std::chrono::steady_clock::time_point deadline);
 
   private:
     void work();
     void dropQueue();
+    bool nothingToDo() const { return queue_.empty() && running_ == 0; }
 
     const size_t queueLength_;
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::condition_variable wake_;
+    std::condition_variable done_;
     std::deque<Job> queue_;
     size_t running_ = 0;
     bool ending_ = false;

@@ -320,11 +320,13 @@ PLATFORM_EXPORT void CV_ContactSetvCardUid(StoreContactItem* item, const char* u
 
 // Scheduling.
 
-PLATFORM_EXPORT int32_t CV_CalProcessICalFBRequest(const char* text, const char* /*actor*/,
+PLATFORM_EXPORT int32_t CV_CalProcessICalFBRequest(const char* text, const char* actor,
                                                    char** recipient, char** freeBusy) {
     if (freeBusy != nullptr) *freeBusy = nullptr;
-    if (text == nullptr || recipient == nullptr) return STORE_BAD_DATA;
+    if (text == nullptr || actor == nullptr || recipient == nullptr) return STORE_BAD_DATA;
     return statusOf([&]() -> int32_t {
+        // A folder's token lets its bearer see that folder, and nobody's busy time.
+        if (!Engine::ofProcess().database().account(actor)) return STORE_NOT_FOUND;
         const auto request = FreeBusyRequest::parse(text);
         if (!request) return STORE_BAD_DATA;
         if (*recipient == nullptr) {

@@ -171,6 +171,8 @@ int32_t ItemStore::write(std::string_view path, StoreItem& record) {
     const auto folder = folderOf(path);
     if (!folder) return STORE_NOT_FOUND;
     const std::string& uid = own->row.uid;
+    // Nobody could ever name such a contact; a task gets a UID when it is first listed.
+    if (uid.empty() && kind_ == ItemKind::kContact) return STORE_BAD_DATA;
     const auto transaction = engine_.database().begin();
     if (!uid.empty() && transaction->itemNumber(folder->key, uid)) return STORE_EXISTS;
     ItemRow row =

@@ -91,6 +91,7 @@ TEST(Http, HostileAndOddRequestsAreRefused) {
         {"CONNECT x:443 HTTP/1.1\r\nHost: x\r\n\r\n", 400},
         {"PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n", 505},
         {"GET /" + std::string(9'000, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n", 414},
+        {"GET /" + std::string(1'023, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n", 414},
         {put + "A: " + std::string(17'000, 'a') + "\r\n\r\n", 431},
         {put + "Expect: else\r\n\r\n", 417},
         {"\x16\x03\x01\x02", 400},

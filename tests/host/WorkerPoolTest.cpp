@@ -8,6 +8,8 @@
 namespace host {
 namespace {
 
+constexpr std::chrono::seconds kLongEnough{60};
+
 TEST(WorkerPool, TakesAsManyAsItCanHoldAndNoMore) {
     std::promise<void> gate;
     const std::shared_future<void> opened = gate.get_future().share();
@@ -22,12 +24,12 @@ TEST(WorkerPool, TakesAsManyAsItCanHoldAndNoMore) {
         };
         for (size_t i = 0; i < kThreads + kQueue; ++i) EXPECT_TRUE(pool.submit(job)) << i;
         EXPECT_FALSE(pool.submit(job));
-        EXPECT_FALSE(pool.idle());
+        EXPECT_FALSE(pool.waitUntilIdle(std::chrono::steady_clock::now()));
         gate.set_value();
-        while (!pool.idle()) std::this_thread::yield();
+        EXPECT_TRUE(pool.waitUntilIdle(std::chrono::steady_clock::now() + kLongEnough));
         EXPECT_EQ(done, static_cast<int>(kThreads + kQueue));
         EXPECT_TRUE(pool.submit(job));
-        while (!pool.idle()) std::this_thread::yield();
+        EXPECT_TRUE(pool.waitUntilIdle(std::chrono::steady_clock::now() + kLongEnough));
     }
     EXPECT_EQ(done, static_cast<int>(kThreads + kQueue) + 1);
 }

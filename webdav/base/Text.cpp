@@ -232,6 +232,18 @@ std::string EncodeUriPath(std::string_view decoded) {
     return encoded;
 }
 
+std::string DecodeSlashes(std::string_view name) {
+    constexpr std::string_view kEscape = "%2F";
+    std::string decoded;
+    decoded.reserve(name.size());
+    while (!name.empty()) {
+        const bool slash = StartsWithNoCase(name, kEscape);
+        decoded.push_back(slash ? '/' : name.front());
+        name.remove_prefix(slash ? kEscape.size() : 1);
+    }
+    return decoded;
+}
+
 std::string DecodeUriPath(std::string_view encoded) {
     std::string decoded;
     decoded.reserve(encoded.size());

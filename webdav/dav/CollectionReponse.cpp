@@ -65,7 +65,7 @@ void CollectionReponse::answerItem() {
     const std::string href = webdav::EncodeUriPath(propfind_.url());
     webdav::ItemRecord item(kind_);
     const bool found =
-        kind_.operations.find(item.get(), WithoutExtension(request_.Target().itemName),
+        kind_.operations.find(item.get(), WithoutExtension(NameOfUrl(request_.Target().itemName)),
                               context.folder) &&
         kind_.operations.get(item.get(), context.folder) == STORE_OK;
     if (found)

@@ -37,8 +37,7 @@ int32_t deleteItem(WebDAVRequest& request, const ItemKind& kind, const std::stri
 }  // namespace
 
 int32_t WebDAVRequest::HandleDelete() {
-    const std::string url = Url();
-    const std::string uid = DAV::WithoutExtension(url.substr(url.rfind('/') + 1));
+    const std::string uid = DAV::WithoutExtension(DAV::NameOfUrl(Url()));
     Log(kLogDebug, RequestTag(), "*** Delete *** - [%s:%s]", target_.folderPath.c_str(),
         uid.c_str());
     if ((GetAccessRights() & STORE_RIGHT_DELETE) == 0) return RefuseForbidden();

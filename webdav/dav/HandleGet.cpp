@@ -25,10 +25,6 @@ constexpr const char* kOfferedHeaders[] = {
     "Allow: OPTIONS, GET, HEAD, DELETE, PROPFIND, PUT, PROPPATCH, REPORT",
 };
 
-std::string lastSegment(const std::string& url) {
-    return url.substr(url.rfind('/') + 1);
-}
-
 bool isItemName(std::string_view name) {
     return EndsWithNoCase(name, ".ics") || EndsWithNoCase(name, ".vcf");
 }
@@ -102,7 +98,7 @@ int32_t WebDAVRequest::HandleOptions() {
 
 int32_t WebDAVRequest::HandleGet() {
     const std::string url = Url();
-    const std::string name = lastSegment(url);
+    const std::string name = DAV::NameOfUrl(url);
     if (!isItemName(name)) {
         Log(kLogInfo, RequestTag(),
             "*** Get *** - [%s] - Request not for an item, returning status page", url.c_str());

@@ -70,7 +70,8 @@ constexpr Report kReports[] = {
 
 Answer runReport(WebDAVRequest& request, const ResolvedNames& names) {
     for (const Report& report : kReports)
-        if (names.find(report.namespaceUri, report.name) != 0) return report.run(request, names);
+        if (names.findChild(ResolvedNames::kDocument, report.namespaceUri, report.name) != 0)
+            return report.run(request, names);
     return std::nullopt;
 }
 

@@ -8,14 +8,24 @@ using webdav::EncodeUriPath;
 
 namespace {
 
+/// Encodes what stands between the dividers, and writes each divider as told.
+std::string encodeBetween(char divider, std::string_view written, std::string_view text) {
+    std::string encoded;
+    for (size_t end = text.find(divider); end != text.npos; end = text.find(divider)) {
+        encoded += EncodeUriPath(text.substr(0, end));
+        encoded += written;
+        text.remove_prefix(end + 1);
+    }
+    return encoded += EncodeUriPath(text);
+}
+
 // A slash within a name would divide it into two segments.
 std::string encodeSegment(std::string_view name) {
-    std::string encoded;
-    for (size_t slash = name.find('/'); slash != name.npos; slash = name.find('/')) {
-        encoded += EncodeUriPath(name.substr(0, slash)) + "%2F";
-        name.remove_prefix(slash + 1);
-    }
-    return encoded + EncodeUriPath(name);
+    return encodeBetween('/', "%2F", name);
+}
+
+std::string_view lastSegment(std::string_view path) {
+    return path.substr(path.rfind('/') + 1);  // npos + 1 is the start
 }
 
 }  // namespace
@@ -50,19 +60,17 @@ std::string HrefWithSlash(std::string_view decodedPath) {
     return href;
 }
 
+// An escape stays an escape.
 std::string RepairedHref(std::string_view href) {
-    // What stands between percent signs is treated by itself, so that an escape stays an escape.
-    std::string repaired;
-    for (size_t percent = href.find('%'); percent != href.npos; percent = href.find('%')) {
-        repaired += EncodeUriPath(href.substr(0, percent)) + '%';
-        href.remove_prefix(percent + 1);
-    }
-    return repaired + EncodeUriPath(href);
+    return encodeBetween('%', "%", href);
 }
 
 std::string NameOfHref(std::string_view href) {
-    if (const size_t slash = href.rfind('/'); slash != href.npos) href.remove_prefix(slash + 1);
-    return webdav::DecodeUriPath(href);
+    return webdav::DecodeUriPath(lastSegment(href));
+}
+
+std::string NameOfUrl(std::string_view url) {
+    return webdav::DecodeSlashes(lastSegment(url));
 }
 
 std::string WithoutExtension(std::string_view name) {

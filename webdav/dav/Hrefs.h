@@ -32,6 +32,10 @@ std::string RepairedHref(std::string_view href);
 /// The name that the last segment of an href gives, decoded, extension included.
 std::string NameOfHref(std::string_view href);
 
+/// The name that the last segment of a URL gives, as the web server decoded it: of all escapes it
+/// leaves that of a slash.
+std::string NameOfUrl(std::string_view url);
+
 /// A name without everything from its last "." on.
 std::string WithoutExtension(std::string_view name);
 

@@ -66,16 +66,16 @@ int32_t ItemPut::answerUnreadable(int32_t status) {
 }
 
 // Events and tasks are filed under the UID in their text, whatever the URL says; contacts under
-// their name in the URL, but for CardDAV-Sync, which names its URLs otherwise.
+// their name in the URL, but for CardDAV-Sync, which names its URLs otherwise, and where the URL
+// names no item.
 std::string ItemPut::chooseUid() {
-    const std::string own = item_->uid == nullptr ? "" : item_->uid;
-    if (&kind_ != &webdav::kContactKind) return own;
+    std::string uid = item_->uid == nullptr ? "" : item_->uid;
+    if (&kind_ != &webdav::kContactKind) return uid;
 
-    std::string uid = own;
-    if (!request_.Data().GetServerVar("HTTP_USER-AGENT").starts_with("CardDAV-Sync")) {
-        const std::string url = request_.Url();
-        uid = WithoutExtension(url.substr(url.rfind('/') + 1));
-    }
+    const std::string named = WithoutExtension(NameOfUrl(request_.Target().itemName));
+    if (!named.empty() &&
+        !request_.Data().GetServerVar("HTTP_USER-AGENT").starts_with("CardDAV-Sync"))
+        uid = named;
     store().CV_ContactSetvCardUid(item_.get(), uid.c_str());
     return uid;
 }
@@ -88,7 +88,8 @@ bool ItemPut::mayDo(uint32_t rights) {
 
 void ItemPut::logContact(const char* format, const std::string& uid) {
     if (&kind_ == &webdav::kContactKind)
-        Log(webdav::kLogDebug, request_.RequestTag(), format, uid.c_str(), item_->identifier);
+        Log(webdav::kLogDebug, request_.RequestTag(), format, uid.c_str(),
+            webdav::ItemNumberText(kind_, *item_).c_str());
 }
 
 bool ItemPut::create() {

@@ -1,5 +1,8 @@
 #include "webdav/dav/PropFindRequest.h"
 
+#include <algorithm>
+
+#include "webdav/base/Text.h"
 #include "webdav/dav/Namespaces.h"
 #include "webdav/xml/MarkupDocument.h"
 
@@ -12,16 +15,30 @@ using webdav::ResolvedNames;
 namespace {
 
 // Far beyond what any client asks for; keeps the size of an answer in proportion to its folder.
-constexpr size_t kMaxProperties = 200;
+constexpr size_t kMaxProperties = 128;
+
+bool isPlainText(std::string_view text) {
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20; };
+    return webdav::IsValidUtf8(text) && std::none_of(text.begin(), text.end(), isControl);
+}
+
+/// False for names that no answer can hold: neither as a property found nor as one missed.
+bool isWritable(std::string_view namespaceUri, std::string_view name) {
+    return isPlainText(namespaceUri) && isPlainText(name) &&
+           namespaceUri != "http://www.w3.org/XML/1998/namespace" &&
+           namespaceUri != "http://www.w3.org/2000/xmlns/";
+}
 
 }  // namespace
 
 bool PropFindRequestBase::addProperties(const ResolvedNames& names, ElementIndex prop) {
     for (ElementIndex child = names.firstChild(prop); child != 0;
          child = names.nextSibling(child)) {
+        const std::string_view namespaceUri = names.namespaceOf(child);
+        const std::string_view name = names.localName(child);
+        if (!isWritable(namespaceUri, name)) continue;
         if (properties_.size() == kMaxProperties) return false;
-        properties_.push_back(
-            {std::string(names.namespaceOf(child)), std::string(names.localName(child))});
+        properties_.push_back({std::string(namespaceUri), std::string(name)});
     }
     return true;
 }
@@ -37,7 +54,7 @@ bool PropFindRequest::setXML(std::string_view body) {
     MarkupDocument document;
     document.setText(std::string(body));
     const ResolvedNames names(document);
-    const ElementIndex propfind = names.find(kDav, "propfind");
+    const ElementIndex propfind = names.findChild(ResolvedNames::kDocument, kDav, "propfind");
     if (propfind == 0) return false;
 
     // Only "allprops" is known, with its final s; the standard "allprop" asks for nothing.

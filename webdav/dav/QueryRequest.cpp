@@ -31,7 +31,8 @@ bool QueryRequest::parseProperties(const ResolvedNames& names, ElementIndex repo
 }
 
 bool CalendarQueryRequest::parse(const ResolvedNames& names) {
-    const ElementIndex report = names.find(kCalDav, "calendar-query");
+    const ElementIndex report =
+        names.findChild(ResolvedNames::kDocument, kCalDav, "calendar-query");
     if (report == 0 || !parseProperties(names, report)) return false;
     for (ElementIndex child = names.firstChild(report); child != 0;
          child = names.nextSibling(child))
@@ -63,7 +64,8 @@ void CalendarQueryRequest::readTimeRange(const ResolvedNames& names, ElementInde
 }
 
 bool ContactQueryRequest::parse(const ResolvedNames& names) {
-    const ElementIndex report = names.find(kCardDav, "addressbook-query");
+    const ElementIndex report =
+        names.findChild(ResolvedNames::kDocument, kCardDav, "addressbook-query");
     return report != 0 && parseProperties(names, report);
 }
 

@@ -61,7 +61,10 @@ std::vector<std::string> SplitPath(std::string path) {
     joinBase64Name(path);
     std::vector<std::string> segments = SplitAtSlashes(path);
     for (std::string& segment : segments)
-        if (isBase64Name(segment)) std::ranges::replace(segment, '_', '/');
+        if (isBase64Name(segment)) {
+            segment = DecodeSlashes(segment);
+            std::ranges::replace(segment, '_', '/');
+        }
     return segments;
 }
 

@@ -44,7 +44,8 @@ class ResolvedNames {
     /// The first such element behind `after` in document order, or 0.
     ElementIndex find(std::string_view uri, std::string_view localName,
                       ElementIndex after = 0) const;
-    /// The first such element among the children of `parent`, or 0.
+    /// The first such element among the children of `parent`, or 0; kDocument has the top level.
+    static constexpr ElementIndex kDocument = 0;
     ElementIndex findChild(ElementIndex parent, std::string_view uri,
                            std::string_view localName) const;
     /// All such elements in document order.
