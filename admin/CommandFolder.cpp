@@ -10,12 +10,11 @@ void addUserFolder(Session& session, const Arguments& arguments) {
 }
 
 void listFolders(Session& session, const Arguments& arguments) {
-    const int64_t account = session.account(arguments.address).id;
-    groupware::Database& database = session.engine().database();
+    const groupware::AccountRow owner = session.account(arguments.address);
     if (arguments.json) {
-        printJson(foldersAsJson(database, account));
+        printJson(foldersAsJson(session.engine(), owner));
     } else {
-        printFolders(database, account);
+        printFolders(session.engine(), owner);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "admin/Commands.h"
+#include "admin/Rights.h"
 #include "admin/Session.h"
 
 namespace admin {
@@ -38,6 +39,11 @@ constexpr TextArgument kTextArguments[] = {
     {kTakesKind, "--kind", "calendar, tasks or contacts", &Arguments::kind, true},
     {kTakesFolder, "FOLDER", "The folder; may be a path: Work/Project", &Arguments::folder, true},
     {kTakesNewFolder, "NAME", "May be a path: Work/Project", &Arguments::folder, true},
+    {kTakesPublicFolder, "NAME", "The public folder; may be a path", &Arguments::folder, true},
+    {kTakesWith, "--with", "The other account, mailbox@domain", &Arguments::grantee, true},
+    {kTakesTo, "--to", "An account, mailbox@domain, or anyone", &Arguments::grantee, true},
+    {kTakesRights, "--rights", "Of read,write,insert,delete,all, with commas between them",
+     &Arguments::rights, true},
     {kTakesFile, "FILE", "The file; - for standard input", &Arguments::file, true},
 };
 
@@ -53,6 +59,7 @@ constexpr FlagArgument kFlagArguments[] = {
     {kTakesPassword, "--password-stdin", "Reads the password, one line, from standard input",
      &Arguments::passwordFromInput, true},
     {kTakesJson, "--json", "Prints JSON", &Arguments::json, false},
+    {kTakesRevoke, "--revoke", "Makes the token void instead", &Arguments::revoke, false},
 };
 
 /// The words but the last name the group, which the table of groups has made before.
@@ -67,6 +74,12 @@ CLI::App* addSubcommand(CLI::App& root, std::string_view words, const char* help
     return parent->add_subcommand(std::string(words), help);
 }
 
+/// Empty when the text is a list of rights.
+std::string problemOfRights(const std::string& list) {
+    if (rightsOfList(list)) return {};
+    return list + " is no list of read,write,insert,delete,all";
+}
+
 void addArguments(CLI::App& subcommand, unsigned takes, Arguments& arguments) {
     for (const TextArgument& row : kTextArguments) {
         if ((takes & row.bit) == 0) continue;
@@ -74,6 +87,7 @@ void addArguments(CLI::App& subcommand, unsigned takes, Arguments& arguments) {
         option->required(row.required);
         if (row.bit == kTakesKind) option->check(CLI::IsMember({"calendar", "tasks", "contacts"}));
         if (row.bit == kTakesOnOrOff) option->check(CLI::IsMember({"on", "off"}));
+        if (row.bit == kTakesRights) option->check(problemOfRights);
     }
     for (const FlagArgument& row : kFlagArguments) {
         if ((takes & row.bit) == 0) continue;
@@ -92,6 +106,7 @@ void build(CLI::App& app, std::string& directory, Arguments& arguments, const Co
     for (const Command& command : commands()) {
         CLI::App* subcommand = addSubcommand(app, command.words, command.help);
         addArguments(*subcommand, command.takes, arguments);
+        if ((command.takes & kTakesRights) != 0) subcommand->footer(kRightsHelp);
         subcommand->callback([&chosen, &command] { chosen = &command; });
     }
 }

@@ -78,14 +78,14 @@ void showUser(Session& session, const Arguments& arguments) {
     const AccountRow account = session.account(arguments.address);
     if (arguments.json) {
         Json value = jsonOf(account);
-        value["folders"] = foldersAsJson(session.engine().database(), account.id);
+        value["folders"] = foldersAsJson(session.engine(), account);
         printJson(value);
         return;
     }
     printColumns(
         {{"Address", account.address}, {"Name", account.fullName}, {"State", stateOf(account)}});
     std::cout << "\nFolders\n";
-    printFolders(session.engine().database(), account.id);
+    printFolders(session.engine(), account);
 }
 
 void removeUser(Session& session, const Arguments& arguments) {

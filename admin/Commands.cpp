@@ -9,10 +9,12 @@ constexpr CommandGroup kGroups[] = {
     {"user", "Accounts"},
     {"user alias", "Further addresses of an account"},
     {"folder", "Calendars, task lists and address books of an account"},
+    {"public", "Folders that belong to nobody; only those read them who are granted it"},
 };
 
 constexpr unsigned kAddressAndPassword = kTakesAddress | kTakesPassword;
 constexpr unsigned kAddressAndFolder = kTakesAddress | kTakesFolder;
+constexpr unsigned kPublicFolder = kTakesPublicFolder | kTakesTo;
 
 constexpr Command kCommands[] = {
     {"init", "Makes the data directory", kTakesDomainOption, initDirectory},
@@ -35,6 +37,19 @@ constexpr Command kCommands[] = {
      removeUserAlias},
     {"folder add", "Makes a folder", kTakesAddress | kTakesKind | kTakesNewFolder, addUserFolder},
     {"folder list", "Lists an account's folders", kTakesAddress | kTakesJson, listFolders},
+    {"share", "Gives another account rights in a folder",
+     kAddressAndFolder | kTakesWith | kTakesRights, shareFolder},
+    {"unshare", "Takes another account's rights in a folder", kAddressAndFolder | kTakesWith,
+     unshareFolder},
+    {"public add", "Makes a public folder; switches public folders on",
+     kTakesKind | kTakesNewFolder, addPublicFolder},
+    {"public grant", "Gives rights in a public folder", kPublicFolder | kTakesRights,
+     grantPublicFolder},
+    {"public revoke", "Takes rights in a public folder", kPublicFolder, revokePublicFolder},
+    {"public list", "Lists the public folders and who has which rights in them", kTakesJson,
+     listPublicFolders},
+    {"token", "Prints a folder's read-only token, making it first if there is none",
+     kAddressAndFolder | kTakesRevoke | kTakesJson, manageToken},
     {"import", "Adds the items of an iCalendar file to a folder", kAddressAndFolder | kTakesFile,
      importFile},
     {"export", "Writes a folder's items to standard output", kAddressAndFolder, exportToOutput},

@@ -21,8 +21,11 @@ struct Arguments {
     std::string kind;
     std::string folder;
     std::string file;
+    std::string grantee;
+    std::string rights;
     bool passwordFromInput = false;
     bool json = false;
+    bool revoke = false;
 };
 
 /// Which arguments a command takes, as a set of bits.
@@ -40,6 +43,11 @@ enum Takes : unsigned {
     kTakesNewFolder = 1U << 9U,
     kTakesFile = 1U << 10U,
     kTakesJson = 1U << 11U,
+    kTakesWith = 1U << 12U,
+    kTakesTo = 1U << 13U,
+    kTakesRights = 1U << 14U,
+    kTakesRevoke = 1U << 15U,
+    kTakesPublicFolder = 1U << 16U,
 };
 
 struct Command {
@@ -79,6 +87,15 @@ void removeUserAlias(Session& session, const Arguments& arguments);
 // CommandFolder.cpp
 void addUserFolder(Session& session, const Arguments& arguments);
 void listFolders(Session& session, const Arguments& arguments);
+// CommandShare.cpp
+void shareFolder(Session& session, const Arguments& arguments);
+void unshareFolder(Session& session, const Arguments& arguments);
+void addPublicFolder(Session& session, const Arguments& arguments);
+void grantPublicFolder(Session& session, const Arguments& arguments);
+void revokePublicFolder(Session& session, const Arguments& arguments);
+void listPublicFolders(Session& session, const Arguments& arguments);
+// CommandToken.cpp
+void manageToken(Session& session, const Arguments& arguments);
 // CommandTransfer.cpp
 void importFile(Session& session, const Arguments& arguments);
 void exportToOutput(Session& session, const Arguments& arguments);

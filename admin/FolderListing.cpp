@@ -1,8 +1,15 @@
 #include "admin/FolderListing.h"
 
+#include "admin/Rights.h"
+#include "groupware/engine/AccessToken.h"
+#include "groupware/engine/Sharing.h"
+
 namespace admin {
 
+using groupware::AccountRow;
+using groupware::Engine;
 using groupware::FolderRow;
+using groupware::GrantRow;
 using groupware::ItemKind;
 
 namespace {
@@ -17,6 +24,37 @@ constexpr KindWord kKindWords[] = {
     {ItemKind::kTask, "tasks"},
     {ItemKind::kContact, "contacts"},
 };
+
+std::string granteeWord(const GrantRow& grant) {
+    return grant.grantee == groupware::kAnyone ? std::string(groupware::kAnyoneWord)
+                                               : grant.address;
+}
+
+/// Public folders have no owner to hand a token out.
+bool hasToken(Engine& engine, const AccountRow& owner, const FolderRow& folder) {
+    return owner.id != groupware::kPublicAccount &&
+           !groupware::accessToken(engine, owner, folder).empty();
+}
+
+/// Who besides the owner may use the folder.
+std::string accessNote(const std::vector<GrantRow>& grants, const FolderRow& folder, bool token) {
+    std::string note;
+    for (const GrantRow& grant : grants) {
+        if (grant.folder != folder.key) continue;
+        note += (note.empty() ? "" : "; ") + granteeWord(grant) + ": " + rightsList(grant.rights);
+    }
+    if (token) note += std::string(note.empty() ? "" : "; ") + "read-only token";
+    return note;
+}
+
+Json grantsAsJson(const std::vector<GrantRow>& grants, const FolderRow& folder) {
+    Json list = Json::array();
+    for (const GrantRow& grant : grants) {
+        if (grant.folder != folder.key) continue;
+        list.push_back({{"to", granteeWord(grant)}, {"rights", rightsWords(grant.rights)}});
+    }
+    return list;
+}
 
 }  // namespace
 
@@ -34,23 +72,28 @@ ItemKind kindOfWord(std::string_view word) {
     return ItemKind::kEvent;
 }
 
-void printFolders(groupware::Database& database, int64_t account) {
+void printFolders(Engine& engine, const AccountRow& owner) {
     std::vector<std::vector<std::string>> rows;
-    for (const FolderRow& folder : database.folders(account)) {
+    const auto grants = engine.database().grantsOn(owner.id);
+    for (const FolderRow& folder : engine.database().folders(owner.id)) {
         rows.push_back({folder.name, std::string(kindWord(folder.kind)),
-                        std::to_string(database.itemCount(folder.key)) + " items",
-                        folder.isDefault ? "default" : ""});
+                        std::to_string(engine.database().itemCount(folder.key)) + " items",
+                        folder.isDefault ? "default" : "",
+                        accessNote(grants, folder, hasToken(engine, owner, folder))});
     }
     printColumns(rows);
 }
 
-Json foldersAsJson(groupware::Database& database, int64_t account) {
+Json foldersAsJson(Engine& engine, const AccountRow& owner) {
     Json list = Json::array();
-    for (const FolderRow& folder : database.folders(account)) {
+    const auto grants = engine.database().grantsOn(owner.id);
+    for (const FolderRow& folder : engine.database().folders(owner.id)) {
         list.push_back({{"name", folder.name},
                         {"kind", kindWord(folder.kind)},
                         {"default", folder.isDefault},
-                        {"items", database.itemCount(folder.key)}});
+                        {"items", engine.database().itemCount(folder.key)},
+                        {"grants", grantsAsJson(grants, folder)},
+                        {"token", hasToken(engine, owner, folder)}});
     }
     return list;
 }

@@ -1,10 +1,11 @@
-// An account's folders as cvadmin shows them, and the words for the kinds of folders.
+// An account's folders, or the public ones, as cvadmin shows them, with who may use them, and the
+// words for the kinds of folders.
 #pragma once
 
 #include <string_view>
 
 #include "admin/Output.h"
-#include "groupware/db/Database.h"
+#include "groupware/engine/Engine.h"
 
 namespace admin {
 
@@ -13,7 +14,7 @@ std::string_view kindWord(groupware::ItemKind kind);
 /// The reverse; the command line has let no other word through.
 groupware::ItemKind kindOfWord(std::string_view word);
 
-void printFolders(groupware::Database& database, int64_t account);
-Json foldersAsJson(groupware::Database& database, int64_t account);
+void printFolders(groupware::Engine& engine, const groupware::AccountRow& owner);
+Json foldersAsJson(groupware::Engine& engine, const groupware::AccountRow& owner);
 
 }  // namespace admin

@@ -49,6 +49,12 @@ groupware::AccountRow Session::account(std::string_view address) {
     return *account;
 }
 
+groupware::AccountRow Session::publicAccount() {
+    auto account = engine().database().accountById(groupware::kPublicAccount);
+    if (!account) throw CommandError("the database is damaged: no account for public folders");
+    return *account;
+}
+
 groupware::FolderRow Session::folder(std::string_view address, std::string_view name) {
     const groupware::AccountRow owner = account(address);
     auto folder = engine().database().folder(owner.id, name);

@@ -39,6 +39,8 @@ class Session {
     groupware::Engine& engine();
     /// The account of that address or alias; CommandError when there is none.
     groupware::AccountRow account(std::string_view address);
+    /// What the public folders belong to.
+    groupware::AccountRow publicAccount();
     /// A folder of an account; CommandError when there is none.
     groupware::FolderRow folder(std::string_view address, std::string_view name);
 

@@ -30,8 +30,8 @@ std::optional<std::string> decodePath(std::string_view text) {
             c = static_cast<char>(high * 16 + low);
             // A slash within a name must not divide it into two.
             if (c == '/') {
-                path.append(text.substr(i, 2));
-                c = text[i + 2];
+                path.append("%2");
+                c = 'F';
             }
             i += 2;
         }

@@ -10,7 +10,7 @@
 namespace host {
 
 struct RequestTarget {
-    std::string path;       ///< percent escapes decoded, once; that of a slash stays an escape
+    std::string path;       ///< percent escapes decoded, once; that of a slash stays "%2F"
     std::string query;      ///< as it was sent, without the "?"
     std::string authority;  ///< of an absolute target, otherwise empty
 };

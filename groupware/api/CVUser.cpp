@@ -11,9 +11,11 @@
 #include "groupware/api/Guarded.h"
 #include "groupware/engine/AccountHandle.h"
 #include "groupware/engine/Engine.h"
+#include "groupware/engine/FolderRights.h"
 #include "groupware/engine/ModifiedUtf7.h"
 #include "groupware/engine/Names.h"
 #include "groupware/engine/PasswordChecker.h"
+#include "groupware/engine/Settings.h"
 #include "platform/Export.h"
 #include "platform/LocalTime.h"
 #include "platform/PrivateProfile.h"
@@ -78,23 +80,31 @@ std::string settingsFile(uint32_t fileId) {
     }
 }
 
-/// Yes, True or 1, and No, False or 0, told by the first character.
-bool truthOf(std::string_view value, bool otherwise) {
-    constexpr std::string_view kYes = "yYtT1";
-    constexpr std::string_view kNo = "nNfF0";
-    if (value.empty()) return otherwise;
-    if (kYes.find(value.front()) != std::string_view::npos) return true;
-    if (kNo.find(value.front()) != std::string_view::npos) return false;
-    return otherwise;
+/// The name is the folder's below its owner's directory, with what is to stand before it.
+StoreFolderRecord recordOf(const AccountRow& owner, const FolderRow& folder,
+                           const std::string& prefix) {
+    StoreFolderRecord record{};
+    // Both fit: they make up less than the folder's directory, which is shorter than either field.
+    fill(record.imapName, prefix + folderDirectoryName(folder.name));
+    fill(record.directory, engine().folderDirectory(owner, folder));
+    fill(record.folderClass, folderClass(folder.kind));
+    return record;
 }
 
 std::vector<StoreFolderRecord> ownFolders(const AccountRow& account) {
+    engine().refreshMirror(account.id);
     std::vector<StoreFolderRecord> records;
     for (const FolderRow& folder : engine().database().folders(account.id)) {
-        StoreFolderRecord& record = records.emplace_back();
-        fill(record.imapName, folderDirectoryName(folder.name));
-        fill(record.directory, engine().folderDirectory(account, folder));
-        fill(record.folderClass, folderClass(folder.kind));
+        records.push_back(recordOf(account, folder, ""));
+    }
+    return records;
+}
+
+std::vector<StoreFolderRecord> recordsOf(const std::vector<OwnedFolder>& folders) {
+    std::vector<StoreFolderRecord> records;
+    for (const auto& [owner, folder] : folders) {
+        const std::string prefix = owner.id == kPublicAccount ? "" : owner.address + "\\";
+        records.push_back(recordOf(owner, folder, prefix));
     }
     return records;
 }
@@ -104,11 +114,11 @@ std::optional<std::vector<StoreFolderRecord>> foldersOfKind(const AccountRow& ac
                                                             uint32_t kind) {
     switch (kind) {
         case STORE_FOLDERS_OWN:
-            engine().refreshMirror(account.id);
             return ownFolders(account);
         case STORE_FOLDERS_PUBLIC:
+            return recordsOf(publicFolders(engine(), account));
         case STORE_FOLDERS_SHARED:
-            return std::vector<StoreFolderRecord>();
+            return recordsOf(sharedFolders(engine(), account));
         default:
             return std::nullopt;
     }
@@ -252,10 +262,8 @@ PLATFORM_EXPORT int32_t CV_GetIntKey(const char* section, const char* key, int32
 PLATFORM_EXPORT int32_t CV_GetBoolKey(const char* section, const char* key, int32_t defaultValue,
                                       uint32_t fileId) {
     return guarded(defaultValue, [&] {
-        constexpr size_t kEnough = 16;
-        const std::string value = platform::readProfileText(settingsFile(fileId), textOf(section),
-                                                            textOf(key), "", kEnough);
-        return truthOf(value, defaultValue != 0) ? 1 : 0;
+        return readTruth(settingsFile(fileId), textOf(section), textOf(key), defaultValue != 0) ? 1
+                                                                                                : 0;
     });
 }
 
@@ -291,14 +299,14 @@ PLATFORM_EXPORT uint32_t CV_GetSharedFolderAccessMask(const char* folderPath,
                                                       const char* accountName) {
     return guarded(uint32_t{0}, [&]() -> uint32_t {
         if (textOf(folderPath).empty()) return kRightsWithoutFolder;
-        const auto folder = engine().folderByDirectory(folderPath);
-        if (!folder || folder->key.account == kPublicAccount) return 0;
-        const auto actor = engine().database().account(lowerAscii(textOf(accountName)));
-        return actor && actor->id == folder->key.account ? STORE_RIGHTS_ALL : 0;
+        return rightsInFolder(engine(), folderPath, textOf(accountName));
     });
 }
 
 PLATFORM_EXPORT uint32_t CV_GetPublicFolderAccessMask(const char* folderPath,
-                                                      const char* /*accountName*/) {
-    return textOf(folderPath).empty() ? kRightsWithoutFolder : 0;
+                                                      const char* accountName) {
+    return guarded(uint32_t{0}, [&]() -> uint32_t {
+        if (textOf(folderPath).empty()) return kRightsWithoutFolder;
+        return rightsInPublicFolder(engine(), folderPath, textOf(accountName));
+    });
 }

@@ -22,6 +22,8 @@
 namespace groupware {
 
 inline constexpr int64_t kPublicAccount = 0;
+/// The grantee of a public folder's grant that is for everybody.
+inline constexpr int64_t kAnyone = kPublicAccount;
 
 /// The three kinds of folders and items; the values stand in the database.
 enum class ItemKind : uint8_t { kEvent = 1, kTask = 2, kContact = 3 };
@@ -60,6 +62,15 @@ struct FolderRow {
     ItemKind kind = ItemKind::kEvent;
     bool isDefault = false;
     int64_t stampMs = 0;  ///< UTC; moves forward with every change in the folder
+};
+
+/// What somebody may do in a folder of another account, or in a public one. A grant is for that
+/// folder alone, not for those below it; it goes when the folder or the grantee does.
+struct GrantRow {
+    FolderKey folder;
+    int64_t grantee = kAnyone;  ///< an account
+    std::string address;        ///< of the grantee; empty for kAnyone
+    uint32_t rights = 0;        ///< an OR of STORE_RIGHT_...
 };
 
 /// The time in which an item can lie, UTC milliseconds. An item without end in sight, or whose
@@ -105,6 +116,10 @@ class WriteTransaction {
     virtual void removeAlias(std::string_view alias) = 0;
     virtual FolderKey addFolder(int64_t account, std::string_view name, ItemKind kind,
                                 bool isDefault) = 0;
+    /// In the place of the rights that the grantee had there.
+    virtual void setGrant(FolderKey folder, int64_t grantee, uint32_t rights) = 0;
+    /// False when there is no such grant.
+    virtual bool removeGrant(FolderKey folder, int64_t grantee) = 0;
 
     /// The following three give the item (and the folder) a new stamp: later than every stamp the
     /// folder has given before, and not before the clock.
@@ -138,6 +153,13 @@ class Database {
     /// Names match without regard to ASCII case.
     virtual std::optional<FolderRow> folder(int64_t account, std::string_view name) = 0;
     virtual std::optional<FolderRow> defaultFolder(int64_t account, ItemKind kind) = 0;
+
+    /// On the account's folders, in the order of folders and addresses.
+    virtual std::vector<GrantRow> grantsOn(int64_t account) = 0;
+    /// To that grantee, in the order of accounts and folders.
+    virtual std::vector<GrantRow> grantsTo(int64_t grantee) = 0;
+    /// 0 when nothing is granted.
+    virtual uint32_t grantedRights(FolderKey folder, int64_t grantee) = 0;
 
     virtual size_t itemCount(FolderKey folder) = 0;
     /// In the order of their numbers. May return more than itemCount() told just before.

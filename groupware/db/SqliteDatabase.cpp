@@ -27,6 +27,21 @@ FolderRow folderOf(int64_t account, const SqliteStatement& row) {
             row.integer(4)};
 }
 
+#define GROUPWARE_GRANT                                                              \
+    "SELECT g.account, g.folder, g.grantee, a.address, g.rights FROM folder_grant g" \
+    " JOIN account a ON a.id=g.grantee"
+
+std::vector<GrantRow> allGrants(SqliteStatement& query) {
+    std::vector<GrantRow> rows;
+    while (query.step()) {
+        rows.push_back({{query.integer(0), query.integer(1)},
+                        query.integer(2),
+                        query.text(3),
+                        static_cast<uint32_t>(query.integer(4))});
+    }
+    return rows;
+}
+
 std::optional<AccountRow> oneAccount(SqliteStatement& query) {
     if (!query.step()) return std::nullopt;
     return accountOf(query);
@@ -109,6 +124,28 @@ std::optional<FolderRow> SqliteDatabase::defaultFolder(int64_t account, ItemKind
     auto query = reader->statement(GROUPWARE_FOLDER " AND kind=?2 AND is_default=1");
     if (!query.bind(account, static_cast<int64_t>(kind)).step()) return std::nullopt;
     return folderOf(account, query);
+}
+
+std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {
+    const auto reader = readers_.take();
+    auto query =
+        reader->statement(GROUPWARE_GRANT " WHERE g.account=?1 ORDER BY g.folder, a.address");
+    return allGrants(query.bind(account));
+}
+
+std::vector<GrantRow> SqliteDatabase::grantsTo(int64_t grantee) {
+    const auto reader = readers_.take();
+    auto query =
+        reader->statement(GROUPWARE_GRANT " WHERE g.grantee=?1 ORDER BY g.account, g.folder");
+    return allGrants(query.bind(grantee));
+}
+
+uint32_t SqliteDatabase::grantedRights(FolderKey folder, int64_t grantee) {
+    const auto reader = readers_.take();
+    auto query = reader->statement(
+        "SELECT rights FROM folder_grant WHERE account=?1 AND folder=?2 AND grantee=?3");
+    if (!query.bind(folder.account, folder.folder, grantee).step()) return 0;
+    return static_cast<uint32_t>(query.integer(0));
 }
 
 size_t SqliteDatabase::itemCount(FolderKey folder) {

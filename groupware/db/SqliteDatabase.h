@@ -26,6 +26,10 @@ class SqliteDatabase : public Database {
     std::optional<FolderRow> folder(int64_t account, std::string_view name) override;
     std::optional<FolderRow> defaultFolder(int64_t account, ItemKind kind) override;
 
+    std::vector<GrantRow> grantsOn(int64_t account) override;
+    std::vector<GrantRow> grantsTo(int64_t grantee) override;
+    uint32_t grantedRights(FolderKey folder, int64_t grantee) override;
+
     size_t itemCount(FolderKey folder) override;
     std::vector<ItemRow> items(FolderKey folder) override;
     void itemsInSpan(FolderKey folder, int64_t fromMs, int64_t toMs,

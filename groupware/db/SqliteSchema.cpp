@@ -72,8 +72,21 @@ INSERT INTO account(id, address, full_name, password_hash, disabled, frozen,
 VALUES(0, '', '', '', 1, 0, 0, 0);
 )";
 
+// Grants to everybody are grants to account 0, which owns the public folders.
+constexpr const char* kGrants = R"(
+CREATE TABLE folder_grant(
+    account INTEGER NOT NULL,
+    folder INTEGER NOT NULL,
+    grantee INTEGER NOT NULL REFERENCES account(id) ON DELETE CASCADE,
+    rights INTEGER NOT NULL,
+    PRIMARY KEY(account, folder, grantee),
+    FOREIGN KEY(account, folder) REFERENCES folder(account, folder) ON DELETE CASCADE
+) WITHOUT ROWID;
+CREATE INDEX folder_grant_grantee ON folder_grant(grantee);
+)";
+
 // Step n leads from version n to version n + 1; version 0 is an empty database.
-constexpr const char* kSteps[] = {kFirstSchema};
+constexpr const char* kSteps[] = {kFirstSchema, kGrants};
 constexpr int64_t kNewest = std::size(kSteps);
 
 int64_t schemaVersion(SqliteConnection& connection) {

@@ -108,6 +108,25 @@ FolderKey SqliteWriter::addFolder(int64_t account, std::string_view name, ItemKi
     return key;
 }
 
+void SqliteWriter::setGrant(FolderKey folder, int64_t grantee, uint32_t rights) {
+    database_
+        .statement(
+            "INSERT INTO folder_grant(account, folder, grantee, rights) VALUES(?1, ?2, ?3, ?4)"
+            " ON CONFLICT(account, folder, grantee) DO UPDATE SET rights=excluded.rights")
+        .bind(folder.account, folder.folder, grantee, int64_t{rights})
+        .run();
+    changedAccounts_.insert(folder.account);
+}
+
+bool SqliteWriter::removeGrant(FolderKey folder, int64_t grantee) {
+    auto removed = database_.statement(
+        "DELETE FROM folder_grant WHERE account=?1 AND folder=?2 AND grantee=?3 RETURNING 1");
+    if (!removed.bind(folder.account, folder.folder, grantee).step()) return false;
+    removed.run();
+    changedAccounts_.insert(folder.account);
+    return true;
+}
+
 ItemRow SqliteWriter::insertItem(FolderKey folder, const NewItem& item) {
     const int64_t stamp = nextStamp(folder);
     auto number = database_.statement(

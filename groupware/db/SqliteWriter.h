@@ -36,6 +36,8 @@ class SqliteWriter : public WriteTransaction {
     void removeAlias(std::string_view alias) override;
     FolderKey addFolder(int64_t account, std::string_view name, ItemKind kind,
                         bool isDefault) override;
+    void setGrant(FolderKey folder, int64_t grantee, uint32_t rights) override;
+    bool removeGrant(FolderKey folder, int64_t grantee) override;
 
     ItemRow insertItem(FolderKey folder, const NewItem& item) override;
     std::optional<ItemRow> updateItem(FolderKey folder, int64_t number,

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <string>
-#include <vector>
 
 #include "abi/StoreTypes.h"
+#include "groupware/engine/Folders.h"
 #include "groupware/engine/Names.h"
 #include "groupware/engine/PasswordChecker.h"
 #include "platform/Files.h"
@@ -14,9 +14,6 @@
 namespace groupware {
 
 namespace {
-
-// With the closing backslash that some callers add.
-constexpr size_t kMostDirectoryBytes = STORE_PATH_SIZE - 2;
 
 struct DefaultFolder {
     ItemKind kind;
@@ -28,15 +25,6 @@ constexpr std::array<DefaultFolder, 3> kDefaultFolders = {{
     {ItemKind::kTask, "TasksFolderName", "Tasks"},
     {ItemKind::kContact, "ContactsFolderName", "Contacts"},
 }};
-
-std::string quoted(std::string_view text) {
-    std::string result = "\"";
-    return result.append(text).append("\"");
-}
-
-std::string noAccount(std::string_view address) {
-    return "there is no account " + std::string(address);
-}
 
 bool isHosted(Engine& engine, std::string_view domain) {
     return std::ranges::count(engine.database().domains(), domain) > 0;
@@ -63,50 +51,6 @@ Problem problemOfNewAddress(Engine& engine, const std::string& address) {
     }
     if (engine.database().accountByAlias(address)) return address + " exists already";
     return std::nullopt;
-}
-
-Problem problemOfFolderName(Engine& engine, const AccountRow& account, std::string_view name) {
-    if (!isFolderName(name)) {
-        return "no folder can have the name " + quoted(name);
-    }
-    const std::string directory = engine.mailDirectory(account) + folderDirectoryName(name);
-    if (directory.size() > kMostDirectoryBytes) {
-        return "the name " + quoted(name) + " is too long: the folder's directory would have " +
-               std::to_string(directory.size()) + " of at most " +
-               std::to_string(kMostDirectoryBytes) + " bytes";
-    }
-    return std::nullopt;
-}
-
-/// The name with the levels that exist already spelt as they exist.
-std::string spelledAs(const std::vector<FolderRow>& folders, std::string name) {
-    for (const FolderRow& folder : folders) {
-        const std::string_view start = std::string_view(name).substr(0, folder.name.size());
-        const bool whole = name.size() == folder.name.size() || name[start.size()] == '/';
-        if (whole && equalsIgnoringCase(start, folder.name)) {
-            name.replace(0, folder.name.size(), folder.name);
-        }
-    }
-    return name;
-}
-
-/// A folder whose directory could be taken for that of the new one where case does not count.
-const FolderRow* namesake(const std::vector<FolderRow>& folders, std::string_view name) {
-    const std::string directory = folderDirectoryName(name);
-    const auto found = std::ranges::find_if(folders, [&](const FolderRow& folder) {
-        return equalsIgnoringCase(folderDirectoryName(folder.name), directory);
-    });
-    return found == folders.end() ? nullptr : &*found;
-}
-
-/// Each level's whole name: Work, Work/Project.
-std::vector<std::string> levelsOf(const std::string& name) {
-    std::vector<std::string> levels;
-    for (size_t end = name.find('/'); end != std::string::npos; end = name.find('/', end + 1)) {
-        levels.push_back(name.substr(0, end));
-    }
-    levels.push_back(name);
-    return levels;
 }
 
 bool removeTree(const std::string& directory) {
@@ -237,26 +181,6 @@ Problem removeAlias(Engine& engine, std::string_view address, std::string_view a
     }
     transaction->removeAlias(name);
     transaction->commit();
-    return std::nullopt;
-}
-
-Problem addFolder(Engine& engine, std::string_view address, ItemKind kind, std::string_view name) {
-    const auto transaction = engine.database().begin();
-    const auto account = engine.database().account(lowerAscii(address));
-    if (!account) return noAccount(address);
-    if (auto problem = problemOfFolderName(engine, *account, name)) return problem;
-
-    const auto folders = engine.database().folders(account->id);
-    const std::string wanted = spelledAs(folders, std::string(name));
-    for (const std::string& level : levelsOf(wanted)) {
-        const FolderRow* other = namesake(folders, level);
-        if (other && (level == wanted || other->name != level)) {
-            return "the folder " + quoted(other->name) + " exists already";
-        }
-        if (!other) transaction->addFolder(account->id, level, kind, false);
-    }
-    transaction->commit();
-    engine.refreshMirror(account->id);
     return std::nullopt;
 }
 

@@ -4,16 +4,12 @@
 // Problem, one clear line for people. DatabaseError is raised when the database itself fails.
 #pragma once
 
-#include <optional>
-#include <string>
 #include <string_view>
 
 #include "groupware/engine/Engine.h"
+#include "groupware/engine/Problem.h"
 
 namespace groupware {
-
-/// Empty when all went well, else one line saying what was wanted, what came instead, what to do.
-using Problem = std::optional<std::string>;
 
 /// Makes a data directory with its settings files, its database, its first domain and the links to
 /// the store libraries that stand in libraryDirectory. It must not be one already.
@@ -35,5 +31,7 @@ Problem removeAlias(Engine& engine, std::string_view address, std::string_view a
 
 /// The name may be a path, Work/Project; missing levels above it are made of the same kind.
 Problem addFolder(Engine& engine, std::string_view address, ItemKind kind, std::string_view name);
+/// A folder that belongs to nobody; who may do what there, grants tell.
+Problem addPublicFolder(Engine& engine, ItemKind kind, std::string_view name);
 
 }  // namespace groupware

@@ -108,6 +108,51 @@ expect 1 'iCalendar' import alice@example.test Calendar "$0"
 expect 1 'no folder' export alice@example.test Nowhere
 expect 1 'no account' folder list nobody@example.test
 
+expect 0 'write and delete' share --help
+expect 0 '' share alice@example.test Calendar --with bob@elsewhere.test --rights read,insert
+expect 0 '^Calendar .* bob@elsewhere.test: read,insert$' folder list alice@example.test
+expect 0 '' share alice@example.test calendar --with BOB@elsewhere.test --rights all
+expect 0 '^Calendar .* bob@elsewhere.test: all$' folder list alice@example.test
+expect 0 '"to": "bob@elsewhere.test"' folder list alice@example.test --json
+expect 2 'read,' share alice@example.test Calendar --with bob@elsewhere.test --rights reading
+expect 2 'read,' share alice@example.test Calendar --with bob@elsewhere.test --rights read,
+expect 2 '--rights' share alice@example.test Calendar --with bob@elsewhere.test
+expect 1 'no account' share alice@example.test Calendar --with nobody@example.test --rights read
+expect 1 'no account' share alice@example.test Calendar --with anyone --rights read
+expect 1 'owns' share alice@example.test Calendar --with alice@example.test --rights read
+expect 1 'no folder' share alice@example.test Nowhere --with bob@elsewhere.test --rights read
+expect 0 '' unshare alice@example.test Calendar --with bob@elsewhere.test
+expect 1 'not shared' unshare alice@example.test Calendar --with bob@elsewhere.test
+
+public_folders() { grep -E '^EnablePublicFolders=' "$data/Corvane.ini"; }
+[ "$(public_folders)" = EnablePublicFolders=0 ] || complain "public folders are on at first"
+expect 1 'no public folder' public grant Team --to anyone --rights read
+expect 0 'on now' public add --kind calendar Team/Events
+[ "$(public_folders)" = EnablePublicFolders=1 ] || complain "public folders are still off"
+[ -f "$data/Public/Team.IMAP/Events.IMAP/Calendar.mrk" ] || complain "no public directory"
+expect 1 'exists already' public add --kind tasks team
+expect 0 '' public grant Team/Events --to anyone --rights read
+expect 0 '' public grant team/events --to alice@example.test --rights write,delete
+expect 0 '^Team/Events +calendar +0 items +anyone: read; alice@example.test: write,delete$' \
+    public list
+expect 0 '"to": "anyone"' public list --json
+expect 0 '' public revoke Team/Events --to anyone
+expect 1 'not shared with anyone' public revoke Team/Events --to anyone
+
+expect 0 '^Token +[0-9a-f]{32}$' token alice@example.test Work/Project
+cp "$work/out" "$work/first"
+expect 0 '^Folder +/webdav/caldav/example.test/alice/b64=V29yay9Qcm9qZWN0/\?token=[0-9a-f]{32}$' \
+    token alice@example.test work/project
+cmp -s "$work/out" "$work/first" || complain "another token at the second time"
+marker=$data/Mail/example.test/alice/Work.IMAP/Project.IMAP/hiwater.mrk
+[ "$(stat -c %a "$marker")" = 600 ] || complain "others may read the token"
+expect 0 '^Work/Project .* read-only token$' folder list alice@example.test
+expect 0 '^Folder +/webdav/carddav/.*' token alice@example.test Contacts
+expect 0 '"url": "/webdav/' token alice@example.test Contacts --json
+expect 0 '' token alice@example.test Work/Project --revoke
+expect 1 'no access token' token alice@example.test Work/Project --revoke
+! grep -q ReadonlyAccessToken "$marker" || complain "the token is still there"
+
 expect 0 '' user remove alice@example.test
 expect 1 'no account' user show alice@example.test
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "abi/CVUser.h"
+#include "groupware/engine/Sharing.h"
 #include "platform/DynamicLibrary.h"
 #include "platform/PrivateProfile.h"
 #include "tests/groupware/StoreDirectory.h"
@@ -32,6 +33,20 @@ class CVUserTest : public ::testing::Test {
     template <typename Operation>
     Operation* bound(const char* name) {
         return library_.function<Operation*>(name);
+    }
+    /// Each folder of a list with its name, class and directory.
+    std::vector<std::string> listed(StoreUserHandle user, uint32_t kind) {
+        StoreFolderRecord* folders = nullptr;
+        uint32_t count = 0;
+        EXPECT_TRUE(CALL(CV_GetIMAPFolderList, user, kind, &folders, &count));
+        EXPECT_NE(folders, nullptr);
+        std::vector<std::string> lines;
+        for (uint32_t i = 0; i < count; ++i) {
+            lines.push_back(std::string(folders[i].imapName) + " " + folders[i].folderClass + " " +
+                            folders[i].directory);
+        }
+        CALL(CV_DeletePointer, folders, reinterpret_cast<void**>(&folders));
+        return lines;
     }
     StoreUserHandle alice() { return CALL(CV_GetByEmail, "ALICE@example.test"); }
 
@@ -149,10 +164,7 @@ TEST_F(CVUserTest, FoldersAreListedAndGivenBack) {
     EXPECT_EQ(folders, nullptr);
 
     for (const uint32_t kind : {uint32_t{STORE_FOLDERS_PUBLIC}, uint32_t{STORE_FOLDERS_SHARED}}) {
-        ASSERT_TRUE(CALL(CV_GetIMAPFolderList, user, kind, &folders, &count));
-        EXPECT_EQ(count, 0U);
-        EXPECT_NE(folders, nullptr);
-        CALL(CV_DeletePointer, folders, reinterpret_cast<void**>(&folders));
+        EXPECT_EQ(listed(user, kind), std::vector<std::string>());
     }
     EXPECT_FALSE(CALL(CV_GetIMAPFolderList, user, 9U, &folders, &count));
     EXPECT_FALSE(CALL(CV_GetIMAPFolderList, STORE_NO_USER, 1U, &folders, &count));
@@ -166,6 +178,44 @@ TEST_F(CVUserTest, FoldersAreListedAndGivenBack) {
     EXPECT_EQ(rights(calendar + "\\", "guest"), 0U);
     EXPECT_EQ(rights(calendar, ""), 0U);
     EXPECT_EQ(rights(calendar + "x", "alice@example.test"), 0U);
+}
+
+TEST_F(CVUserTest, FoldersOfOthersAreListedByTheirOwners) {
+    ASSERT_FALSE(addUser(*engine_, "bob@example.test", "", "secret"));
+    ASSERT_FALSE(
+        addFolder(*engine_, "bob@example.test", ItemKind::kContact, "Club/\xC3\x89t\xC3\xA9"));
+    ASSERT_FALSE(addPublicFolder(*engine_, ItemKind::kTask, "To do"));
+    ASSERT_FALSE(shareFolder(*engine_, "bob@example.test", "Club/\xC3\x89t\xC3\xA9",
+                             "alice@example.test", 2));
+    ASSERT_FALSE(grantPublicFolder(*engine_, "To do", "anyone", 18));
+    CALL(CV_SetStringKey, "Public Folders", "EnablePublicFolders", "1", 0U);
+
+    const std::string club =
+        store_.paths().mail + "\\example.test\\bob\\Club.IMAP\\&AMk-t&AOk-.IMAP";
+    const std::string toDo = store_.paths().publicFolders + "\\To do.IMAP";
+    const StoreUserHandle user = alice();
+    EXPECT_EQ(listed(user, STORE_FOLDERS_SHARED),
+              std::vector<std::string>{
+                  "bob@example.test\\Club.IMAP\\&AMk-t&AOk-.IMAP IPF.Contact " + club});
+    EXPECT_EQ(listed(user, STORE_FOLDERS_PUBLIC),
+              std::vector<std::string>{"To do.IMAP IPF.Task " + toDo});
+    CALL(CV_GetFree, user);
+
+    const auto shared = [&](const std::string& path, const char* actor) {
+        return CALL(CV_GetSharedFolderAccessMask, path.c_str(), actor);
+    };
+    const auto publicOne = [&](const std::string& path, const char* actor) {
+        return CALL(CV_GetPublicFolderAccessMask, path.c_str(), actor);
+    };
+    EXPECT_EQ(shared(club, "alice@example.test"), 2U);
+    EXPECT_EQ(shared(club, "guest"), 0U);
+    EXPECT_EQ(shared(toDo, "alice@example.test"), 18U);
+    EXPECT_EQ(publicOne(toDo, "bob@example.test"), 18U);
+    EXPECT_EQ(publicOne(toDo, "guest"), 2U);
+    EXPECT_EQ(publicOne(club, "alice@example.test"), 0U);
+    EXPECT_EQ(publicOne("", "alice@example.test"), 130U);
+    EXPECT_EQ(CALL(CV_GetPublicFolderAccessMask, toDo.c_str(), nullptr), 2U);
+    EXPECT_EQ(CALL(CV_GetPublicFolderAccessMask, nullptr, "bob@example.test"), 130U);
 }
 
 TEST_F(CVUserTest, AnswersFailureWithoutAStore) {

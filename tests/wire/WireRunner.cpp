@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "platform/DynamicLibrary.h"
 #include "tests/wire/WireLog.h"
@@ -36,13 +37,14 @@ std::string base64(std::string_view bytes) {
     return out;
 }
 
-/// Percent escapes are decoded once, as web servers do before they call an extension.
+/// Percent escapes but those of slashes are decoded once, as cvwebdavd does it.
 std::string decodedPath(std::string_view path) {
     std::string out;
     for (size_t i = 0; i < path.size(); ++i) {
         unsigned code = 0;
+        const char* digits = path.data() + i + 1;
         if (path[i] == '%' && i + 2 < path.size() &&
-            std::from_chars(&path[i + 1], &path[i + 3], code, 16).ptr == &path[i + 3]) {
+            std::from_chars(digits, digits + 2, code, 16).ptr == digits + 2 && code != '/') {
             out += static_cast<char>(code);
             i += 2;
         } else {
@@ -97,6 +99,8 @@ class Runner {
                 secure_ = words[1] == "on";
             } else if (words[0] == "closed-after" && words.size() == 2) {
                 closedAfter_ = std::stoul(words[1]);
+            } else if (words[0] == "token" && words.size() == 4) {
+                captures_[words[3]] = store_.accessToken(words[1], words[2]);
             } else if (!store_.run(command)) {
                 throw WireError("no such command, or not its number of words: " + words[0]);
             }

@@ -1,5 +1,6 @@
 #include "tests/wire/WireScript.h"
 
+#include <algorithm>
 #include <fstream>
 #include <string_view>
 

@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "groupware/engine/AccessToken.h"
 #include "groupware/engine/Accounts.h"
+#include "groupware/engine/Sharing.h"
 #include "groupware/items/Transfer.h"
 #include "platform/DynamicLibrary.h"
 #include "platform/Files.h"
@@ -19,6 +21,8 @@ using groupware::UserFlag;
 
 namespace {
 
+/// Stands for the public folders in the place of an address.
+constexpr std::string_view kPublicWord = "public";
 constexpr size_t kLargestLog = size_t{64} * 1024 * 1024;
 
 std::string makeTemporaryDirectory() {
@@ -48,6 +52,28 @@ UserFlag flagOf(const std::string& word) {
     if (word == "frozen") return UserFlag::kFrozen;
     if (word == "must-change") return UserFlag::kMustChangePassword;
     throw WireError("no flag of an account: " + word);
+}
+
+void makeFolder(groupware::Engine& engine, const std::string& owner, ItemKind kind,
+                const std::string& name) {
+    require(owner == kPublicWord ? groupware::addPublicFolder(engine, kind, name)
+                                 : groupware::addFolder(engine, owner, kind, name));
+}
+
+/// 0 takes all rights away.
+uint32_t rightsOf(const std::string& number) {
+    return static_cast<uint32_t>(std::stoul(number));
+}
+
+void grant(groupware::Engine& engine, const std::string& owner, const std::string& folder,
+           const std::string& grantee, uint32_t rights) {
+    if (owner == kPublicWord) {
+        require(rights == 0 ? groupware::revokePublicFolder(engine, folder, grantee)
+                            : groupware::grantPublicFolder(engine, folder, grantee, rights));
+    } else {
+        require(rights == 0 ? groupware::unshareFolder(engine, owner, folder, grantee)
+                            : groupware::shareFolder(engine, owner, folder, grantee, rights));
+    }
 }
 
 /// Events of one hour, one a day, with the UIDs event-0001 and so on.
@@ -84,10 +110,15 @@ WireStore::~WireStore() {
     platform::removeDirectoryTree(directory());
 }
 
+groupware::AccountRow WireStore::account(const std::string& address) {
+    auto row = address == kPublicWord ? engine_->database().accountById(groupware::kPublicAccount)
+                                      : engine_->database().account(address);
+    if (!row) throw WireError("no account " + address);
+    return *row;
+}
+
 groupware::FolderRow WireStore::folder(const std::string& address, const std::string& name) {
-    const auto account = engine_->database().account(address);
-    if (!account) throw WireError("no account " + address);
-    auto row = engine_->database().folder(account->id, name);
+    auto row = engine_->database().folder(account(address).id, name);
     if (!row) throw WireError("no folder " + name + " of " + address);
     return *row;
 }
@@ -98,6 +129,13 @@ void WireStore::importText(const std::string& address, const std::string& name,
     if (counts.failed > 0 || counts.imported == 0) {
         throw WireError("the items cannot be imported: " + counts.firstProblem);
     }
+}
+
+std::string WireStore::accessToken(const std::string& address, const std::string& name) {
+    const groupware::AccountRow owner = account(address);
+    const groupware::FolderRow row = folder(address, name);
+    require(groupware::makeAccessToken(*engine_, owner, row));
+    return groupware::accessToken(*engine_, owner, row);
 }
 
 bool WireStore::run(const Command& command) {
@@ -114,7 +152,9 @@ bool WireStore::run(const Command& command) {
     } else if (is("flag", 3)) {
         require(groupware::setUserFlag(*engine_, words[1], flagOf(words[2]), words[3] == "on"));
     } else if (is("folder", 3)) {
-        require(groupware::addFolder(*engine_, words[1], kindOf(words[2]), words[3]));
+        makeFolder(*engine_, words[1], kindOf(words[2]), words[3]);
+    } else if (is("grant", 4)) {
+        grant(*engine_, words[1], words[2], words[3], rightsOf(words[4]));
     } else if (is("item", 2)) {
         importText(words[1], words[2], command.text);
     } else if (is("events", 3)) {

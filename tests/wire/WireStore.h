@@ -24,10 +24,14 @@ class WireStore {
     /// Runs a command; false when it is none for the store. WireError when it cannot be done.
     bool run(const Command& command);
 
+    /// The folder's read-only token, made if there is none.
+    std::string accessToken(const std::string& address, const std::string& name);
+
     /// The text of the module's log file; only whole after the module was shut down.
     std::string readLog() const;
 
   private:
+    groupware::AccountRow account(const std::string& address);
     groupware::FolderRow folder(const std::string& address, const std::string& name);
     void importText(const std::string& address, const std::string& name, const std::string& text);
 

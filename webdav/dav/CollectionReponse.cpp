@@ -2,7 +2,6 @@
 
 #include <span>
 
-#include "webdav/base/Text.h"
 #include "webdav/dav/CollectionRows.h"
 #include "webdav/dav/HomeListing.h"
 #include "webdav/dav/Hrefs.h"
@@ -30,7 +29,7 @@ int32_t CollectionReponse::execute() {
         return 0;
     }
     AnswerCollection(*this, propfind_, AddressedCollection(request_, kind_, role_),
-                     webdav::EncodeUriPath(propfind_.url()));
+                     HrefOfUrl(propfind_.url()));
     if (role_ == CollectionRole::kHomeSet)
         return ListHome(*this, request_, propfind_, kind_) ? 0 : -1;
     if (role_ == CollectionRole::kFolder && propfind_.depth() == 1) return listItems() ? 0 : -1;
@@ -62,7 +61,7 @@ bool CollectionReponse::listItems() {
 // Clients fetch the tag of an item that they have just written from the item's own URL.
 void CollectionReponse::answerItem() {
     const ItemContext context(request_, kind_);
-    const std::string href = webdav::EncodeUriPath(propfind_.url());
+    const std::string href = HrefOfUrl(propfind_.url());
     webdav::ItemRecord item(kind_);
     const bool found =
         kind_.operations.find(item.get(), WithoutExtension(NameOfUrl(request_.Target().itemName)),

@@ -8,20 +8,24 @@ using webdav::EncodeUriPath;
 
 namespace {
 
+// A slash within a name, also as web servers leave it in a decoded URL.
+constexpr std::string_view kSlash = "%2F";
+
 /// Encodes what stands between the dividers, and writes each divider as told.
-std::string encodeBetween(char divider, std::string_view written, std::string_view text) {
+std::string encodeBetween(std::string_view divider, std::string_view written,
+                          std::string_view text) {
     std::string encoded;
     for (size_t end = text.find(divider); end != text.npos; end = text.find(divider)) {
         encoded += EncodeUriPath(text.substr(0, end));
         encoded += written;
-        text.remove_prefix(end + 1);
+        text.remove_prefix(end + divider.size());
     }
     return encoded += EncodeUriPath(text);
 }
 
 // A slash within a name would divide it into two segments.
 std::string encodeSegment(std::string_view name) {
-    return encodeBetween('/', "%2F", name);
+    return encodeBetween("/", kSlash, name);
 }
 
 std::string_view lastSegment(std::string_view path) {
@@ -54,15 +58,19 @@ std::string ItemHref(std::string_view collectionHref, std::string_view uid,
     return href;
 }
 
-std::string HrefWithSlash(std::string_view decodedPath) {
-    std::string href = EncodeUriPath(decodedPath);
+std::string HrefOfUrl(std::string_view url) {
+    return encodeBetween(kSlash, kSlash, url);
+}
+
+std::string HrefWithSlash(std::string_view url) {
+    std::string href = HrefOfUrl(url);
     if (!href.ends_with('/')) href += '/';
     return href;
 }
 
 // An escape stays an escape.
 std::string RepairedHref(std::string_view href) {
-    return encodeBetween('%', "%", href);
+    return encodeBetween("%", "%", href);
 }
 
 std::string NameOfHref(std::string_view href) {

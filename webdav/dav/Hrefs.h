@@ -23,8 +23,9 @@ std::string CollectionHref(std::string_view homeKeyword, std::string_view addres
 std::string ItemHref(std::string_view collectionHref, std::string_view uid,
                      const webdav::ItemKind& kind);
 
-/// A decoded URL path with a closing slash, as an href.
-std::string HrefWithSlash(std::string_view decodedPath);
+/// A URL, as the web server decoded it, as an href; and that with a closing slash.
+std::string HrefOfUrl(std::string_view url);
+std::string HrefWithSlash(std::string_view url);
 
 /// An href as a client sent it, with what may stand in no URI reference escaped.
 std::string RepairedHref(std::string_view href);

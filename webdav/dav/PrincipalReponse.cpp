@@ -115,7 +115,7 @@ int32_t PrincipalPropFindReponse::execute() {
     webdav::Log(webdav::kLogDebug, request_.RequestTag(), "Evaluating properties for: %s",
                 propfind_.url().c_str());
     const Principal principal{request_.AccountNameForAccess(), request_.Account().email};
-    const std::string href = webdav::EncodeUriPath(propfind_.url());
+    const std::string href = HrefOfUrl(propfind_.url());
     for (const PropertyName& requested : propfind_.properties()) {
         PropertyRecord property = requested.EmptyRecord();
         const uint16_t status = evaluate(property, principal);

@@ -1,6 +1,5 @@
 #include "webdav/dav/QueryReponse.h"
 
-#include "webdav/base/Text.h"
 #include "webdav/dav/Hrefs.h"
 #include "webdav/dav/ItemListing.h"
 #include "webdav/dav/KindTexts.h"
@@ -26,7 +25,7 @@ int32_t QueryReponse::run() {
     if (!listed) return -1;
 
     // Clients query a collection under its URL with the closing slash; none is put in between.
-    const std::string collection = webdav::EncodeUriPath(url);
+    const std::string collection = HrefOfUrl(url);
     for (const StoreItem& item : records) {
         const std::string href =
             ItemHref(collection, item.uid == nullptr ? "" : item.uid, context_.kind);

@@ -1,0 +1,212 @@
+#include <filesystem>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "groupware/engine/AccessToken.h"
+#include "groupware/engine/FolderRights.h"
+#include "groupware/engine/Sharing.h"
+#include "platform/PrivateProfile.h"
+#include "tests/groupware/StoreDirectory.h"
+
+using namespace groupware;
+
+namespace {
+
+constexpr const char* kAlice = "alice@example.test";
+constexpr const char* kBob = "bob@example.test";
+constexpr const char* kCarol = "carol@example.test";
+
+class FolderRightsTest : public ::testing::Test {
+  protected:
+    FolderRightsTest() : engine_(store_.open()) {
+        for (const char* address : {kAlice, kBob, kCarol}) {
+            EXPECT_FALSE(addUser(*engine_, address, "", "secret"));
+        }
+        EXPECT_FALSE(addFolder(*engine_, kAlice, ItemKind::kEvent, "Work/Project"));
+        EXPECT_FALSE(addFolder(*engine_, kBob, ItemKind::kContact, "Club"));
+        EXPECT_FALSE(addPublicFolder(*engine_, ItemKind::kEvent, "Team/Events"));
+        EXPECT_FALSE(addPublicFolder(*engine_, ItemKind::kTask, "To do"));
+        setting("EnablePublicFolders", "1");
+    }
+
+    void setting(const char* key, const char* value) {
+        platform::writeProfileText(store_.paths().mainSettings, "Public Folders", key, value);
+    }
+    void share(const char* owner, const char* folder, const char* with, uint32_t rights) {
+        const auto problem = shareFolder(*engine_, owner, folder, with, rights);
+        EXPECT_FALSE(problem) << *problem;
+    }
+    void grant(const char* folder, const char* to, uint32_t rights) {
+        const auto problem = grantPublicFolder(*engine_, folder, to, rights);
+        EXPECT_FALSE(problem) << *problem;
+    }
+    AccountRow account(const char* address) { return *engine_->database().account(address); }
+
+    /// The folders in a list, each with its owner.
+    std::string names(const std::vector<OwnedFolder>& folders) {
+        std::string text;
+        for (const auto& [owner, folder] : folders) {
+            text += (text.empty() ? "" : " ") + owner.address + ":" + folder.name;
+            EXPECT_TRUE(platform::directoryExists(engine_->folderDirectory(owner, folder)));
+        }
+        return text;
+    }
+    std::string shared(const char* address) {
+        return names(sharedFolders(*engine_, account(address)));
+    }
+    std::string publicOnes(const char* address) {
+        return names(publicFolders(*engine_, account(address)));
+    }
+
+    StoreDirectory store_;
+    std::unique_ptr<Engine> engine_;
+};
+
+TEST_F(FolderRightsTest, GoByAccountAndFolder) {
+    share(kAlice, "Work/Project", kBob, 2);
+    share(kAlice, "work/project", "Carol@Example.test", 511);
+    share(kBob, "Club", kCarol, 16);
+    grant("Team/Events", "anyone", 2 | 16);
+    grant("Team/Events", kBob, 136);
+    grant("To do", kCarol, 2);
+
+    const std::string alice = store_.paths().mail + "\\example.test\\alice\\";
+    const std::string bob = store_.paths().mail + "\\example.test\\bob\\";
+    const std::string ours = store_.paths().publicFolders + "\\";
+    struct Row {
+        std::string directory;
+        uint32_t toAlice, toBob, toCarol, toGuest;
+    };
+    const Row rows[] = {
+        {alice + "Work.IMAP\\Project.IMAP", 511, 2, 511, 0},
+        {alice + "work.imap\\PROJECT.imap\\", 511, 2, 511, 0},
+        {alice + "Work.IMAP", 511, 0, 0, 0},
+        {alice + "Work.IMAP\\Project.IMAP\\Below.IMAP", 0, 0, 0, 0},
+        {alice + "Calendar.IMAP", 511, 0, 0, 0},
+        {bob + "Club.IMAP", 0, 511, 16, 0},
+        {ours + "Team.IMAP\\Events.IMAP", 2 | 16, 2 | 16 | 136, 2 | 16, 2},
+        {ours + "Team.IMAP", 0, 0, 0, 0},
+        {ours + "To do.IMAP", 0, 0, 2, 0},
+        {alice, 0, 0, 0, 0},
+        {ours, 0, 0, 0, 0},
+        {"\\elsewhere", 0, 0, 0, 0},
+    };
+    for (const Row& row : rows) {
+        const bool isPublic = row.directory.starts_with(ours);
+        const std::pair<const char*, uint32_t> expected[] = {
+            {kAlice, row.toAlice},   {kBob, row.toBob}, {"BOB@example.test", row.toBob},
+            {kCarol, row.toCarol},   {"", row.toGuest}, {"guest", row.toGuest},
+            {"anyone", row.toGuest},
+        };
+        for (const auto& [who, rights] : expected) {
+            EXPECT_EQ(rightsInFolder(*engine_, row.directory, who), rights)
+                << who << " in " << row.directory;
+            EXPECT_EQ(rightsInPublicFolder(*engine_, row.directory, who), isPublic ? rights : 0)
+                << who << " in " << row.directory;
+        }
+    }
+}
+
+TEST_F(FolderRightsTest, ListsHoldWhatMayBeRead) {
+    share(kAlice, "Work/Project", kCarol, 2 | 128);
+    share(kAlice, "Calendar", kCarol, 16);
+    share(kBob, "Club", kCarol, 511);
+    grant("To do", "anyone", 2);
+    grant("Team/Events", kCarol, 511);
+    EXPECT_EQ(shared(kCarol), "alice@example.test:Work/Project bob@example.test:Club");
+    EXPECT_EQ(shared(kAlice), "");
+    EXPECT_EQ(publicOnes(kCarol), ":Team/Events :To do");
+    EXPECT_EQ(publicOnes(kAlice), ":To do");
+
+    setting("EnableSharedFolders", "No");
+    EXPECT_EQ(shared(kCarol), "");
+    EXPECT_EQ(publicOnes(kAlice), ":To do");
+    setting("EnableSharedFolders", "Yes");
+    setting("EnablePublicFolders", "No");
+    EXPECT_EQ(publicOnes(kAlice), "");
+    EXPECT_NE(shared(kCarol), "");
+}
+
+TEST_F(FolderRightsTest, GrantsComeAndGo) {
+    ASSERT_FALSE(addAlias(*engine_, kBob, "info@example.test"));
+    const int64_t before = engine_->database().accountVersion(account(kAlice).id);
+    share(kAlice, "Calendar", "info@example.test", 2);
+    EXPECT_GT(engine_->database().accountVersion(account(kAlice).id), before);
+    share(kAlice, "Calendar", kBob, 16);
+    const auto grants = engine_->database().grantsOn(account(kAlice).id);
+    ASSERT_EQ(grants.size(), 1U);
+    EXPECT_EQ(grants[0].address, kBob);
+    EXPECT_EQ(grants[0].rights, 16U);
+
+    EXPECT_TRUE(shareFolder(*engine_, kAlice, "Calendar", kAlice, 2));
+    EXPECT_TRUE(shareFolder(*engine_, kAlice, "Calendar", "anyone", 2));
+    EXPECT_TRUE(shareFolder(*engine_, kAlice, "Nowhere", kBob, 2));
+    EXPECT_TRUE(shareFolder(*engine_, "nobody@example.test", "Calendar", kBob, 2));
+    EXPECT_TRUE(unshareFolder(*engine_, kAlice, "Calendar", kCarol));
+    EXPECT_TRUE(grantPublicFolder(*engine_, "Nowhere", "anyone", 2));
+    EXPECT_TRUE(grantPublicFolder(*engine_, "To do", "nobody@example.test", 2));
+    EXPECT_TRUE(revokePublicFolder(*engine_, "To do", "anyone"));
+    grant("To do", "Anyone", 2);
+    EXPECT_FALSE(revokePublicFolder(*engine_, "to do", "anyone"));
+    EXPECT_FALSE(unshareFolder(*engine_, kAlice, "calendar", kBob));
+    EXPECT_TRUE(engine_->database().grantsTo(account(kBob).id).empty());
+    EXPECT_TRUE(engine_->database().grantsTo(kAnyone).empty());
+}
+
+TEST_F(FolderRightsTest, NothingIsInheritedFromARemovedAccount) {
+    share(kAlice, "Calendar", kBob, 511);
+    share(kBob, "Club", kCarol, 511);
+    grant("To do", kBob, 511);
+    ASSERT_FALSE(removeUser(*engine_, kBob));
+    EXPECT_EQ(shared(kCarol), "");
+    ASSERT_FALSE(addUser(*engine_, kBob, "", "secret"));
+    EXPECT_EQ(shared(kBob), "");
+    EXPECT_EQ(publicOnes(kBob), "");
+    EXPECT_TRUE(engine_->database().grantsOn(account(kAlice).id).empty());
+}
+
+TEST_F(FolderRightsTest, ListsLeadIntoTreesThatAreUpToDate) {
+    share(kAlice, "Work/Project", kBob, 2);
+    grant("To do", "anyone", 2);
+    for (const std::string& root :
+         {engine_->mailDirectory(account(kAlice)), store_.paths().publicFolders}) {
+        ASSERT_TRUE(platform::removeDirectoryTree(root));
+    }
+    engine_ = store_.open();  // as in a process that has not looked there yet
+    EXPECT_EQ(shared(kBob), "alice@example.test:Work/Project");
+    EXPECT_EQ(publicOnes(kBob), ":To do");
+}
+
+TEST_F(FolderRightsTest, TokensAreKeptFromOtherReaders) {
+    const AccountRow alice = account(kAlice);
+    const FolderRow calendar = *engine_->database().folder(alice.id, "Calendar");
+    EXPECT_EQ(accessToken(*engine_, alice, calendar), "");
+    EXPECT_TRUE(removeAccessToken(*engine_, alice, calendar));
+    ASSERT_FALSE(makeAccessToken(*engine_, alice, calendar));
+    const std::string token = accessToken(*engine_, alice, calendar);
+    EXPECT_EQ(token.size(), 32U);
+    EXPECT_EQ(token.find_first_not_of("0123456789abcdef"), std::string::npos);
+    ASSERT_FALSE(makeAccessToken(*engine_, alice, calendar));
+    EXPECT_EQ(accessToken(*engine_, alice, calendar), token);
+
+    const std::string file = engine_->folderDirectory(alice, calendar) + "\\hiwater.mrk";
+    const auto mode = [&] {
+        return std::filesystem::status(platform::nativePath(file)).permissions();
+    };
+    EXPECT_EQ(mode(), std::filesystem::perms(0600));
+    // The mirror mends the folder's class, and leaves the token and the mode.
+    platform::writeProfileText(file, "GroupWare", "FolderClass", "IPF.Note");
+    store_.open()->refreshMirror(alice.id);
+    EXPECT_EQ(platform::readProfileText(file, "GroupWare", "FolderClass", "", 64),
+              "IPF.Appointment");
+    EXPECT_EQ(accessToken(*engine_, alice, calendar), token);
+    EXPECT_EQ(mode(), std::filesystem::perms(0600));
+
+    ASSERT_FALSE(removeAccessToken(*engine_, alice, calendar));
+    EXPECT_EQ(accessToken(*engine_, alice, calendar), "");
+    ASSERT_FALSE(makeAccessToken(*engine_, alice, calendar));
+    EXPECT_NE(accessToken(*engine_, alice, calendar), token);
+}
+
+}  // namespace
