@@ -66,16 +66,16 @@ int32_t ItemPut::answerUnreadable(int32_t status) {
 }
 
 // Events and tasks are filed under the UID in their text, whatever the URL says; contacts under
-// their name in the URL, but for CardDAV-Sync, which names its URLs otherwise, and where the URL
-// names no item.
+// their name in the URL. CardDAV-Sync names its URLs otherwise, and a URL may name no item: then
+// the text's UID holds, if it has one.
 std::string ItemPut::chooseUid() {
     std::string uid = item_->uid == nullptr ? "" : item_->uid;
     if (&kind_ != &webdav::kContactKind) return uid;
 
     const std::string named = WithoutExtension(NameOfUrl(request_.Target().itemName));
-    if (!named.empty() &&
-        !request_.Data().GetServerVar("HTTP_USER-AGENT").starts_with("CardDAV-Sync"))
-        uid = named;
+    const bool ownFirst =
+        request_.Data().GetServerVar("HTTP_USER-AGENT").starts_with("CardDAV-Sync");
+    if (!named.empty() && (uid.empty() || !ownFirst)) uid = named;
     store().CV_ContactSetvCardUid(item_.get(), uid.c_str());
     return uid;
 }
