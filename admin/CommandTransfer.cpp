@@ -14,6 +14,23 @@ namespace {
 constexpr size_t kLargestFile = size_t{256} * 1024 * 1024;
 constexpr std::chrono::seconds kBetweenProgressLines{1};
 
+const char* itemWord(groupware::ItemKind kind) {
+    switch (kind) {
+        case groupware::ItemKind::kEvent:
+            return "events";
+        case groupware::ItemKind::kTask:
+            return "tasks";
+        case groupware::ItemKind::kContact:
+            return "contacts";
+    }
+    return "items";
+}
+
+const char* fileWord(groupware::ItemKind kind) {
+    return kind == groupware::ItemKind::kContact ? "a vCard (.vcf) text"
+                                                 : "an iCalendar (.ics) text";
+}
+
 [[noreturn]] void refuseTooLarge(const std::string& name) {
     throw CommandError(name + " is larger than 256 MiB; import it in smaller parts");
 }
@@ -59,15 +76,18 @@ class Progress {
 };
 
 void refuseUnread(const groupware::ImportCounts& counts, const std::string& file,
-                  const std::string& folder) {
-    if (counts.failed == 0 && counts.firstProblem.empty()) return;
+                  const groupware::FolderRow& folder) {
     if (counts.found == 0) {
-        throw CommandError(file + " cannot be imported, since " + counts.firstProblem +
-                           "; an iCalendar (.ics) text is wanted");
+        const std::string reason = counts.firstProblem.empty()
+                                       ? "it holds no " + std::string(itemWord(folder.kind))
+                                       : counts.firstProblem;
+        throw CommandError(file + " cannot be imported, since " + reason + "; " +
+                           fileWord(folder.kind) + " is wanted");
     }
-    throw CommandError(std::to_string(counts.imported) + " of " + std::to_string(counts.found) +
-                       " items imported into " + folder + "; the others cannot be read, " +
-                       "the first since " + counts.firstProblem);
+    if (counts.failed == 0 && counts.firstProblem.empty()) return;
+    throw CommandError(std::to_string(counts.found - counts.failed) + " of " +
+                       std::to_string(counts.found) + " items imported into " + folder.name +
+                       "; the others cannot be read, the first since " + counts.firstProblem);
 }
 
 }  // namespace
@@ -77,8 +97,11 @@ void importFile(Session& session, const Arguments& arguments) {
     const std::string text = readInput(arguments.file);
     const groupware::ImportCounts counts =
         groupware::importItems(session.engine(), folder, text, Progress());
-    refuseUnread(counts, arguments.file, folder.name);
-    std::cout << counts.imported << " items imported into " << folder.name << '\n';
+    refuseUnread(counts, arguments.file, folder);
+    std::cout << counts.found << " items imported into " << folder.name;
+    if (const uint32_t same = counts.found - counts.imported; same > 0)
+        std::cout << ", " << same << " of them unchanged";
+    std::cout << '\n';
 }
 
 void exportToOutput(Session& session, const Arguments& arguments) {

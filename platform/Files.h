@@ -42,6 +42,17 @@ bool renameFile(std::string_view from, std::string_view to);
 bool linkFile(std::string_view target, std::string_view link);
 /// UTC, with milliseconds; nothing when there is no such file.
 std::optional<DateTime> lastWriteTime(std::string_view path);
+/// What changes when a file is written or replaced by another.
+struct FileStamp {
+    uint64_t volume = 0;
+    uint64_t identity = 0;  ///< on its volume
+    int64_t size = 0;
+    int64_t writtenNs = 0;
+
+    friend bool operator==(const FileStamp&, const FileStamp&) = default;
+};
+/// Nothing when there is no such file.
+std::optional<FileStamp> fileStamp(std::string_view path);
 /// Names in a directory, without "." and "..", in no order.
 std::vector<std::string> listDirectory(std::string_view path);
 

@@ -30,6 +30,8 @@ int64_t msFromUtc(const DateTime& utc);
 /// A local time that occurs twice is taken as its first; one that the clocks skip is as far behind
 /// the gap as it stands in it, so 02:30 is 03:30 when they go from 02:00 to 03:00.
 int64_t msFromLocal(const DateTime& local);
+/// The same, but a local time that occurs twice is taken as its last.
+int64_t lastMsFromLocal(const DateTime& local);
 
 /// Converts by the machine's rules, daylight saving included; a time that is all zero stays so.
 DateTime utcToLocal(const DateTime& utc);

@@ -99,7 +99,7 @@ PLATFORM_EXPORT int32_t CV_CalFolderToICalendarString(const char* folderPath, ch
         Engine& engine = Engine::ofProcess();
         const auto folder = engine.folderByDirectory(folderPath);
         if (!folder || folder->kind != kEvent) return 0;
-        *text = handOutText(exportFolder(engine, *folder));
+        *text = handOutText(withWholeCharacters(exportFolder(engine, *folder)));
         return 1;
     });
 }
@@ -280,8 +280,10 @@ PLATFORM_EXPORT int32_t CV_ContactItemToVCardString(const StoreContactItem* item
     return statusOf([&]() -> int32_t {
         std::string own;
         const int32_t status = store(kContact).textOf(*item, own);
-        if (status == STORE_OK) *text = handOutText(vCardAs(own, plainVCard != 0 ? "3.0" : "4.0"));
-        return status;
+        if (status != STORE_OK) return status;
+        own = vCardAs(own, plainVCard != 0 ? "3.0" : "4.0");
+        *text = handOutText(withWholeCharacters(std::move(own)));
+        return STORE_OK;
     });
 }
 

@@ -12,6 +12,7 @@
 #include "groupware/api/Guarded.h"
 #include "groupware/engine/AccountHandle.h"
 #include "groupware/engine/Engine.h"
+#include "groupware/ical/TextEdit.h"
 #include "groupware/items/ItemRecord.h"
 #include "groupware/items/ItemStore.h"
 #include "platform/LocalTime.h"
@@ -26,16 +27,18 @@ inline ItemStore store(ItemKind kind) {
     return ItemStore(Engine::ofProcess(), kind);
 }
 
-/// The body's status, or what it raised as one: nothing may cross the C border.
+/// The body's status, or what it raised as one.
 template <typename Body>
 int32_t statusOf(Body&& body) noexcept {
-    try {
-        return body();
-    } catch (const DatabaseError& error) {
-        return error.busy() ? STORE_BUSY : STORE_IO_ERROR;
-    } catch (...) {
-        return STORE_IO_ERROR;
-    }
+    return guarded(int32_t{STORE_IO_ERROR}, [&]() -> int32_t {
+        try {
+            return body();
+        } catch (const DatabaseError& error) {
+            if (!error.busy()) throw;
+            tellFailure(error.what());
+            return STORE_BUSY;
+        }
+    });
 }
 
 /// A copy that the caller gives back with CV_GWDeletePointer.
@@ -108,7 +111,7 @@ inline int32_t textOf(ItemKind kind, const StoreItem* item, char** text) {
     return statusOf([&]() -> int32_t {
         std::string own;
         const int32_t status = store(kind).textOf(*item, own);
-        if (status == STORE_OK) *text = handOutText(own);
+        if (status == STORE_OK) *text = handOutText(withWholeCharacters(std::move(own)));
         return status;
     });
 }
@@ -142,13 +145,13 @@ inline int32_t setText(ItemKind kind, int64_t number, const char* path, const ch
         [&] { return store(kind).setText(path, number, whole.substr(0, whole.find('\0'))); });
 }
 
-/// Calls with the number of the contact of that identifier.
+/// Calls with the number of the contact of that identifier; 0, which is no item's, when it is not
+/// there any more.
 template <typename Change>
 int32_t withContact(const char* path, const char* identifier, Change change) {
     if (path == nullptr || identifier == nullptr) return STORE_BAD_DATA;
     return statusOf([&]() -> int32_t {
-        const auto number = store(kContact).numberOfIdentifier(path, identifier);
-        return number ? change(*number) : STORE_NOT_FOUND;
+        return change(store(kContact).numberOfIdentifier(path, identifier).value_or(0));
     });
 }
 
@@ -157,12 +160,14 @@ inline void setUid(ItemKind kind, StoreItem* item, const char* uid) {
     guarded([&] { store(kind).setUid(*item, uid); });
 }
 
-/// All zero leaves the side open.
+/// All zero leaves the side open. In the hour that occurs twice when the clocks are set back a
+/// start means the first and an end the last, so that a range has too much rather than too little.
 inline int64_t rangeSide(const StoreDateTime* time, int64_t open) {
     if (time == nullptr) return open;
     const platform::DateTime local{time->year, time->month,  time->dayOfWeek, time->day,
                                    time->hour, time->minute, time->second,    time->milliseconds};
-    return local == platform::DateTime{} ? open : platform::msFromLocal(local);
+    if (local == platform::DateTime{}) return open;
+    return open == INT64_MAX ? platform::lastMsFromLocal(local) : platform::msFromLocal(local);
 }
 
 /// True for a path below the mail directory; one that could lead out of it again is none.

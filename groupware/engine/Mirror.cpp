@@ -1,10 +1,11 @@
 #include "groupware/engine/Mirror.h"
 
+#include <algorithm>
+#include <iterator>
 #include <set>
 
 #include "groupware/engine/MirrorTree.h"
 #include "groupware/engine/Names.h"
-#include "platform/Files.h"
 
 namespace groupware {
 
@@ -22,61 +23,84 @@ std::unique_ptr<platform::FileLock> lockTree(const std::string& root) {
 }  // namespace
 
 void Mirror::refresh(int64_t account, const std::string& root) {
-    if (isMirrored(account, database_.accountVersion(account))) return;
+    StatePointer known = stateOf(account);
+    bool standing = known != nullptr && stands(*known, root);
+    if (standing && known->version == database_.accountVersion(account)) return;
 
-    // Within the lock the database is asked again: whoever comes last writes the newest.
+    // Within the lock all is asked again: whoever comes last writes the newest.
     const auto lock = lockTree(root);
     const int64_t version = database_.accountVersion(account);
-    if (isMirrored(account, version)) return;
-    auto stamps = bringUpToDate(account, knownStamps(account), root);
-    if (!stamps) return forget(account);
+    if (const StatePointer now = stateOf(account); now != known) {
+        known = now;
+        standing = known != nullptr && stands(*known, root);
+    }
+    if (standing && known->version == version) return;
+    auto tree = bringUpToDate(account, standing ? known.get() : nullptr, root);
+    if (!tree) return keep(account, nullptr);
 
-    std::lock_guard guard(mutex_);
-    states_.insert_or_assign(account, State{version, std::move(*stamps)});
+    auto state = std::make_shared<State>();
+    state->version = version;
+    state->tree = std::move(*tree);
+    keep(account, std::move(state));
 }
 
-void Mirror::forget(int64_t account) {
-    std::lock_guard guard(mutex_);
-    states_.erase(account);
-}
-
-bool Mirror::isMirrored(int64_t account, int64_t version) {
-    std::lock_guard guard(mutex_);
-    const auto found = states_.find(account);
-    return found != states_.end() && found->second.version == version;
-}
-
-std::optional<Mirror::Stamps> Mirror::knownStamps(int64_t account) {
+Mirror::StatePointer Mirror::stateOf(int64_t account) {
     std::lock_guard guard(mutex_);
     const auto found = states_.find(account);
-    if (found == states_.end()) return std::nullopt;
-    return found->second.stamps;
+    return found == states_.end() ? nullptr : found->second;
 }
 
-std::optional<Mirror::Stamps> Mirror::bringUpToDate(int64_t account,
-                                                    const std::optional<Stamps>& known,
-                                                    const std::string& root) {
+void Mirror::keep(int64_t account, StatePointer state) {
+    std::lock_guard guard(mutex_);
+    if (state == nullptr) {
+        states_.erase(account);
+    } else {
+        states_.insert_or_assign(account, std::move(state));
+    }
+}
+
+/// Whether the markers are the files that were last seen: all, or the next ones of very many.
+bool Mirror::stands(const State& state, const std::string& root) {
+    constexpr size_t kMostLookedAt = 64;
+    const size_t size = state.tree.size();
+    const size_t count = std::min(size, kMostLookedAt);
+    if (count == 0) return true;
+    const size_t first = state.nextLook.fetch_add(count, std::memory_order_relaxed) % size;
+    auto folder = std::next(state.tree.begin(), static_cast<std::ptrdiff_t>(first));
+    for (size_t i = 0; i < count; ++i, ++folder) {
+        if (folder == state.tree.end()) folder = state.tree.begin();
+        const auto file = platform::fileStamp(root + folder->second.marker);
+        if (!file || file != folder->second.file) return false;
+    }
+    return true;
+}
+
+std::optional<Mirror::Tree> Mirror::bringUpToDate(int64_t account, const State* known,
+                                                  const std::string& root) {
     bool good = known || account == kPublicAccount || ensureAccountFiles(root);
     bool folderSetChanged = !known;
-    Stamps stamps;
+    Tree tree;
     std::set<std::string> expected;
     for (const FolderRow& folder : database_.folders(account)) {
         const std::string name = folderDirectoryName(folder.name);
         expected.insert(lowerAscii(name));
-        stamps[name] = folder.stampMs;
 
-        const auto before = known ? known->find(name) : Stamps::const_iterator();
-        const bool isNew = !known || before == known->end();
+        const auto before = known ? known->tree.find(name) : Tree::const_iterator();
+        const bool isNew = !known || before == known->tree.end();
         folderSetChanged = folderSetChanged || isNew;
-        if (isNew || before->second != folder.stampMs) {
+        if (isNew || before->second.stampMs != folder.stampMs) {
             good = ensureFolder(root + name, folder) && good;
+            const std::string marker = name + "\\" + markerName(folder.kind);
+            tree[name] = {folder.stampMs, marker, platform::fileStamp(root + marker)};
+        } else {
+            tree[name] = before->second;
         }
     }
     // None was new: so another size means that some are gone.
-    folderSetChanged = folderSetChanged || stamps.size() != known->size();
+    folderSetChanged = folderSetChanged || tree.size() != known->tree.size();
     if (folderSetChanged) good = removeStrangers(root, expected) && good;
     if (!good) return std::nullopt;
-    return stamps;
+    return tree;
 }
 
 }  // namespace groupware

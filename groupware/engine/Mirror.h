@@ -2,19 +2,24 @@
 //
 // Other programs read there what class a folder has and when it last changed. The database leads:
 // an account's tree is compared with it when the account's version is not the one that this process
-// has seen mirrored, so a crash, another process's change or a deleted file is made good before
-// anybody is shown the way into the tree. Safe from every thread and process; raises DatabaseError
-// when a tree can neither be brought up to date nor be kept from telling an old stamp.
+// has seen mirrored, or when a marker is not the file that stood there then. So a crash, another
+// process's change or a deleted file is made good before anybody is shown the way into the tree; in
+// an account of very many folders a deleted file at one of the next looks. Safe from every thread
+// and process; raises DatabaseError when a tree can neither be brought up to date nor be kept from
+// telling an old stamp.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
 
 #include "groupware/db/Database.h"
+#include "platform/Files.h"
 
 namespace groupware {
 
@@ -26,25 +31,32 @@ class Mirror {
     void refresh(int64_t account, const std::string& root);
 
   private:
-    /// The stamp of each folder by the name of its directory below the root.
-    using Stamps = std::map<std::string, int64_t>;
+    /// A folder as it stands on disk.
+    struct Standing {
+        int64_t stampMs = 0;
+        std::string marker;  ///< its path below the root
+        std::optional<platform::FileStamp> file;
+    };
+    /// By the name of the folder's directory below the root.
+    using Tree = std::map<std::string, Standing>;
 
     /// What is known to stand on disk.
     struct State {
-        int64_t version;
-        Stamps stamps;
+        int64_t version = 0;
+        Tree tree;
+        mutable std::atomic<size_t> nextLook{0};  ///< the first marker of the next look
     };
+    using StatePointer = std::shared_ptr<const State>;
 
-    bool isMirrored(int64_t account, int64_t version);
-    std::optional<Stamps> knownStamps(int64_t account);
-    void forget(int64_t account);
-    /// The folders' stamps now mirrored, or nothing when not all could be written.
-    std::optional<Stamps> bringUpToDate(int64_t account, const std::optional<Stamps>& known,
-                                        const std::string& root);
+    StatePointer stateOf(int64_t account);
+    void keep(int64_t account, StatePointer state);
+    static bool stands(const State& state, const std::string& root);
+    /// The folders now mirrored, or nothing when not all could be written.
+    std::optional<Tree> bringUpToDate(int64_t account, const State* known, const std::string& root);
 
     Database& database_;
     std::mutex mutex_;
-    std::unordered_map<int64_t, State> states_;
+    std::unordered_map<int64_t, StatePointer> states_;
 };
 
 }  // namespace groupware

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 
 #include "abi/StoreTypes.h"
 #include "groupware/ical/AsciiText.h"
@@ -13,6 +14,8 @@ namespace groupware {
 namespace {
 
 constexpr size_t kLongestUid = 1'024;
+/// Zones of an item that are looked for by their names; nobody travels through more.
+constexpr size_t kMostNamedZones = 64;
 
 using Component = CalendarComponent;
 
@@ -149,6 +152,7 @@ std::optional<CalendarObject> CalendarObject::parse(ItemKind kind, std::string_v
     CalendarObject object;
     ComponentReader reader(text);
     std::optional<ZoneReader> zone;
+    std::set<std::string, std::less<>> named;
     for (;;) {
         const Step step = reader.next();
         if (step == Step::kFinished) break;
@@ -165,11 +169,15 @@ std::optional<CalendarObject> CalendarObject::parse(ItemKind kind, std::string_v
             if (itself && step == Step::kEnd) object.zones_.emplace(zone->name(), zone->finish());
         } else if (outer == componentName(kind) && reader.depth() == 2) {
             if (step == Step::kBegin) object.components_.emplace_back();
-            if (step == Step::kProperty) readProperty(object.components_.back(), reader.line());
+            if (step != Step::kProperty) continue;
+            readProperty(object.components_.back(), reader.line());
+            const auto name = reader.line().parameter("TZID");
+            if (name && named.size() < kMostNamedZones) named.emplace(*name);
         }
     }
     problem = problemOf(kind, object.components_);
     if (!problem.empty()) return std::nullopt;
+    for (const std::string& name : named) object.zones_.emplace(name, nullptr);
     return object;
 }
 
@@ -179,13 +187,13 @@ const CalendarComponent* CalendarObject::master() const {
     return found == components_.end() ? nullptr : &*found;
 }
 
-WallClock CalendarObject::clockOf(const IcalTime& time) const {
+WallClock CalendarObject::clockOf(const IcalTime& time, StepBudget& budget) const {
     static const auto kUtc = std::make_shared<const TimeZone>();
     if (time.kind == IcalTime::Kind::kUtc) return WallClock(kUtc);
     if (time.kind != IcalTime::Kind::kZoned) return WallClock();
     const auto found = zones_.find(time.zone);
-    if (found != zones_.end() && found->second != nullptr) return WallClock(found->second);
-    return WallClock(zoneByName(time.zone));
+    if (found == zones_.end()) return WallClock();
+    return WallClock(found->second != nullptr ? found->second : zoneByName(time.zone, budget));
 }
 
 int64_t WallClock::utcSeconds(WallSeconds wall, StepBudget& budget) const {

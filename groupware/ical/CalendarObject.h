@@ -74,10 +74,12 @@ class CalendarObject {
     const std::vector<CalendarComponent>& components() const { return components_; }
     /// The component that is no changed instance of another; null when there are only such.
     const CalendarComponent* master() const;
-    WallClock clockOf(const IcalTime& time) const;
+    /// The server's own for a zone that is not known, or is not looked for any more.
+    WallClock clockOf(const IcalTime& time, StepBudget& budget) const;
 
   private:
     std::vector<CalendarComponent> components_;
+    /// Those that the text tells; null for one that it only names.
     std::map<std::string, std::shared_ptr<const TimeZone>, std::less<>> zones_;
 };
 

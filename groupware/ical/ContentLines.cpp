@@ -92,6 +92,8 @@ std::string_view LineReader::unfold() {
 }
 
 void LineReader::divide(std::string_view whole) {
+    // Programs that join files leave marks at the beginnings of lines.
+    if (whole.starts_with(kByteOrderMark)) whole.remove_prefix(kByteOrderMark.size());
     size_t colon = findUnquoted(whole, ":");
     // A quote that is never closed must not hide the value.
     if (colon == std::string_view::npos) colon = whole.find(':');
@@ -111,18 +113,20 @@ ComponentReader::Step ComponentReader::next() {
     if (!problem_.empty()) return Step::kProblem;
     if (ended_) --depth_;
     ended_ = false;
-    if (!lines_.next()) {
-        if (depth_ == 0) return Step::kFinished;
-        return fail("the text ends before END:" + open_[depth_ - 1]);
+    while (lines_.next()) {
+        if (line().is("BEGIN")) return begin();
+        if (line().is("END")) return end();
+        if (depth_ > 0) return Step::kProperty;
+        stray_ = true;
     }
-    if (line().is("BEGIN")) return begin();
-    if (line().is("END")) return end();
-    if (depth_ == 0) return fail("there is text outside of BEGIN and END");
-    return Step::kProperty;
+    if (depth_ > 0) return fail("the text ends before END:" + open_[depth_ - 1]);
+    if (stray_ && !begun_) return fail("there is no line BEGIN in the text");
+    return Step::kFinished;
 }
 
 ComponentReader::Step ComponentReader::begin() {
     if (depth_ == kMaxComponentDepth) return fail("components are nested too deeply");
+    begun_ = true;
     open_[depth_++] = upperName(trimmed(line().value));
     return Step::kBegin;
 }

@@ -54,7 +54,8 @@ class LineReader {
 
 inline constexpr size_t kMaxComponentDepth = 16;
 
-/// Reads the lines and keeps account of the components they stand in.
+/// Reads the lines and keeps account of the components they stand in. Stray lines outside of all
+/// components are passed over, unless there is no component at all.
 class ComponentReader {
   public:
     enum class Step { kBegin, kProperty, kEnd, kFinished, kProblem };
@@ -79,6 +80,8 @@ class ComponentReader {
     std::array<std::string, kMaxComponentDepth> open_;
     size_t depth_ = 0;
     bool ended_ = false;  ///< the last step was kEnd: one level less from now on
+    bool begun_ = false;  ///< there has been a component
+    bool stray_ = false;  ///< there has been a line outside of all components
     std::string problem_;
 };
 

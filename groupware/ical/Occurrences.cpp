@@ -29,8 +29,8 @@ Length lengthBetween(const CalendarObject& event, const IcalTime& start, const I
     if (start.isDate() && end.isDate()) {
         return {std::max<int64_t>(dayOf(end.wall) - dayOf(start.wall), 1), 0};
     }
-    const int64_t seconds = event.clockOf(end).utcSeconds(end.wall, budget) -
-                            event.clockOf(start).utcSeconds(start.wall, budget);
+    const int64_t seconds = event.clockOf(end, budget).utcSeconds(end.wall, budget) -
+                            event.clockOf(start, budget).utcSeconds(start.wall, budget);
     return {0, std::max<int64_t>(seconds, 0)};
 }
 
@@ -67,7 +67,7 @@ class InstanceSet {
         } else if (time.kind == start_.kind && time.zone == start_.zone) {
             walls_.push_back(time.wall);
         } else {
-            utc_.push_back(event_.clockOf(time).utcSeconds(time.wall, budget));
+            utc_.push_back(event_.clockOf(time, budget).utcSeconds(time.wall, budget));
         }
     }
     void sort() {
@@ -129,12 +129,12 @@ bool Scan::run() {
     master_ = event_.master();
     for (const CalendarComponent& component : event_.components()) {
         if (&component == master_ || !wanted_) continue;
-        const WallClock clock = event_.clockOf(*component.start);
+        const WallClock clock = event_.clockOf(*component.start, budget_);
         offer(occurrenceAt(component.start->wall, clock, lengthOf(event_, component, budget_),
                            component, budget_));
     }
     if (master_ == nullptr || !wanted_) return !budget_.spent();
-    clock_ = event_.clockOf(*master_->start);
+    clock_ = event_.clockOf(*master_->start, budget_);
     length_ = lengthOf(event_, *master_, budget_);
     left_.emplace(event_, *master_->start);
     collectChanges(*master_);
@@ -154,8 +154,8 @@ void Scan::collectChanges(const CalendarComponent& master) {
         left_->add(*component.recurrenceId, budget_);
         if (!component.thisAndFuture) continue;
         const IcalTime& from = *component.recurrenceId;
-        const int64_t fromUtc = event_.clockOf(from).utcSeconds(from.wall, budget_);
-        const WallClock clock = event_.clockOf(*component.start);
+        const int64_t fromUtc = event_.clockOf(from, budget_).utcSeconds(from.wall, budget_);
+        const WallClock clock = event_.clockOf(*component.start, budget_);
         const int64_t delta = clock.utcSeconds(component.start->wall, budget_) - fromUtc;
         shifts_.push_back({fromUtc, delta, lengthOf(event_, component, budget_), &component});
         reach_ = std::max(
@@ -171,7 +171,7 @@ void Scan::scanDates() {
         Length length = length_;
         if (date.end) length = lengthBetween(event_, date.start, *date.end, budget_);
         if (date.duration) length = lengthFrom(date.start, date.duration);
-        offerInstance(date.start.wall, event_.clockOf(date.start), length);
+        offerInstance(date.start.wall, event_.clockOf(date.start, budget_), length);
     }
 }
 
@@ -242,7 +242,7 @@ class SpanBuilder {
 
     void add(const CalendarComponent& component) {
         const Length length = lengthOf(event_, component, budget_);
-        add(event_.clockOf(*component.start), component.start->wall, length);
+        add(event_.clockOf(*component.start, budget_), component.start->wall, length);
     }
     void add(const WallClock& clock, WallSeconds wall, const Length& length) {
         const Occurrence at = occurrenceAt(wall, clock, length, event_.components()[0], budget_);
@@ -299,12 +299,12 @@ ItemSpan spanOf(const CalendarObject& event) {
     for (const CalendarComponent& component : event.components()) builder.add(component);
     const CalendarComponent* master = event.master();
     if (master == nullptr) return builder.span(false, false);
-    const WallClock clock = event.clockOf(*master->start);
+    const WallClock clock = event.clockOf(*master->start, builder.budget());
     const Length length = lengthOf(event, *master, builder.budget());
     for (const IcalPeriod& date : master->dates) {
         const Length own = date.end ? lengthBetween(event, date.start, *date.end, builder.budget())
                                     : lengthFrom(date.start, date.duration);
-        builder.add(event.clockOf(date.start), date.start.wall,
+        builder.add(event.clockOf(date.start, builder.budget()), date.start.wall,
                     own.atMost() > length.atMost() ? own : length);
     }
     bool endless = master->unreadableRule;
@@ -324,7 +324,7 @@ ItemSpan spanOf(const CalendarObject& event) {
     const bool single = event.components().size() == 1 && master->rules.empty() &&
                         !master->unreadableRule && master->dates.empty() &&
                         master->exceptions.empty() && clock.isFixed() &&
-                        (!master->end || event.clockOf(*master->end).isFixed());
+                        (!master->end || event.clockOf(*master->end, builder.budget()).isFixed());
     return builder.span(endless, single);
 }
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 #include "groupware/ical/AsciiText.h"
@@ -31,6 +33,55 @@ std::string applied(std::string_view text, const std::vector<Edit>& edits) {
         position = edit.end;
     }
     return result.append(text.substr(position));
+}
+
+/// The length of the UTF-8 character that the text begins with, or 0 when it is none.
+size_t characterLength(std::string_view text) {
+    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char first = byte(0);
+    if (first < 0x80) return 1;
+    const size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC2 || first > 0xF4 || text.size() < length) return 0;
+    for (size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0U) != 0x80U) return 0;
+    }
+    // Longer forms than needed, halves of pairs and what lies beyond the last plane are none.
+    const bool none = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) > 0x9F) ||
+                      (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) > 0x8F);
+    return none ? 0 : length;
+}
+
+/// How many bytes at the front are ASCII, in whole words: most texts are nothing else.
+size_t asciiWords(std::string_view text) {
+    size_t length = 0;
+    for (uint64_t word = 0; length + sizeof word <= text.size(); length += sizeof word) {
+        std::memcpy(&word, text.data() + length, sizeof word);
+        if ((word & 0x8080808080808080U) != 0) break;
+    }
+    return length;
+}
+
+bool isUtf8(std::string_view text) {
+    for (;;) {
+        text.remove_prefix(asciiWords(text));
+        if (text.empty()) return true;
+        const size_t length = characterLength(text);
+        if (length == 0) return false;
+        text.remove_prefix(length);
+    }
+}
+
+std::string unfolded(std::string_view lines) {
+    std::string whole;
+    while (!lines.empty()) {
+        const size_t lineFeed = std::min(lines.find('\n'), lines.size() - 1);
+        std::string_view part = lines.substr(0, lineFeed + 1);
+        lines.remove_prefix(part.size());
+        while (part.ends_with('\n') || part.ends_with('\r')) part.remove_suffix(1);
+        whole.append(part);
+        if (!lines.empty()) lines.remove_prefix(1);
+    }
+    return whole;
 }
 
 std::string_view lineEndOf(std::string_view text, const ContentLine& line) {
@@ -128,6 +179,22 @@ std::string foldedLine(std::string_view line, std::string_view lineEnd) {
         line.remove_prefix(cut);
     }
     return folded.append(line).append(lineEnd);
+}
+
+std::string withWholeCharacters(std::string text) {
+    if (isUtf8(text)) return text;
+    std::vector<Edit> edits;
+    LineReader reader(text);
+    while (reader.next()) {
+        const ContentLine& line = reader.line();
+        const std::string_view bytes =
+            std::string_view(text).substr(line.begin, line.end - line.begin);
+        if (isUtf8(bytes)) continue;
+        const std::string whole = unfolded(bytes);
+        if (!isUtf8(whole)) continue;
+        edits.push_back({line.begin, line.end, foldedLine(whole, lineEndOf(text, line))});
+    }
+    return applied(text, edits);
 }
 
 std::string withUid(ItemKind kind, std::string_view text, std::string_view uid) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <string>
 
 #include <libical/ical.h>
@@ -15,10 +17,17 @@ namespace groupware {
 namespace {
 
 constexpr size_t kLongestName = 64;
+/// Steps that a look at the known names takes, and a search in the system's tzdata.
+constexpr int64_t kLookSteps = 10;
+constexpr int64_t kSearchSteps = 1'000;
+
+using ZonePointer = std::shared_ptr<const TimeZone>;
 
 /// The zone as libical tells it from the system's tzdata. Its zones are not safe from several
-/// threads: the caller holds a lock.
-std::shared_ptr<const TimeZone> loadZone(const std::string& name) {
+/// threads, so these take turns.
+ZonePointer loadZone(const std::string& name) {
+    static std::mutex turn;
+    const std::lock_guard guard(turn);
     for (const std::string_view utc : {"UTC", "GMT", "Z", "Etc/UTC", "Etc/GMT"}) {
         if (equalNames(name, utc)) return std::make_shared<const TimeZone>();
     }
@@ -38,16 +47,58 @@ bool isZoneName(std::string_view name) {
            });
 }
 
-std::shared_ptr<const TimeZone> keptZone(std::string_view name) {
-    constexpr size_t kMostKept = 2'000;  // names that are none are kept as well
-    static std::mutex lock;
-    static std::map<std::string, std::shared_ptr<const TimeZone>, std::less<>> zones;
-    if (!isZoneName(name)) return nullptr;
-    const std::lock_guard guard(lock);
-    if (const auto found = zones.find(name); found != zones.end()) return found->second;
-    if (zones.size() >= kMostKept) zones.clear();
+/// The names asked for so far with their zones. Those that are none have a bound of their own, so
+/// that they never crowd out the others.
+class KnownZones {
+  public:
+    /// Nothing when the name has not been asked for.
+    std::optional<ZonePointer> find(std::string_view name) {
+        const std::lock_guard guard(lock_);
+        if (const auto found = zones_.find(name); found != zones_.end()) return found->second;
+        if (unknown_.contains(name)) return ZonePointer();
+        return std::nullopt;
+    }
+
+    void keep(const std::string& name, ZonePointer zone) {
+        constexpr size_t kMostUnknown = 10'000;
+        const std::lock_guard guard(lock_);
+        if (zone != nullptr) {
+            zones_.emplace(name, std::move(zone));
+            return;
+        }
+        if (unknown_.size() >= kMostUnknown) unknown_.clear();
+        unknown_.insert(name);
+    }
+
+  private:
+    std::mutex lock_;
+    std::map<std::string, ZonePointer, std::less<>> zones_;
+    std::set<std::string, std::less<>> unknown_;
+};
+
+ZonePointer knownZone(std::string_view name, StepBudget& budget) {
+    static KnownZones known;
+    if (!isZoneName(name) || !budget.take(kLookSteps)) return nullptr;
+    if (const auto zone = known.find(name)) return *zone;
+    if (!budget.take(kSearchSteps)) return nullptr;
     const std::string key(name);
-    return zones.emplace(key, loadZone(key)).first->second;
+    ZonePointer zone = loadZone(key);
+    known.keep(key, zone);
+    return zone;
+}
+
+/// The part of a prefixed name that may be a tzdata name: its last two levels, or the last three
+/// in America, where states have zones of their own. Empty for a name without prefix.
+std::string_view withoutPrefix(std::string_view name) {
+    constexpr std::string_view kAmerica = "/America/";
+    const size_t last = name.rfind('/');
+    if (last == std::string_view::npos || last == 0) return {};
+    size_t start = name.rfind('/', last - 1);
+    if (start == std::string_view::npos) return {};
+    if (start >= kAmerica.size() - 1 && name.substr(0, start + 1).ends_with(kAmerica)) {
+        start -= kAmerica.size() - 1;
+    }
+    return name.substr(start + 1);
 }
 
 }  // namespace
@@ -106,16 +157,10 @@ std::optional<int64_t> parseZoneOffset(std::string_view value) {
     return text[0] == '-' ? -seconds : seconds;
 }
 
-std::shared_ptr<const TimeZone> zoneByName(std::string_view name) {
-    std::string_view rest = trimmed(name);
-    if (auto zone = keptZone(rest)) return zone;
-    // Prefixed names are of use only by their end: one slash at the least stands in it.
-    while (rest.find('/') != std::string_view::npos) {
-        cutFirst(rest, '/');
-        if (rest.find('/') == std::string_view::npos) break;
-        if (auto zone = keptZone(rest)) return zone;
-    }
-    return nullptr;
+std::shared_ptr<const TimeZone> zoneByName(std::string_view name, StepBudget& budget) {
+    const std::string_view whole = trimmed(name);
+    if (auto zone = knownZone(whole, budget)) return zone;
+    return knownZone(withoutPrefix(whole), budget);
 }
 
 int64_t utcSecondsOfServerWall(WallSeconds wall) {

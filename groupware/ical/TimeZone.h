@@ -46,8 +46,8 @@ class TimeZone {
 std::optional<int64_t> parseZoneOffset(std::string_view value);
 
 /// The zone of a tzdata name, also behind a prefix as in /example.org/Europe/Berlin; null when
-/// there is none of that name.
-std::shared_ptr<const TimeZone> zoneByName(std::string_view name);
+/// there is none of that name, or when the steps do not suffice to look for it.
+std::shared_ptr<const TimeZone> zoneByName(std::string_view name, StepBudget& budget);
 
 /// UTC of a time on the server's own wall.
 int64_t utcSecondsOfServerWall(WallSeconds wall);

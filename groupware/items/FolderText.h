@@ -1,9 +1,15 @@
 // Puts the texts of a folder's items together to one.
+//
+// Items share a VCALENDAR and its time zones as long as these say the same of their times. An item
+// whose zones are defined otherwise stands in a further VCALENDAR, so that nothing moves when the
+// text is read again.
 #pragma once
 
+#include <map>
+#include <set>
 #include <string>
 #include <string_view>
-#include <unordered_set>
+#include <vector>
 
 #include "groupware/db/Database.h"
 
@@ -18,10 +24,21 @@ class FolderText {
     std::string whole() const;
 
   private:
+    /// Definitions by their TZID.
+    using Zones = std::map<std::string, std::string, std::less<>>;
+
+    struct Calendar {
+        Zones zones;
+        std::set<std::string, std::less<>> bare;  ///< TZIDs that are named and not defined
+        std::string components;
+    };
+
+    Calendar& calendarFor(const Calendar& item);
+    bool fits(const Calendar& item, const Calendar& calendar) const;
+    static std::string textOf(const Calendar& calendar);
+
     ItemKind kind_;
-    std::unordered_set<std::string> knownZones_;
-    std::string zones_;
-    std::string components_;
+    std::vector<Calendar> calendars_{1};
 };
 
 }  // namespace groupware

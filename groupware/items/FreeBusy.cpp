@@ -135,7 +135,10 @@ std::optional<FreeBusyRequest> FreeBusyRequest::parse(std::string_view text) {
         if (line.is("UID")) request.uid = trimmed(line.value);
         if (line.is("ORGANIZER")) request.organizerLine = wholeLine(line);
         if (!line.is("ATTENDEE")) continue;
-        request.recipients.emplace_back(addressOf(line));
+        const std::string_view recipient = addressOf(line);
+        // Recipients are handed on as one text, divided by bars.
+        if (recipient.empty() || recipient.find('|') != recipient.npos) continue;
+        request.recipients.emplace_back(recipient);
         request.attendeeLines.push_back(wholeLine(line));
     }
     const TimeRange& range = request.range;

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdio>
 
+#include "groupware/engine/FailureLog.h"
 #include "platform/Guid.h"
 
 namespace groupware {
@@ -86,8 +87,8 @@ std::string newIdentifier(ItemKind kind) {
 void mirrorAfterCommit(Engine& engine, int64_t account) {
     try {
         engine.refreshMirror(account);
-    } catch (const std::exception&) {
-        return;
+    } catch (const std::exception& failure) {
+        tellFailure(failure.what());
     }
 }
 

@@ -173,13 +173,24 @@ int32_t ItemStore::write(std::string_view path, StoreItem& record) {
     const std::string& uid = own->row.uid;
     // Nobody could ever name such a contact; a task gets a UID when it is first listed.
     if (uid.empty() && kind_ == ItemKind::kContact) return STORE_BAD_DATA;
-    const auto transaction = engine_.database().begin();
-    if (!uid.empty() && transaction->itemNumber(folder->key, uid)) return STORE_EXISTS;
-    ItemRow row =
-        transaction->insertItem(folder->key, newItem(*own->parsed, uid, newIdentifier(kind_)));
-    commit(*transaction, folder->key);
+    ItemRow row = place(folder->key, uid, *own->parsed);
     refreshRecord(record, contents(kind_, folder->key, std::move(row), own->parsed));
     return STORE_OK;
+}
+
+/// Stores a text under its UID, whether an item of that UID is there by now or not.
+ItemRow ItemStore::place(FolderKey folder, const std::string& uid, const ParsedText& parsed) {
+    const auto transaction = engine_.database().begin();
+    const auto number =
+        uid.empty() ? std::optional<int64_t>() : transaction->itemNumber(folder, uid);
+    const auto stored = number ? transaction->item(folder, *number) : std::nullopt;
+    if (stored && stored->text == parsed.text) return stored->row;
+    const std::string identifier = stored ? stored->row.identifier : newIdentifier(kind_);
+    const NewItem item = newItem(parsed, uid, identifier);
+    ItemRow row = stored ? transaction->updateItem(folder, stored->row.number, item).value()
+                         : transaction->insertItem(folder, item);
+    commit(*transaction, folder);
+    return row;
 }
 
 int32_t ItemStore::edit(std::string_view path, int64_t number, StoreItem& record) {
@@ -188,13 +199,19 @@ int32_t ItemStore::edit(std::string_view path, int64_t number, StoreItem& record
     const auto folder = folderOf(path);
     if (!folder) return STORE_NOT_FOUND;
     const auto stored = engine_.database().item(folder->key, number);
-    if (!stored) return STORE_NOT_FOUND;
+    // The record of a listing holds no text that could be stored again.
+    if (!stored && own->parsed == nullptr) return STORE_NOT_FOUND;
     const auto parsed = own->parsed != nullptr ? withStatuses(record, own->parsed)
                                                : parsedText(kind_, textForUid(*own, *stored));
     if (parsed == nullptr) return STORE_BAD_DATA;
-    ItemRow row = stored->row;
-    const int32_t status = replace(*folder, *stored, own->row.uid, *parsed, row);
-    if (status != STORE_OK) return status;
+    ItemRow row;
+    const int32_t status =
+        stored ? replace(*folder, *stored, own->row.uid, *parsed, row) : STORE_NOT_FOUND;
+    if (status == STORE_NOT_FOUND) {
+        row = place(folder->key, own->row.uid, *parsed);
+    } else if (status != STORE_OK) {
+        return status;
+    }
     refreshRecord(record, contents(kind_, folder->key, std::move(row), parsed));
     return STORE_OK;
 }
@@ -203,20 +220,22 @@ int32_t ItemStore::setText(std::string_view path, int64_t number, std::string_vi
     const auto folder = folderOf(path);
     if (!folder) return STORE_NOT_FOUND;
     const auto stored = engine_.database().item(folder->key, number);
-    if (!stored) return STORE_NOT_FOUND;
-    if (stored->text == text) return STORE_OK;
+    if (!stored || stored->text == text) return STORE_OK;
     const auto parsed = parsedText(kind_, std::string(text));
     if (parsed == nullptr) return STORE_BAD_DATA;
     // A contact is filed under the name that its client gave it, whatever its text says.
     const bool sameUid = kind_ == ItemKind::kContact || parsed->facts.uid == stored->row.uid;
     if (!sameUid) return STORE_BAD_DATA;
     ItemRow row;
-    return replace(*folder, *stored, stored->row.uid, *parsed, row);
+    const int32_t status = replace(*folder, *stored, stored->row.uid, *parsed, row);
+    return status == STORE_NOT_FOUND ? STORE_OK : status;
 }
 
-/// Stores a text in the place of another; what is there already is not stored again.
+/// Stores a text in the place of another; what is there already is not stored again. Not found when
+/// the other is there no more.
 int32_t ItemStore::replace(const FolderRow& folder, const StoredItem& stored,
                            const std::string& uid, const ParsedText& parsed, ItemRow& row) {
+    row = stored.row;
     if (parsed.text == stored.text && uid == stored.row.uid) return STORE_OK;
     const auto transaction = engine_.database().begin();
     if (uid != stored.row.uid && !uid.empty() && transaction->itemNumber(folder.key, uid)) {
@@ -234,8 +253,7 @@ int32_t ItemStore::remove(std::string_view path, int64_t number) {
     const auto folder = folderOf(path);
     if (!folder) return STORE_NOT_FOUND;
     const auto transaction = engine_.database().begin();
-    if (!transaction->deleteItem(folder->key, number)) return STORE_NOT_FOUND;
-    commit(*transaction, folder->key);
+    if (transaction->deleteItem(folder->key, number)) commit(*transaction, folder->key);
     return STORE_OK;
 }
 

@@ -34,10 +34,14 @@ class ItemStore {
     /// Reads a client's text into the record; nothing is stored.
     int32_t read(std::string_view text, StoreItem& record);
 
+    /// Adds an item, or replaces the one that another client has stored under the UID meanwhile.
     int32_t write(std::string_view path, StoreItem& record);
+    /// An item that another client has deleted meanwhile is added again, under a new number.
     int32_t edit(std::string_view path, int64_t number, StoreItem& record);
+    /// An item that is not there any more is as good as deleted.
     int32_t remove(std::string_view path, int64_t number);
-    /// Stores the client's own text of an item; the same text again changes nothing.
+    /// Stores the client's own text of an item; the same text again changes nothing, nor does the
+    /// text of an item that another client has deleted meanwhile.
     int32_t setText(std::string_view path, int64_t number, std::string_view text);
 
     /// Files the record under another UID; a later edit stores that.
@@ -50,6 +54,7 @@ class ItemStore {
     ContentsList everyItem(FolderKey folder);
     ContentsList itemsInRange(FolderKey folder, TimeRange range);
     int32_t fill(StoreItem& record, FolderKey folder, const std::optional<StoredItem>& stored);
+    ItemRow place(FolderKey folder, const std::string& uid, const ParsedText& parsed);
     int32_t replace(const FolderRow& folder, const StoredItem& stored, const std::string& uid,
                     const ParsedText& parsed, ItemRow& row);
     void commit(WriteTransaction& transaction, FolderKey folder);

@@ -11,8 +11,8 @@
 
 namespace groupware {
 
-/// The longest text of one item.
-inline constexpr size_t kLongestText = 16 * 1024 * 1024;
+/// The longest text of one item: more than a web server is likely to take as a body.
+inline constexpr size_t kLongestText = size_t{256} * 1024 * 1024;
 
 struct ItemFacts {
     std::string uid;

@@ -146,8 +146,9 @@ std::optional<std::string> firstCalendar(const Part& part, size_t depth) {
 }  // namespace
 
 std::optional<std::string> calendarTextOf(std::string_view message) {
-    ComponentReader reader(message);
-    if (reader.next() == ComponentReader::Step::kBegin && reader.component(0) == "VCALENDAR") {
+    LineReader first(message);
+    if (first.next() && first.line().is("BEGIN") &&
+        equalNames(trimmed(first.line().value), "VCALENDAR")) {
         return std::string(message);
     }
     return firstCalendar(partOf(message), 0);

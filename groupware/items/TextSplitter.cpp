@@ -1,7 +1,6 @@
 #include "groupware/items/TextSplitter.h"
 
-#include <algorithm>
-#include <unordered_map>
+#include <unordered_set>
 
 #include "groupware/ical/AsciiText.h"
 #include "groupware/ical/CalendarObject.h"
@@ -46,6 +45,8 @@ class TextSplitter::Reading {
                 readZone(step, reader);
             } else if (reader.component(1) == componentName(splitter_.kind_)) {
                 readPart(step, reader, 2);
+            } else {
+                splitter_.holdsOthers_ = true;
             }
         }
     }
@@ -71,14 +72,13 @@ class TextSplitter::Reading {
     void readZone(Step step, const ComponentReader& reader) {
         if (reader.depth() != 2) return;
         const ContentLine& line = reader.line();
-        auto& zones = splitter_.calendars_.back().zones;
         if (step == Step::kBegin) {
             begin_ = line.begin;
-            zones.emplace_back();
+            zone_.clear();
         } else if (step == Step::kEnd) {
-            zones.back().bytes = bytes(begin_, line);
+            splitter_.calendars_.back().zones.emplace(zone_, bytes(begin_, line));
         } else if (line.is("TZID")) {
-            zones.back().name = trimmed(line.value);
+            zone_ = trimmed(line.value);
         }
     }
 
@@ -88,6 +88,7 @@ class TextSplitter::Reading {
             begin_ = line.begin;
             uid_.clear();
             part_ = {};
+            named_.clear();
             part_.calendar = splitter_.calendars_.size() - (contacts() ? 0 : 1);
         } else if (step == Step::kEnd && reader.depth() == level) {
             part_.bytes = bytes(begin_, line);
@@ -95,8 +96,7 @@ class TextSplitter::Reading {
         } else if (step == Step::kProperty) {
             if (reader.depth() == level && line.is("UID")) uid_ = trimmed(line.value);
             const auto zone = line.parameter("TZID");
-            if (!zone || std::ranges::find(part_.zones, *zone) != part_.zones.end()) return;
-            part_.zones.emplace_back(*zone);
+            if (zone && named_.emplace(*zone).second) part_.zones.emplace_back(*zone);
         }
     }
 
@@ -117,37 +117,39 @@ class TextSplitter::Reading {
     std::string_view text_;
     size_t begin_ = 0;
     std::string uid_;
+    std::string zone_;  ///< the name of the VTIMEZONE
     Part part_;
+    std::unordered_set<std::string> named_;  ///< the part's zones
     std::unordered_map<std::string, size_t> byUid_;
 };
 
-TextSplitter::TextSplitter(ItemKind kind, std::string_view text) : kind_(kind) {
+TextSplitter::TextSplitter(ItemKind kind, std::string_view text) : kind_(kind), whole_(text) {
     Reading(*this, text).run();
 }
 
-const TextSplitter::Zone* TextSplitter::zone(const Part& part, const std::string& name) const {
-    const auto& zones = calendars_[part.calendar].zones;
-    const auto found = std::ranges::find(zones, name, &Zone::name);
-    return found == zones.end() ? nullptr : &*found;
+std::string TextSplitter::text(size_t index) const {
+    const bool alone = items_.size() == 1 && calendars_.size() <= 1 && !holdsOthers_;
+    if (alone) return std::string(whole_);
+    return kind_ == ItemKind::kContact ? components(index) : wrapped(items_[index]);
 }
 
-std::string TextSplitter::text(size_t index) const {
-    const std::vector<Part>& parts = items_[index];
+std::string TextSplitter::components(size_t index) const {
     std::string text;
-    if (kind_ == ItemKind::kContact) {
-        appendLines(text, parts.front().bytes);
-        return text;
-    }
+    for (const Part& part : items_[index]) appendLines(text, part.bytes);
+    return text;
+}
+
+std::string TextSplitter::wrapped(const std::vector<Part>& parts) const {
     const std::string& header = calendars_[parts.front().calendar].header;
-    text.append("BEGIN:VCALENDAR\r\n");
+    std::string text = "BEGIN:VCALENDAR\r\n";
     text.append(header.empty() ? std::string(kVersion).append(kProduct) : header);
-    std::vector<std::string_view> written;
+    std::unordered_set<std::string_view> written;
     for (const Part& part : parts) {
+        const auto& zones = calendars_[part.calendar].zones;
         for (const std::string& name : part.zones) {
-            const Zone* used = zone(part, name);
-            if (used == nullptr || std::ranges::find(written, name) != written.end()) continue;
-            written.push_back(name);
-            appendLines(text, used->bytes);
+            const auto used = zones.find(name);
+            if (used == zones.end() || !written.insert(name).second) continue;
+            appendLines(text, used->second);
         }
     }
     for (const Part& part : parts) appendLines(text, part.bytes);

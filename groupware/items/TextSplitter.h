@@ -1,12 +1,14 @@
 // Divides a text of many items into texts of one item each.
 //
 // All components of one UID are one item. Each keeps its own bytes and gets a wrapper with the time
-// zones that it uses. Items without UID are items of their own.
+// zones that it uses; a text that holds one item and nothing else stays as it is. Items without UID
+// are items of their own.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "groupware/db/Database.h"
@@ -23,27 +25,27 @@ class TextSplitter {
     const std::string& problem() const { return problem_; }
     /// The text of one item.
     std::string text(size_t index) const;
+    /// Its components alone.
+    std::string components(size_t index) const;
 
   private:
     /// One component of the kind, or one vCard.
     struct Part {
         std::string_view bytes;
         size_t calendar = 0;             ///< the VCALENDAR it stands in
-        std::vector<std::string> zones;  ///< TZIDs that it names
-    };
-    struct Zone {
-        std::string name;
-        std::string_view bytes;
+        std::vector<std::string> zones;  ///< TZIDs that it names, each once
     };
     struct Calendar {
         std::string header;
-        std::vector<Zone> zones;
+        std::unordered_map<std::string, std::string_view> zones;  ///< by TZID, the first of each
     };
     class Reading;
 
-    const Zone* zone(const Part& part, const std::string& name) const;
+    std::string wrapped(const std::vector<Part>& parts) const;
 
     ItemKind kind_;
+    std::string_view whole_;
+    bool holdsOthers_ = false;  ///< components of other kinds
     std::vector<Calendar> calendars_;
     std::vector<std::vector<Part>> items_;
     std::string problem_;

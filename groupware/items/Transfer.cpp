@@ -5,6 +5,7 @@
 #include "groupware/items/FolderText.h"
 #include "groupware/items/ItemChanges.h"
 #include "groupware/items/TextSplitter.h"
+#include "groupware/items/ZoneAgreement.h"
 
 namespace groupware {
 
@@ -80,6 +81,17 @@ class Import {
         counts_.imported += changed;
     }
 
+    /// Whether two texts differ at most in what stands around the item, as they do when one of them
+    /// has been taken out of an exported folder.
+    bool sameItem(const std::string& text, const std::string& stored) const {
+        if (text == stored) return true;
+        const TextSplitter one(folder_.kind, text);
+        const TextSplitter two(folder_.kind, stored);
+        if (one.count() != 1 || two.count() != 1) return false;
+        return one.components(0) == two.components(0) &&
+               (folder_.kind == ItemKind::kContact || zonesAgree(folder_.kind, text, stored));
+    }
+
     /// False when the folder holds the very same already.
     bool storeOne(WriteTransaction& transaction, const ParsedText& item) {
         const std::string& uid = item.facts.uid;
@@ -91,7 +103,7 @@ class Import {
             return true;
         }
         const auto stored = transaction.item(folder_.key, *number);
-        if (stored && stored->text == item.text) return false;
+        if (stored && sameItem(item.text, stored->text)) return false;
         const std::string identifier = stored ? stored->row.identifier : std::string();
         transaction.updateItem(folder_.key, *number, {uid, item.text, identifier, item.facts.span});
         return true;

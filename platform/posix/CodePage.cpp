@@ -1,5 +1,8 @@
 #include "platform/CodePage.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "platform/PrivateProfile.h"
 #include "platform/Registry.h"
 #include "platform/posix/CodePageConverter.h"
@@ -8,15 +11,49 @@
 namespace platform {
 namespace {
 
-std::string withoutBadUtf8(std::string_view text) {
-    std::string result;
-    result.reserve(text.size());
+ConvertedText withoutBadUtf8(std::string_view text) {
+    ConvertedText result;
+    result.text.reserve(text.size());
     while (!text.empty()) {
         const DecodedCharacter next = decodeUtf8(text);
-        appendUtf8(result, next.character);
+        appendUtf8(result.text, next.character);
+        if (!next.valid) ++result.lost;
         text.remove_prefix(next.length);
     }
     return result;
+}
+
+ConvertedText utf16BytesToUtf8(std::string_view bytes, bool bigEndian) {
+    std::u16string units;
+    units.reserve(bytes.size() / 2);
+    for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        const auto first = static_cast<uint8_t>(bytes[i]);
+        const auto second = static_cast<uint8_t>(bytes[i + 1]);
+        const unsigned unit = bigEndian ? first << 8 | second : second << 8 | first;
+        units.push_back(static_cast<char16_t>(unit));
+    }
+    ConvertedText result;
+    result.text.reserve(bytes.size());
+    for (std::u16string_view rest = units; !rest.empty();) {
+        const DecodedCharacter next = decodeUtf16(rest);
+        appendUtf8(result.text, next.character);
+        if (!next.valid) ++result.lost;
+        rest.remove_prefix(next.length);
+    }
+    if (bytes.size() % 2 != 0) ++result.lost;
+    return result;
+}
+
+std::string utf16Bytes(std::u16string_view units, bool bigEndian) {
+    std::string bytes;
+    bytes.reserve(2 * units.size());
+    for (const char16_t unit : units) {
+        const char low = static_cast<char>(unit & 0xFF);
+        const char high = static_cast<char>(unit >> 8);
+        bytes += bigEndian ? high : low;
+        bytes += bigEndian ? low : high;
+    }
+    return bytes;
 }
 
 }  // namespace
@@ -50,17 +87,39 @@ std::string utf16ToUtf8(std::u16string_view utf16) {
 
 std::string utf16ToSystemCodePage(std::u16string_view utf16) {
     std::string utf8 = utf16ToUtf8(utf16);
-    const uint32_t codePage = systemCodePage();
-    if (codePage == kCodePageUtf8) return utf8;
-    CodePageConverter converter(codePage, CodePageConverter::Direction::kFromUtf8);
-    return converter.valid() ? converter.convert(utf8) : utf8;
+    std::optional<ConvertedText> converted = utf8ToCodePage(systemCodePage(), utf8);
+    return converted ? std::move(converted->text) : utf8;
 }
 
 std::string systemCodePageToUtf8(std::string_view text) {
-    const uint32_t codePage = systemCodePage();
-    if (codePage == kCodePageUtf8) return withoutBadUtf8(text);
+    std::optional<ConvertedText> converted = codePageToUtf8(systemCodePage(), text);
+    return converted ? std::move(converted->text) : withoutBadUtf8(text).text;
+}
+
+std::optional<ConvertedText> codePageToUtf8(uint32_t codePage, std::string_view bytes) {
+    if (codePage == kCodePageUtf8) return withoutBadUtf8(bytes);
+    if (codePage == kCodePageUtf16) return utf16BytesToUtf8(bytes, false);
+    if (codePage == kCodePageUtf16BigEndian) return utf16BytesToUtf8(bytes, true);
     CodePageConverter converter(codePage, CodePageConverter::Direction::kToUtf8);
-    return converter.valid() ? converter.convert(text) : withoutBadUtf8(text);
+    if (!converter.valid()) return std::nullopt;
+    ConvertedText result{converter.convert(bytes)};
+    result.lost = converter.lost();
+    return result;
+}
+
+std::optional<ConvertedText> utf8ToCodePage(uint32_t codePage, std::string_view utf8) {
+    ConvertedText result = withoutBadUtf8(utf8);
+    if (codePage == kCodePageUtf8) return result;
+    if (codePage == kCodePageUtf16 || codePage == kCodePageUtf16BigEndian) {
+        result.text = utf16Bytes(utf8ToUtf16(result.text), codePage == kCodePageUtf16BigEndian);
+        return result;
+    }
+    CodePageConverter converter(codePage, CodePageConverter::Direction::kFromUtf8);
+    if (!converter.valid()) return std::nullopt;
+    result.text = converter.convert(result.text);
+    // What was no UTF-8 is a character by now that most code pages do not have.
+    result.lost = std::max(result.lost, converter.lost());
+    return result;
 }
 
 }  // namespace platform

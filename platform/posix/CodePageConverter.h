@@ -25,14 +25,17 @@ class CodePageConverter {
     /// What cannot be converted becomes U+FFFD in UTF-8 and "?" in another code page. Text that
     /// is given as UTF-8 must be valid.
     std::string convert(std::string_view text);
+    /// How many characters convert() could not convert.
+    size_t lost() const { return lost_; }
 
   private:
     size_t pieceLength(std::string_view text) const;
     bool step(std::string_view& rest, std::string& result);
-    void skipCharacter(std::string_view& rest, std::string& result) const;
+    void skipCharacter(std::string_view& rest, std::string& result);
 
     Direction direction_;
     iconv_t handle_;
+    size_t lost_ = 0;
 };
 
 }  // namespace platform

@@ -90,6 +90,14 @@ std::optional<DateTime> lastWriteTime(std::string_view path) {
     return utcFromMs(static_cast<int64_t>(time.tv_sec) * 1000 + time.tv_nsec / 1000000);
 }
 
+std::optional<FileStamp> fileStamp(std::string_view path) {
+    const FoundPath found = findPath(path);
+    if (!found.exists || S_ISDIR(found.status.st_mode)) return std::nullopt;
+    const auto& status = found.status;
+    return FileStamp{status.st_dev, status.st_ino, status.st_size,
+                     int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
+}
+
 std::vector<std::string> listDirectory(std::string_view path) {
     std::vector<std::string> names;
     const DirectoryStream entries(::opendir(findPath(path).native.c_str()));

@@ -1,6 +1,7 @@
 #include "platform/LocalTime.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <time.h>
 
@@ -58,6 +59,22 @@ int64_t offsetMs(int64_t utcMs) {
     return static_cast<int64_t>(local.tm_gmtoff) * kMsPerSecond;
 }
 
+/// The first and the last instant at which the clocks show a local time.
+std::pair<int64_t, int64_t> instantsOf(const DateTime& local) {
+    const int64_t wall = msFromUtc(local);
+    // No zone is a day away from UTC, so these are the rules before and after that hour.
+    const int64_t before = offsetMs(wall - kMsPerDay);
+    const int64_t after = offsetMs(wall + kMsPerDay);
+    const int64_t byFormer = wall - before;
+    const int64_t byLatter = wall - after;
+    const bool formerHolds = offsetMs(byFormer) == before;
+    const bool latterHolds = offsetMs(byLatter) == after;
+    if (formerHolds && latterHolds) return std::minmax({byFormer, byLatter});
+    // Skipped by the clocks: the rule before the gap carries it behind the gap.
+    const int64_t only = latterHolds ? byLatter : byFormer;
+    return {only, only};
+}
+
 }  // namespace
 
 int64_t nowUtcMs() {
@@ -91,17 +108,11 @@ int64_t msFromUtc(const DateTime& utc) {
 }
 
 int64_t msFromLocal(const DateTime& local) {
-    const int64_t wall = msFromUtc(local);
-    // No zone is a day away from UTC, so these are the rules before and after that hour.
-    const int64_t before = offsetMs(wall - kMsPerDay);
-    const int64_t after = offsetMs(wall + kMsPerDay);
-    const int64_t byFormer = wall - before;
-    const int64_t byLatter = wall - after;
-    const bool formerHolds = offsetMs(byFormer) == before;
-    const bool latterHolds = offsetMs(byLatter) == after;
-    if (formerHolds && latterHolds) return std::min(byFormer, byLatter);
-    // Skipped by the clocks: the rule before the gap carries it behind the gap.
-    return latterHolds ? byLatter : byFormer;
+    return instantsOf(local).first;
+}
+
+int64_t lastMsFromLocal(const DateTime& local) {
+    return instantsOf(local).second;
 }
 
 DateTime utcToLocal(const DateTime& utc) {

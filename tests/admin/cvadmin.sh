@@ -101,10 +101,11 @@ expect 0 '^2 items' import alice@example.test work/project - <"$work/two.ics"
 expect 0 'Calendar +calendar +2 items' folder list alice@example.test
 expect 0 '^UID:two' export alice@example.test Calendar
 cp "$work/out" "$work/exported.ics"
-expect 0 '^2 items' import alice@example.test Calendar "$work/exported.ics"
+expect 0 '^2 items .* 2 of them unchanged' import alice@example.test Calendar "$work/exported.ics"
 expect 0 'Calendar +calendar +2 items' folder list alice@example.test
 expect 1 'no file' import alice@example.test Calendar "$work/none.ics"
-expect 1 'iCalendar' import alice@example.test Calendar "$0"
+printf 'no calendar\n' >"$work/garbage.ics"
+expect 1 'iCalendar' import alice@example.test Calendar "$work/garbage.ics"
 expect 1 'no folder' export alice@example.test Nowhere
 expect 1 'no account' folder list nobody@example.test
 

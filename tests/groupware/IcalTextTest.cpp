@@ -60,7 +60,11 @@ TEST(IcalText, ComponentsMustCloseInOrder) {
     EXPECT_NE(problem("BEGIN:A\nEND:B\n"), "");
     EXPECT_NE(problem("BEGIN:A\nBEGIN:B\nEND:B\n"), "");
     EXPECT_NE(problem("END:A\n"), "");
-    EXPECT_NE(problem("BEGIN:A\nEND:A\nX:1\n"), "");
+    EXPECT_EQ(problem("\xEF\xBB\xBFX:1\n\n\xEF\xBB\xBF"
+                      "BEGIN:A\nEND:A\nX:1\n"),
+              "");
+    EXPECT_NE(problem("X:1\n"), "");
+    EXPECT_NE(problem("BEGIN:A\nEND:A\nEND:A\n"), "");
     std::string deep;
     for (int i = 0; i < 17; ++i) deep += "BEGIN:A\n";
     EXPECT_NE(problem(deep), "");
@@ -88,6 +92,25 @@ TEST(IcalText, EditsTouchOneProperty) {
     EXPECT_EQ(foldedLine(std::string(74, 'a') + "\xC3\xA4" + std::string(80, 'b'), "\n"),
               std::string(74, 'a') + "\n \xC3\xA4" + std::string(72, 'b') + "\n " +
                   std::string(8, 'b') + "\n");
+}
+
+TEST(IcalText, OnlyLinesFoldedWithinACharacterAreFoldedAnew) {
+    const std::string a70(70, 'a');
+    const struct {
+        std::string text, whole;
+    } cases[] = {
+        {"A:b\n c\n\xC3\xA4:\n d", "A:b\n c\n\xC3\xA4:\n d"},
+        {"A:b\r\n c\r\nB:\xF0\x9F\r\n \x98\r\n\t\x80\r\n x\r\nC:d",
+         "A:b\r\n c\r\nB:\xF0\x9F\x98\x80x\r\nC:d"},
+        {"A:" + a70 +
+             "xx\xC3\n \xA4"
+             "b\n",
+         "A:" + a70 + "xx\n \xC3\xA4" + "b\n"},
+        {"A:\xE4\n b\nB:\xC3\n \xA4\n", "A:\xE4\n b\nB:\xC3\xA4\n"},
+        {"A:\xED\xA0\n \x80\n", "A:\xED\xA0\n \x80\n"},
+        {"A:" + a70 + "\xC3\xA4\n \xC0\x80\n", "A:" + a70 + "\xC3\xA4\n \xC0\x80\n"},
+    };
+    for (const auto& each : cases) EXPECT_EQ(withWholeCharacters(each.text), each.whole);
 }
 
 TEST(IcalText, VCardsChangeTheirVersionAndNothingElse) {

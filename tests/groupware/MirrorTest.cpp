@@ -92,8 +92,8 @@ TEST_F(MirrorTest, IsMadeGood) {
         bool whileRunning;  // made good by this process, not only by the next one
     };
     const Case cases[] = {
-        {"deleted marker", [&] { platform::removeFile(marker); }, false},
-        {"old marker", [&] { platform::replaceFile(marker, "<a lastModified=\"1\"/>"); }, false},
+        {"deleted marker", [&] { platform::removeFile(marker); }, true},
+        {"old marker", [&] { platform::replaceFile(marker, "<a lastModified=\"1\"/>"); }, true},
         {"old marker and a change",
          [&] {
              platform::replaceFile(marker, "<a lastModified=\"1\"/>");
@@ -106,8 +106,8 @@ TEST_F(MirrorTest, IsMadeGood) {
              insertInto(*other, "other process");
          },
          true},
-        {"missing directory", [&] { platform::removeDirectoryTree(root_ + "Work.IMAP"); }, false},
-        {"missing account directory", [&] { platform::removeDirectoryTree(root_); }, false},
+        {"missing directory", [&] { platform::removeDirectoryTree(root_ + "Work.IMAP"); }, true},
+        {"missing account directory", [&] { platform::removeDirectoryTree(root_); }, true},
         {"wrong class",
          [&] { platform::writeProfileText(classFile, "GroupWare", "FolderClass", "IPF.Note"); },
          false},
@@ -118,6 +118,20 @@ TEST_F(MirrorTest, IsMadeGood) {
         if (!c.whileRunning) engine_ = store_.open();
         engine_->refreshMirror(account_);
         EXPECT_EQ(difference(), "") << c.what;
+    }
+}
+
+TEST_F(MirrorTest, OfVeryManyFoldersSomeAreLookedAtEachTime) {
+    const auto change = engine_->database().begin();
+    for (int i = 0; i < 150; ++i) {
+        change->addFolder(account_, "F" + std::to_string(i), ItemKind::kTask, false);
+    }
+    change->commit();
+    engine_->refreshMirror(account_);
+    for (const char* damaged : {"Calendar.IMAP", "F77.IMAP", "Work.IMAP"}) {
+        platform::removeDirectoryTree(root_ + damaged);
+        for (int look = 0; look < 3; ++look) engine_->refreshMirror(account_);
+        EXPECT_EQ(difference(), "") << damaged;
     }
 }
 

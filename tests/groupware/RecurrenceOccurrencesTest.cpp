@@ -91,6 +91,8 @@ constexpr Case kCases[] = {
      "20250601T090000Z", true},
     {"DTSTART;TZID=/a.test/x/Europe/Berlin:20250101T100000\nDURATION:PT1H\n", "20250101T095959Z",
      "20250101T120000Z", true},
+    {"DTSTART;TZID=/a.test/x/America/Argentina/Salta:20250101T100000\nDURATION:PT1H\n",
+     "20250101T130000Z", "20250101T130001Z", true},
     {"DTSTART;TZID=No/Where:20250601T100000\nDURATION:PT1H\n", "20250601T145959Z",
      "20250601T160000Z", true},
     // The hours that are skipped and doubled.
@@ -237,6 +239,35 @@ TEST_F(RecurrenceOccurrences, WhatCannotBeToldWithinTheStepsMayOccur) {
         zone + "END:VTIMEZONE\n" + vevent("DTSTART;TZID=T:20250101T100000\nRRULE:FREQ=DAILY\n"));
     StepBudget steps(kItemSteps);
     EXPECT_TRUE(occursIn(thicket, june, steps));
+}
+
+TEST_F(RecurrenceOccurrences, ZonesAreLookedForWithinTheSteps) {
+    std::string lines = "DTSTART:20250101T100000Z\nRRULE:FREQ=DAILY\n";
+    for (int i = 0; i < 30; ++i) {
+        lines += "EXDATE;TZID=Nowhere/Z" + std::to_string(i) + ":20250105T100000\n";
+    }
+    const CalendarObject event = parsed(vevent(lines));
+    StepBudget scarce(10'000);
+    EXPECT_TRUE(occursIn(event, {ms("20250107T000000Z"), ms("20250108T000000Z")}, scarce));
+    EXPECT_TRUE(scarce.spent());
+    // What is no zone is kept as well: the next look costs little.
+    for (const bool known : {false, true}) {
+        StepBudget budget(kItemSteps);
+        occursIn(event, {ms("20250107T000000Z"), ms("20250108T000000Z")}, budget);
+        EXPECT_FALSE(budget.spent());
+        EXPECT_EQ(budget.left() > kItemSteps - 5'000, known);
+    }
+    // Beyond a number that nobody needs, a zone is no zone, and the server's clock counts.
+    for (const int count : {63, 64}) {
+        std::string many = "DTSTART:20250101T100000Z\n";
+        for (int i = 0; i < count; ++i) {
+            many += "EXDATE;TZID=N" + std::to_string(i) + ":20250105T100000\n";
+        }
+        many += "RDATE;TZID=Europe/Berlin:20250601T100000\n";
+        StepBudget budget(10 * kItemSteps);
+        const TimeRange inBerlin{ms("20250601T080000Z"), ms("20250601T080001Z")};
+        EXPECT_EQ(occursIn(parsed(vevent(many)), inBerlin, budget), count < 64);
+    }
 }
 
 }  // namespace

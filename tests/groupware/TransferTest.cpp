@@ -1,3 +1,4 @@
+#include <map>
 #include <string>
 #include <vector>
 
@@ -94,6 +95,103 @@ TEST_F(TransferTest, OnlyWhatDiffersIsStoredAgain) {
     EXPECT_EQ(after[0].modifiedMs, before[0].modifiedMs);
     EXPECT_GT(after[1].modifiedMs, before[1].modifiedMs);
     EXPECT_EQ(after[1].identifier, before[1].identifier);
+}
+
+/// A zone of two fixed halves of the year, by its offset in summer.
+std::string zone(const std::string& summer, const std::string& more = "") {
+    return "BEGIN:VTIMEZONE\r\nTZID:Here\r\n" + more +
+           "BEGIN:DAYLIGHT\r\nDTSTART:20000401T000000\r\nRRULE:FREQ=YEARLY\r\n"
+           "TZOFFSETFROM:+0000\r\nTZOFFSETTO:" +
+           summer +
+           "\r\nEND:DAYLIGHT\r\n"
+           "BEGIN:STANDARD\r\nDTSTART:20001001T000000\r\nRRULE:FREQ=YEARLY\r\n"
+           "TZOFFSETFROM:" +
+           summer +
+           "\r\nTZOFFSETTO:+0000\r\nEND:STANDARD\r\n"
+           "END:VTIMEZONE\r\n";
+}
+
+std::string zonedEvent(const std::string& zones, const std::string& uid, const std::string& start,
+                       const std::string& more = "") {
+    return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:client\r\nMETHOD:PUBLISH\r\n" + zones +
+           "BEGIN:VEVENT\r\nUID:" + uid + "\r\nDTSTART;TZID=Here:" + start + "\r\n" + more +
+           "END:VEVENT\r\nEND:VCALENDAR\r\n";
+}
+
+TEST_F(TransferTest, ZonesThatMoveAnEventDoNotStandTogether) {
+    const struct {
+        std::string uid, zones, start, more;
+        size_t calendars;  ///< that an export takes together with the event of the first row
+    } cases[] = {
+        {"first", zone("+0230"), "20250601T100000", "", 1},
+        {"other", zone("-0700"), "20250601T100000", "", 2},
+        {"winter", zone("-0700"), "20250101T100000", "", 1},
+        {"series", zone("-0700"), "20250101T100000", "RRULE:FREQ=DAILY\r\n", 2},
+        {"exception", zone("-0700"), "20250101T100000", "EXDATE;TZID=Here:20250701T100000\r\n", 2},
+        {"bare", "", "20250601T100000", "", 2},
+        {"worded", zone("+0230", "X-A:b\r\n"), "20250601T100000", "RRULE:FREQ=DAILY\r\n", 1},
+    };
+    const auto starts = [&](const FolderRow& of) {
+        std::map<std::string, int64_t> all;
+        engine_->database().eachItem(
+            of.key, [&](StoredItem&& item) { all[item.row.uid] = item.span.firstStartMs; });
+        return all;
+    };
+    const FolderRow from = folder("a@example.test", ItemKind::kEvent);
+    const FolderRow to = folder("b@example.test", ItemKind::kEvent);
+    for (const auto& each : cases) {
+        for (const auto& [uid, start] : starts(from)) {
+            if (uid == "first") continue;
+            const auto change = engine_->database().begin();
+            change->deleteItem(from.key, *change->itemNumber(from.key, uid));
+            change->commit();
+        }
+        importItems(*engine_, from, zonedEvent(each.zones, each.uid, each.start, each.more));
+        const std::string exported = exportFolder(*engine_, from);
+        size_t calendars = 0;
+        for (size_t at = 0; (at = exported.find("BEGIN:VCALENDAR", at)) != std::string::npos;
+             ++at) {
+            ++calendars;
+        }
+        EXPECT_EQ(calendars, each.calendars) << each.uid;
+        importItems(*engine_, to, exported);
+        EXPECT_EQ(starts(to)[each.uid], starts(from)[each.uid]) << each.uid;
+    }
+}
+
+TEST_F(TransferTest, AnItemAloneKeepsItsTextAndComesBackUnchanged) {
+    const FolderRow into = folder("a@example.test", ItemKind::kEvent);
+    const std::string one = zonedEvent(zone("+0200") + kZone, "one", "20250601T100000");
+    const std::string two = zonedEvent(zone("+0200", "X-A:b\r\n"), "two", "20250601T100000");
+    for (const std::string& text : {one, two}) {
+        EXPECT_EQ(importItems(*engine_, into, text).imported, 1U);
+    }
+    EXPECT_EQ(texts(into), (std::vector<std::string>{one, two}));
+    EXPECT_EQ(importItems(*engine_, into, exportFolder(*engine_, into)).imported, 0U);
+    EXPECT_EQ(texts(into), (std::vector<std::string>{one, two}));
+    // Another meaning of its zone is a change, and so is another line.
+    EXPECT_EQ(
+        importItems(*engine_, into, zonedEvent(zone("-0700"), "one", "20250601T100000")).imported,
+        1U);
+    EXPECT_EQ(importItems(*engine_, into,
+                          zonedEvent(zone("+0200"), "two", "20250601T100000", "X-B:c\r\n"))
+                  .imported,
+              1U);
+}
+
+TEST_F(TransferTest, AnItemMayNameVeryManyZones) {
+    const FolderRow into = folder("a@example.test", ItemKind::kEvent);
+    std::string lines;
+    std::string zones;
+    for (int i = 0; i < 100'000; ++i) {
+        const std::string name = "Z" + std::to_string(i);
+        lines += "EXDATE;TZID=" + name + ":20250601T100000\r\n";
+        zones += "BEGIN:VTIMEZONE\r\nTZID:" + name + "\r\nEND:VTIMEZONE\r\n";
+    }
+    const std::string text = zonedEvent(zones, "a", "20250601T100000", lines) +
+                             zonedEvent(zones, "b", "20250601T100000", lines);
+    EXPECT_EQ(importItems(*engine_, into, text).imported, 2U);
+    EXPECT_NE(texts(into)[1].find("TZID:Z99999\r\n"), std::string::npos);
 }
 
 TEST_F(TransferTest, ATextThatCannotBeDividedIsRefusedWithAReason) {

@@ -119,6 +119,8 @@ TEST(LocalTime, FollowsTheRulesOfTheMachine) {
     for (const auto& c : cases) {
         EXPECT_EQ(withoutWeekDay(utcFromMs(msFromLocal(c.local))), c.utc) << c.local.hour;
         EXPECT_EQ(withoutWeekDay(utcToLocal(c.utc)), c.back) << c.utc.hour;
+        const int64_t later = lastMsFromLocal(c.local) - msFromLocal(c.local);
+        EXPECT_EQ(later, c.local == at(2024, 10, 27, 2, 30) ? 3'600'000 : 0) << c.local.hour;
     }
     // The second of the two hours is half past one in UTC, and half past two once more here.
     EXPECT_EQ(withoutWeekDay(utcToLocal(at(2024, 10, 27, 1, 30))), at(2024, 10, 27, 2, 30));

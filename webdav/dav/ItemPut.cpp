@@ -126,6 +126,7 @@ bool ItemPut::rememberOldParticipation() {
     webdav::ItemRecord stored(kind_);
     stored->itemNumber = item_->itemNumber;
     const int32_t status = kind_.operations.get(stored.get(), folder_);
+    if (status == STORE_NOT_FOUND) return true;  // deleted meanwhile: the edit adds it anew
     if (status != STORE_OK) return refuse(texts_.get, texts_.editDetail, status);
     oldParticipation_ = ParticipationOf(*stored, folder_.account);
     return true;

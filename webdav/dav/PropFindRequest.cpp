@@ -22,10 +22,10 @@ bool isPlainText(std::string_view text) {
     return webdav::IsValidUtf8(text) && std::none_of(text.begin(), text.end(), isControl);
 }
 
-/// False for names that no answer can hold: neither as a property found nor as one missed.
-bool isWritable(std::string_view namespaceUri, std::string_view name) {
-    return isPlainText(namespaceUri) && isPlainText(name) &&
-           namespaceUri != "http://www.w3.org/XML/1998/namespace" &&
+/// False for namespaces whose names no answer can hold: neither as a property found nor as one
+/// missed.
+bool isWritable(std::string_view namespaceUri) {
+    return isPlainText(namespaceUri) && namespaceUri != "http://www.w3.org/XML/1998/namespace" &&
            namespaceUri != "http://www.w3.org/2000/xmlns/";
 }
 
@@ -34,13 +34,20 @@ bool isWritable(std::string_view namespaceUri, std::string_view name) {
 bool PropFindRequestBase::addProperties(const ResolvedNames& names, ElementIndex prop) {
     for (ElementIndex child = names.firstChild(prop); child != 0;
          child = names.nextSibling(child)) {
-        const std::string_view namespaceUri = names.namespaceOf(child);
         const std::string_view name = names.localName(child);
-        if (!isWritable(namespaceUri, name)) continue;
+        const std::string* const uri = writableNamespace(names.namespaceOf(child));
+        if (uri == nullptr || !isPlainText(name)) continue;
         if (properties_.size() == kMaxProperties) return false;
-        properties_.push_back({std::string(namespaceUri), std::string(name)});
+        properties_.push_back({*uri, std::string(name)});
     }
     return true;
+}
+
+/// The request's own copy of a namespace, or null.
+const std::string* PropFindRequestBase::writableNamespace(std::string_view declared) {
+    const auto [known, isNew] = byDeclaration_.try_emplace(declared.data(), nullptr);
+    if (isNew && isWritable(declared)) known->second = &*namespaces_.emplace(declared).first;
+    return known->second;
 }
 
 PropFindRequest::PropFindRequest(webdav::ISAPIData& data) : url_(data.GetServerVar("URL")) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +17,9 @@ namespace DAV {
 /// The property list that every request of this family carries.
 class PropFindRequestBase {
   public:
+    PropFindRequestBase() = default;
+    PropFindRequestBase(const PropFindRequestBase&) = delete;
+    PropFindRequestBase& operator=(const PropFindRequestBase&) = delete;
     virtual ~PropFindRequestBase() = default;
 
     const std::vector<PropertyName>& properties() const { return properties_; }
@@ -25,6 +30,12 @@ class PropFindRequestBase {
     bool addProperties(const webdav::ResolvedNames& names, webdav::ElementIndex prop);
 
   private:
+    const std::string* writableNamespace(std::string_view declared);
+
+    std::set<std::string> namespaces_;
+    // By where they are declared: one may be as long as the whole request and have all its
+    // elements.
+    std::map<const char*, const std::string*> byDeclaration_;
     std::vector<PropertyName> properties_;
 };
 

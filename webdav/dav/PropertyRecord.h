@@ -43,9 +43,10 @@ struct ResponseRecord {
     std::vector<PropStatRecord> propstats;  ///< in the order in which their statuses first occurred
 };
 
-/// A property that a client asks for.
+/// A property that a client asks for. Its namespace belongs to the request, which has it once
+/// however many properties are of it.
 struct PropertyName {
-    std::string namespaceUri;
+    std::string_view namespaceUri;
     std::string name;
 
     /// Its record, still without a value.

@@ -1,0 +1,123 @@
+// The calendar library as the extension module sees it, over a store with one account.
+#pragma once
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "abi/CVCalendar.h"
+#include "platform/DynamicLibrary.h"
+#include "tests/groupware/StoreDirectory.h"
+
+namespace groupware {
+
+#define CALL(operation, ...) bound<decltype(operation)>(#operation)(__VA_ARGS__)
+
+inline constexpr const char* kActor = "alice@example.test";
+
+inline std::string event(const std::string& uid, const std::string& more = "") {
+    return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//a//b//EN\r\nBEGIN:VEVENT\r\nUID:" + uid +
+           "\r\nDTSTART:20250601T100000Z\r\nDTEND:20250601T110000Z\r\n" + more +
+           "END:VEVENT\r\nEND:VCALENDAR\r\n";
+}
+
+inline bool same(const StoreDateTime& a, const StoreDateTime& b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+/// Calls the operations as the extension module does: by name, from the loaded library.
+class CVCalendarFixture : public ::testing::Test {
+  protected:
+    CVCalendarFixture() : engine_(store_.open()) {
+        EXPECT_FALSE(addUser(*engine_, kActor, "Alice A.", "secret"));
+        setenv("CORVANE_REGISTRY", store_.native("registry.ini").c_str(), 1);
+        Engine::closeOfProcess();
+        EXPECT_EQ(library_.load(platform::programDirectory() + "..\\lib\\CVCalendar"), 0U)
+            << library_.problem();
+        events_ = pathOf(ItemKind::kEvent);
+        tasks_ = pathOf(ItemKind::kTask);
+        contacts_ = pathOf(ItemKind::kContact);
+    }
+    ~CVCalendarFixture() override {
+        unsetenv("CORVANE_REGISTRY");
+        Engine::closeOfProcess();
+    }
+
+    template <typename Operation>
+    Operation* bound(const char* name) {
+        return library_.function<Operation*>(name);
+    }
+    std::optional<FolderRow> folderOf(ItemKind kind) {
+        const auto account = engine_->database().account(kActor);
+        return engine_->database().defaultFolder(account->id, kind);
+    }
+    std::string pathOf(ItemKind kind) {
+        const auto account = engine_->database().account(kActor);
+        return engine_->folderDirectory(*account, *folderOf(kind));
+    }
+    std::string taken(char* text) {
+        const std::string copy = text != nullptr ? text : "(null)";
+        CALL(CV_GWDeletePointer, text);
+        return copy;
+    }
+    /// Stores an event the way a PUT does; the record's statuses of every step must be good.
+    void put(const std::string& text) {
+        StoreCalItem item;
+        CALL(CV_CalInitCalItemEx, &item);
+        ASSERT_EQ(CALL(CV_CalReadFromICalendarString, &item, text.c_str(), kActor), STORE_OK);
+        const bool found =
+            CALL(CV_CalGetIDFromiCalUid, events_.c_str(), item.uid, &item.itemNumber) != 0;
+        if (found) {
+            ASSERT_EQ(CALL(CV_CalEditCalItem, &item, item.itemNumber, events_.c_str(), kActor),
+                      STORE_OK);
+        } else {
+            ASSERT_EQ(CALL(CV_CalWriteCalItem, &item, events_.c_str(), kActor), STORE_OK);
+        }
+        const StoreDateTime stamp = item.lastModified;
+        ASSERT_EQ(CALL(CV_CalSetRelatedDAVData, item.itemNumber, events_.c_str(), text.c_str(),
+                       static_cast<uint32_t>(text.size())),
+                  STORE_OK);
+        StoreCalItem stored;
+        CALL(CV_CalInitCalItemEx, &stored);
+        ASSERT_EQ(CALL(CV_CalGetCalItemEx, &stored, item.itemNumber, events_.c_str(), 0), STORE_OK);
+        EXPECT_TRUE(same(stamp, stored.lastModified));
+        CALL(CV_CalFreeCalItemEx, &stored);
+        CALL(CV_CalFreeCalItemEx, &item);
+    }
+    std::string get(const std::string& uid) {
+        uint32_t number = 0;
+        if (CALL(CV_CalGetIDFromiCalUid, events_.c_str(), uid.c_str(), &number) == 0) return "none";
+        StoreCalItem item;
+        CALL(CV_CalInitCalItemEx, &item);
+        EXPECT_EQ(CALL(CV_CalGetCalItemEx, &item, number, events_.c_str(), 0), STORE_OK);
+        char* text = nullptr;
+        EXPECT_EQ(CALL(CV_CalItemToICalendarStringEx, &item, events_.c_str(), kActor, &text),
+                  STORE_OK);
+        CALL(CV_CalFreeCalItemEx, &item);
+        return taken(text);
+    }
+    std::vector<std::string> uidsInRange(StoreDateTime start, StoreDateTime end) {
+        std::vector<StoreCalItem> items(10);
+        for (auto& item : items) CALL(CV_CalInitCalItemEx, &item);
+        auto count = static_cast<uint32_t>(items.size());
+        EXPECT_EQ(CALL(CV_CalGetMultipleCalItemsEx, items.data(), &count, &start, &end,
+                       events_.c_str(), kActor, "[SINGLE OCCURRENCE]"),
+                  STORE_OK);
+        std::vector<std::string> uids;
+        for (uint32_t i = 0; i < count; ++i) uids.emplace_back(items[i].uid);
+        for (auto& item : items) CALL(CV_CalFreeCalItemEx, &item);
+        return uids;
+    }
+
+    StoreDirectory store_;
+    std::unique_ptr<Engine> engine_;
+    platform::DynamicLibrary library_;
+    std::string events_;
+    std::string tasks_;
+    std::string contacts_;
+};
+
+}  // namespace groupware

@@ -1,0 +1,46 @@
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "groupware/engine/FailureLog.h"
+#include "tests/groupware/CVCalendarFixture.h"
+
+namespace groupware {
+namespace {
+
+class FailureLogTest : public CVCalendarFixture {};
+
+TEST_F(FailureLogTest, AFailingDatabaseIsToldOnStandardError) {
+    const std::string database = store_.paths().database;
+    Engine::closeOfProcess();
+    platform::replaceFile(database, std::string(8192, 'x'));
+    // Another test may just have had a failure told.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1'100));
+    testing::internal::CaptureStderr();
+    for (int i = 0; i < 3; ++i) {
+        StoreCalItem item;
+        CALL(CV_CalInitCalItemEx, &item);
+        EXPECT_EQ(CALL(CV_CalGetCalItemEx, &item, 1U, events_.c_str(), 0), STORE_IO_ERROR);
+    }
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(told.starts_with("corvane store: ")) << told;
+    EXPECT_EQ(told.find('\n'), told.size() - 1) << told;
+}
+
+TEST(FailureLogLines, TellsEachFailureWhenItComesUpAndNoneTooOften) {
+    FailureLog log;
+    const auto at = [](int ms) { return FailureLog::Time() + std::chrono::milliseconds(ms); };
+    const struct {
+        int ms;
+        const char* failure;
+        const char* line;
+    } cases[] = {
+        {0, "a\nb", "corvane store: a b\n"}, {900, "c", ""},
+        {1100, "c", "corvane store: c\n"},   {59'000, "c", ""},
+        {62'000, "c", "corvane store: c\n"},
+    };
+    for (const auto& each : cases) EXPECT_EQ(log.lineFor(each.failure, at(each.ms)), each.line);
+}
+
+}  // namespace
+}  // namespace groupware
