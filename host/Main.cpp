@@ -32,8 +32,9 @@ int serve(const host::Options& options, host::ExtensionModule& module) {
     server.stopOnSignals();
     if (!module.start()) {
         return fail("the extension refused to start, error " +
-                    std::to_string(platform::lastError()) + "; its log in " +
-                    options.dataDirectory + "/Logs tells why");
+                    std::to_string(platform::lastError()) +
+                    "; its log tells why, in the directory that LogFiles in " +
+                    options.dataDirectory + "/Corvane.ini names");
     }
     for (const std::string& url : server.urls()) {
         std::cout << "cvwebdavd: serving on " << url << std::endl;
