@@ -1,8 +1,10 @@
 #include "tests/wire/WireScript.h"
 
 #include <algorithm>
-#include <fstream>
 #include <string_view>
+#include <utility>
+
+#include "tests/wire/WireForms.h"
 
 namespace wire {
 
@@ -14,26 +16,10 @@ constexpr const char* kNoCacheLines[] = {
     "Pragma: No-cache",
 };
 
-/// Splits at blanks; words in double quotes may hold blanks.
-std::vector<std::string> splitWords(std::string_view line) {
-    std::vector<std::string> words;
-    while (true) {
-        const size_t start = line.find_first_not_of(' ');
-        if (start == std::string_view::npos) return words;
-        line.remove_prefix(start);
-        const bool quoted = line.front() == '"';
-        if (quoted) line.remove_prefix(1);
-        const size_t end = std::min(line.find(quoted ? '"' : ' '), line.size());
-        words.emplace_back(line.substr(0, end));
-        line.remove_prefix(std::min(end + 1, line.size()));
-    }
-}
-
 class Reader {
   public:
-    explicit Reader(const std::string& fileName) : fileName_(fileName), file_(fileName) {
-        if (!file_) throw WireError("cannot read " + fileName);
-    }
+    explicit Reader(const std::string& fileName)
+        : fileName_(fileName), lines_(linesWithFormsFilled(fileName)) {}
 
     std::vector<Step> read() {
         std::string line;
@@ -51,8 +37,10 @@ class Reader {
 
   private:
     bool nextLine(std::string& line) {
-        ++line_;
-        return static_cast<bool>(std::getline(file_, line));
+        if (next_ == lines_.size()) return false;
+        line_ = lines_[next_].number;
+        line = std::move(lines_[next_++].text);
+        return true;
     }
 
     [[noreturn]] void fail(const std::string& what) const {
@@ -133,7 +121,8 @@ class Reader {
     }
 
     std::string fileName_;
-    std::ifstream file_;
+    std::vector<ScriptLine> lines_;
+    size_t next_ = 0;
     int line_ = 0;
     std::vector<Step> steps_;
     Exchange exchange_;
