@@ -35,8 +35,8 @@ EXTENSION_CONTROL_BLOCK ExtensionCall::makeBlock() {
     block.lpszPathInfo = request_.target.path.data();
     block.lpszPathTranslated = pathTranslated_.data();
     block.lpszContentType = contentType_.data();
-    block.cbTotalBytes = static_cast<DWORD>(request_.body.size());
-    block.cbAvailable = block.cbTotalBytes;
+    block.cbTotalBytes = static_cast<DWORD>(request_.bodySize());
+    block.cbAvailable = static_cast<DWORD>(request_.body.size());
     block.lpbData = reinterpret_cast<LPBYTE>(request_.body.data());
     block.GetServerVariable = getServerVariable;
     block.WriteClient = writeClient;
@@ -75,10 +75,11 @@ BOOL WINAPI ExtensionCall::writeClient(HCONN connection, LPVOID data, LPDWORD si
     return TRUE;
 }
 
-BOOL WINAPI ExtensionCall::readClient(HCONN, LPVOID, LPDWORD size) {
-    // The whole body stands in the control block already.
+BOOL WINAPI ExtensionCall::readClient(HCONN connection, LPVOID, LPDWORD size) {
+    // All of the body that ever comes stands in the control block already.
     *size = 0;
-    return TRUE;
+    const uint32_t error = of(connection).request_.cutShort.value_or(0);
+    return error == 0 ? TRUE : refuse(error);
 }
 
 BOOL WINAPI ExtensionCall::serverSupport(HCONN connection, DWORD request, LPVOID buffer, LPDWORD,

@@ -45,16 +45,27 @@ constexpr size_t kHeadPiece = 4 * 1024;
 constexpr size_t kBodyPiece = 64 * 1024;
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
-/// What a read came to: a status to refuse the request with, 0 to go on, or nothing when there is
-/// no one left to answer.
+/// What the reading of a head came to: a status to refuse the request with, 0 to go on, or nothing
+/// when there is no one left to answer.
 using ReadResult = std::optional<unsigned>;
 
-ReadResult refusalOf(error_code error) {
+/// The status that a parser's error is refused with; 0 when it is none of the client's text.
+unsigned refusalOf(error_code error) {
     if (error == http::error::body_limit) return 413;
     const bool malformed =
         error.category() == http::make_error_code(http::error::need_more).category() &&
         error != http::error::partial_message && error != http::error::end_of_stream;
-    return malformed ? ReadResult(400) : std::nullopt;
+    return malformed ? 400 : 0;
+}
+
+/// What the extension is told of a connection that failed: 0 when the client closed it.
+uint32_t systemErrorOf(error_code error) {
+    if (error == http::error::partial_message || error == asio::ssl::error::stream_truncated)
+        return 0;
+    if (error == beast::error::timeout) error = asio::error::timed_out;
+    if (error.category() != boost::system::system_category())
+        error = asio::error::connection_aborted;
+    return static_cast<uint32_t>(error.value());
 }
 
 std::string addressText(asio::ip::address address) {
@@ -117,7 +128,7 @@ class HttpSession final : public Connection,
     awaitable<ReadResult> readHead();
     unsigned acceptHead(size_t length);
     awaitable<void> serveExtension();
-    awaitable<ReadResult> readBody();
+    awaitable<unsigned> readBody();
     awaitable<bool> runExtension();
     awaitable<void> sendHostAnswer(unsigned status, std::string_view location = {});
     awaitable<bool> send(std::string_view head, std::string_view body);
@@ -197,17 +208,18 @@ unsigned HttpSession<Stream>::acceptHead(size_t length) {
     while (!parser_->is_header_done()) {
         error_code error;
         buffer_.consume(parser_->put(buffer_.data(), error));
-        if (error) return refusalOf(error).value_or(400);
+        if (!error) continue;
+        const unsigned refusal = refusalOf(error);
+        return refusal != 0 ? refusal : 400;
     }
     return 0;
 }
 
 template <typename Stream>
 awaitable<void> HttpSession<Stream>::serveExtension() {
-    const ReadResult refusal = co_await readBody();
-    if (!refusal) co_return;
-    if (*refusal != 0) {
-        co_await sendHostAnswer(*refusal);
+    const unsigned refusal = co_await readBody();
+    if (refusal != 0) {
+        co_await sendHostAnswer(refusal);
         co_return;
     }
     call_.emplace(request_);
@@ -221,13 +233,13 @@ awaitable<void> HttpSession<Stream>::serveExtension() {
     co_await send(call_->answerHead(), call_->answerBody());
 }
 
+/// The status to refuse the request with, or 0. A body that is cut short is the extension's to
+/// judge, with what came of it.
 template <typename Stream>
-awaitable<ReadResult> HttpSession<Stream>::readBody() {
+awaitable<unsigned> HttpSession<Stream>::readBody() {
     const Clock::time_point end = Clock::now() + limits_.transferTime;
-    if (request_.head.expectsContinue() && !parser_->is_done() && buffer_.size() == 0) {
-        const bool sent = co_await send(kContinue, {});
-        if (!sent) co_return std::nullopt;
-    }
+    if (request_.head.expectsContinue() && !parser_->is_done() && buffer_.size() == 0)
+        co_await send(kContinue, {});
     parser_->eager(true);
     // Left to itself the buffer asks the socket for 512 bytes at a time.
     const uint64_t remaining = parser_->content_length_remaining().value_or(kBodyPiece);
@@ -237,10 +249,14 @@ awaitable<ReadResult> HttpSession<Stream>::readBody() {
         expectPieceBefore(end);
         co_await http::async_read_some(stream_, buffer_, *parser_,
                                        redirect_error(use_awaitable, error));
-        if (error) co_return refusalOf(error);
+        if (const unsigned refusal = refusalOf(error)) co_return refusal;
+        if (error) {
+            request_.cutShort = systemErrorOf(error);
+            break;
+        }
     }
     request_.body = std::move(parser_->get().body());
-    co_return 0U;
+    co_return 0;
 }
 
 /// False when the queue of the workers is full.

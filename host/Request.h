@@ -1,7 +1,8 @@
-// One request as the host received it, whole: what the extension may ask about.
+// One request as the host received it: what the extension may ask about.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "host/RequestHead.h"
@@ -21,7 +22,16 @@ struct Request {
     ConnectionInfo connection;
     RequestHead head;
     RequestTarget target;
-    std::string body;
+    std::string body;  ///< as much of it as came
+    /// Why the rest of the body did not come, as a system error; 0 when the client closed.
+    std::optional<uint32_t> cutShort;
+
+    /// The length that the body was to have. A chunked one that was cut short names none: then it
+    /// is more than what came.
+    size_t bodySize() const {
+        if (!cutShort) return body.size();
+        return static_cast<size_t>(head.contentLength().value_or(body.size() + 1));
+    }
 };
 
 }  // namespace host

@@ -30,7 +30,7 @@ Value allHttp(const Request& request) {
 }
 
 Value contentLength(const Request& request) {
-    if (request.head.chunked()) return std::to_string(request.body.size());
+    if (request.head.chunked()) return std::to_string(request.bodySize());
     return request.head.value("Content-Length");
 }
 
