@@ -31,7 +31,7 @@ FolderAccess WebDAVRequest::TargetFolder() const {
 }
 
 uint32_t WebDAVRequest::CheckAccessToken() {
-    const std::string token = Data().GetParam("token");
+    const std::string token = Data().GetParamUtf8("token");
     if (token.empty()) return 0;
     if (folderToken(target_.folderPath) != token) {
         Log(kLogError, RequestTag(), "Authenticate: Read only access token does not match");

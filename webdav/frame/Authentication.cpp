@@ -71,8 +71,8 @@ int32_t WebDAVRequest::Authenticate() {
 
 bool WebDAVRequest::TakeQueryCredentials(Credentials& credentials) {
     if (!Data().IsHttps()) return false;
-    std::string user = Data().GetParam("username");
-    SecretText password(Data().GetParam("password"));
+    std::string user = Data().GetParamUtf8("username");
+    SecretText password(Data().GetParamUtf8("password"));
     if (user.empty() || password.empty()) return false;
     credentials.user = std::move(user);
     credentials.password = std::move(password);
@@ -80,7 +80,7 @@ bool WebDAVRequest::TakeQueryCredentials(Credentials& credentials) {
 }
 
 bool WebDAVRequest::TakeBasicCredentials(Credentials& credentials) {
-    const SecretText header(Data().GetServerVar("HTTP_AUTHORIZATION"));
+    const SecretText header = Data().GetSecretVar("HTTP_AUTHORIZATION");
     if (!StartsWithNoCase(header.view(), kBasicScheme)) return false;
     const SecretText decoded(Base64Decode(header.view().substr(kBasicScheme.size())));
     // Without a ":" the whole text is both, the name and the password. The store reads either up to

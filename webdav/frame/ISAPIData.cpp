@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
+#include "platform/CodePage.h"
 #include "platform/Error.h"
 #include "webdav/base/Text.h"
 #include "webdav/log/Log.h"
@@ -25,15 +27,16 @@ std::string_view textOrEmpty(const char* text) {
 }
 
 /// Asks the web server for a variable that fits a buffer of that size; false when it gives none.
+/// What it gives stands in the value's own bytes alone.
 bool askServer(EXTENSION_CONTROL_BLOCK* block, const char* name, size_t bufferSize,
                std::string& value) {
     if (block == nullptr) return false;
-    std::string buffer(bufferSize, '\0');
+    value.assign(bufferSize, '\0');
     DWORD size = static_cast<DWORD>(bufferSize);
-    if (!block->GetServerVariable(block->ConnID, const_cast<LPSTR>(name), buffer.data(), &size))
-        return false;
-    value = buffer.substr(0, buffer.find('\0'));
-    return true;
+    const bool given = block->GetServerVariable(block->ConnID, const_cast<LPSTR>(name),
+                                                value.data(), &size) != FALSE;
+    value.resize(given ? std::min(value.find('\0'), value.size()) : 0);
+    return given;
 }
 
 bool bodyIsWhollyThere(const EXTENSION_CONTROL_BLOCK& block) {
@@ -67,10 +70,20 @@ std::string ISAPIData::GetRawHeaders() {
     return headers;
 }
 
+SecretText ISAPIData::GetSecretVar(const char* name) {
+    std::string value;
+    askServer(block_, name, kVariableSize, value);
+    return SecretText(std::move(value));
+}
+
 std::string ISAPIData::GetParam(std::string_view name) {
     std::string value;
     GetParameter(name, value);
     return value;
+}
+
+std::string ISAPIData::GetParamUtf8(std::string_view name) {
+    return platform::systemCodePageToUtf8(GetParam(name));
 }
 
 bool ISAPIData::IsHttps() {

@@ -10,6 +10,7 @@
 
 #include "abi/Isapi.h"
 #include "webdav/base/Filemap.h"
+#include "webdav/frame/SecretText.h"
 #include "webdav/frame/URLDecoder.h"
 
 namespace webdav {
@@ -23,8 +24,12 @@ class ISAPIData : public CURLDecoder {
     std::string GetServerVar(const std::string& name);
     /// The headers as the client sent them, which are often longer than other variables may be.
     std::string GetRawHeaders();
-    /// The decoded value of a query parameter, empty when absent.
+    /// A variable that holds a secret: it is kept nowhere else.
+    SecretText GetSecretVar(const char* name);
+    /// The decoded value of a query parameter, in the system code page; empty when absent.
     std::string GetParam(std::string_view name);
+    /// The same in UTF-8, as the store and the settings files have their texts.
+    std::string GetParamUtf8(std::string_view name);
     bool IsHttps();
     std::string_view GetBody() const;
     /// True when the client closed the connection early or a read failed.
