@@ -138,7 +138,10 @@ PLATFORM_EXPORT StoreUserHandle CV_GetByEmail(const char* address) {
 
 PLATFORM_EXPORT StoreUserHandle CV_GetByAlias(const char* address, const char* /*reserved*/) {
     return guarded(STORE_NO_USER, [&] {
-        return handleFor(engine().database().accountByAlias(lowerAscii(textOf(address))));
+        const auto account = engine().database().accountByAlias(lowerAscii(textOf(address)));
+        // Logins come this way, and end here when nobody has the address.
+        if (!account) engine().passwords().spendACheck();
+        return handleFor(account);
     });
 }
 

@@ -53,9 +53,8 @@ std::string PasswordChecker::hash(std::string_view password) {
 }
 
 bool PasswordChecker::isRight(const AccountRow& account, std::string_view password) {
-    if (password.size() > kMostPasswordBytes) return false;
-    if (account.passwordHash.empty()) {
-        hash(password);
+    if (account.passwordHash.empty() || password.size() > kMostPasswordBytes) {
+        spendACheck();
         return false;
     }
     const Digest digest = digestOf(account, password);
