@@ -92,7 +92,7 @@ class ItemReader {
 
 int32_t WebDAVRequest::HandleOptions() {
     for (const char* header : kOfferedHeaders) AddHeader(header);
-    SendHeaders(200, 0, "text/html");
+    SendPage(200, {});
     return 0;
 }
 
@@ -102,7 +102,7 @@ int32_t WebDAVRequest::HandleGet() {
     if (!isItemName(name)) {
         Log(kLogInfo, RequestTag(),
             "*** Get *** - [%s] - Request not for an item, returning status page", url.c_str());
-        SendText(200, "text/html", kStatusPage);
+        SendPage(200, kStatusPage);
         return 0;
     }
     const std::string uid = DAV::WithoutExtension(name);

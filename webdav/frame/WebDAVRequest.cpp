@@ -128,7 +128,7 @@ int32_t WebDAVRequest::DispatchMethod() {
         if (method == row.method) return (this->*row.handle)();
 
     Log(kLogError, RequestTag(), "HTTP method %s is not implemented", method.c_str());
-    SendText(501, "text/html", kNotImplementedPage);
+    SendPage(501, kNotImplementedPage);
     return -1;
 }
 
@@ -182,6 +182,12 @@ bool WebDAVRequest::SendCheckedText(uint32_t status, const char* contentType,
     TraceResponse(body, true);
     TraceResponse(cleaned, false);
     return sent;
+}
+
+void WebDAVRequest::SendPage(uint32_t status, std::string_view page) {
+    const bool sent = SendHeaders(status, static_cast<uint32_t>(page.size()), "text/html");
+    if (sent && !page.empty()) WriteBody(page.data(), static_cast<uint32_t>(page.size()));
+    TraceResponse(page, false);
 }
 
 int32_t WebDAVRequest::RefuseForbidden() {

@@ -64,6 +64,8 @@ class WebDAVRequest : public ISAPIRequest {
     bool SendXmlResponse(uint32_t status, std::string_view body);
     /// Sends a text of any type; bytes that are no valid UTF-8 are removed, and traced apart.
     bool SendCheckedText(uint32_t status, const char* contentType, std::string_view body);
+    /// Sends an HTML page of the module's own; without one, the headers alone.
+    void SendPage(uint32_t status, std::string_view page);
     /// The two refusals that every handler shares; the result is the handler's, -1.
     int32_t RefuseForbidden();
     int32_t RefuseBadRequest();
