@@ -265,8 +265,12 @@ PLATFORM_EXPORT int32_t CV_GetIntKey(const char* section, const char* key, int32
 PLATFORM_EXPORT int32_t CV_GetBoolKey(const char* section, const char* key, int32_t defaultValue,
                                       uint32_t fileId) {
     return guarded(defaultValue, [&] {
-        return readTruth(settingsFile(fileId), textOf(section), textOf(key), defaultValue != 0) ? 1
-                                                                                                : 0;
+        const bool on =
+            readTruth(settingsFile(fileId), textOf(section), textOf(key), defaultValue != 0);
+        // Whoever finds public folders switched on goes there next, a guest without any handle.
+        if (on && equalsIgnoringCase(textOf(key), kEnablePublicFolders))
+            engine().refreshMirror(kPublicAccount);
+        return on ? 1 : 0;
     });
 }
 

@@ -5,6 +5,7 @@
 #include "groupware/engine/Mirror.h"
 #include "groupware/engine/Names.h"
 #include "groupware/engine/PasswordChecker.h"
+#include "platform/PrivateProfile.h"
 #include "platform/Registry.h"
 
 namespace groupware {
@@ -13,6 +14,7 @@ namespace {
 
 constexpr std::string_view kRegistryKey = "SOFTWARE\\Quindle Software\\Corvane";
 constexpr size_t kMostRegistryBytes = 1024;
+constexpr size_t kMostPathBytes = 2048;
 
 struct ProcessEngine {
     std::mutex mutex;
@@ -92,8 +94,14 @@ void Engine::refreshMirror(int64_t account) {
     if (row) mirror_->refresh(account, mailDirectory(*row));
 }
 
+std::string Engine::publicDirectory() const {
+    const std::string set = platform::readProfileText(paths_.mainSettings, "Directories",
+                                                      "PublicFolders", "", kMostPathBytes);
+    return set.empty() ? paths_.publicFolders : std::string(withoutClosingBackslash(set));
+}
+
 std::string Engine::mailDirectory(const AccountRow& account) const {
-    if (account.id == kPublicAccount) return paths_.publicFolders + "\\";
+    if (account.id == kPublicAccount) return publicDirectory() + "\\";
     const auto [mailbox, domain] = addressParts(account.address);
     return paths_.mail + "\\" + std::string(domain) + "\\" + std::string(mailbox) + "\\";
 }
@@ -105,7 +113,7 @@ std::string Engine::folderDirectory(const AccountRow& account, const FolderRow& 
 std::optional<FolderRow> Engine::folderByDirectory(std::string_view directory) {
     const std::string_view path = withoutClosingBackslash(directory);
     int64_t owner = kPublicAccount;
-    auto rest = below(path, paths_.publicFolders);
+    auto rest = below(path, publicDirectory());
     if (!rest) {
         rest = below(path, paths_.mail);
         if (!rest) return std::nullopt;

@@ -23,7 +23,7 @@ class PasswordChecker;
 struct DataPaths {
     std::string root;
     std::string mail;
-    std::string publicFolders;
+    std::string publicFolders;   ///< unless the main settings name another, see publicDirectory()
     std::string mainSettings;    ///< Corvane.ini
     std::string userSettings;    ///< UserSettings.ini
     std::string domainSettings;  ///< Domains.ini
@@ -53,6 +53,8 @@ class Engine {
     /// Brings the directories and marker files of an account (or of the public folders) up to date.
     void refreshMirror(int64_t account);
 
+    /// The directory of the public folders by the main settings, without a closing backslash.
+    std::string publicDirectory() const;
     /// The account's directory, with a closing backslash.
     std::string mailDirectory(const AccountRow& account) const;
     /// The directory of a folder, without a closing backslash.

@@ -8,7 +8,6 @@ namespace {
 
 constexpr const char* kFoldersSection = "Public Folders";
 constexpr const char* kEnableShared = "EnableSharedFolders";
-constexpr const char* kEnablePublic = "EnablePublicFolders";
 
 }  // namespace
 
@@ -29,11 +28,12 @@ bool sharedFoldersEnabled(const DataPaths& paths) {
 }
 
 bool publicFoldersEnabled(const DataPaths& paths) {
-    return readTruth(paths.mainSettings, kFoldersSection, kEnablePublic, false);
+    return readTruth(paths.mainSettings, kFoldersSection, kEnablePublicFolders, false);
 }
 
 bool enablePublicFolders(const DataPaths& paths) {
-    return platform::writeProfileText(paths.mainSettings, kFoldersSection, kEnablePublic, "1");
+    return platform::writeProfileText(paths.mainSettings, kFoldersSection, kEnablePublicFolders,
+                                      "1");
 }
 
 }  // namespace groupware

@@ -11,6 +11,9 @@ namespace groupware {
 bool readTruth(std::string_view file, std::string_view section, std::string_view key,
                bool otherwise);
 
+/// The key of the switch for public folders.
+inline constexpr std::string_view kEnablePublicFolders = "EnablePublicFolders";
+
 bool sharedFoldersEnabled(const DataPaths& paths);
 bool publicFoldersEnabled(const DataPaths& paths);
 /// False when the settings file cannot be written.

@@ -6,6 +6,7 @@
 #include "abi/CVUser.h"
 #include "groupware/engine/Sharing.h"
 #include "platform/DynamicLibrary.h"
+#include "platform/Files.h"
 #include "platform/PrivateProfile.h"
 #include "tests/groupware/StoreDirectory.h"
 
@@ -216,6 +217,14 @@ TEST_F(CVUserTest, FoldersOfOthersAreListedByTheirOwners) {
     EXPECT_EQ(publicOne("", "alice@example.test"), 130U);
     EXPECT_EQ(CALL(CV_GetPublicFolderAccessMask, toDo.c_str(), nullptr), 2U);
     EXPECT_EQ(CALL(CV_GetPublicFolderAccessMask, nullptr, "bob@example.test"), 130U);
+
+    // They stand where the settings say, ready for guests, who have no handle.
+    const std::string elsewhere = store_.paths().root + "\\Elsewhere";
+    CALL(CV_SetStringKey, "Directories", "PublicFolders", (elsewhere + "\\").c_str(), 0U);
+    EXPECT_EQ(CALL(CV_GetBoolKey, "Public Folders", "EnablePublicFolders", 0, 0U), 1);
+    EXPECT_TRUE(platform::fileExists(elsewhere + "\\To do.IMAP\\TaskList.mrk"));
+    EXPECT_EQ(publicOne(elsewhere + "\\To do.IMAP", "guest"), 2U);
+    EXPECT_EQ(publicOne(toDo, "guest"), 0U);
 }
 
 TEST_F(CVUserTest, AnswersFailureWithoutAStore) {
