@@ -29,7 +29,7 @@ class PasswordChecker {
     /// An account without a hash has no right password, and telling so takes as long.
     bool isRight(const AccountRow& account, std::string_view password);
     /// Takes the time of a wrong password, so that no refusal tells by its speed what it is for.
-    void spendACheck() { hash({}); }
+    void spendACheck() { hash(""); }
 
   private:
     using Digest = std::array<unsigned char, 32>;

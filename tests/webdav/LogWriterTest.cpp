@@ -49,14 +49,16 @@ class LogWriterTest : public testing::Test {
 TEST_F(LogWriterTest, LinesAreStampedAndStayWhole) {
     configure("DAY");
     write("INFO, [TAG] plain");
-    write("INFO, a\r\n[Mon 2024-01-01 00:00:00] STATUS, forged\tb\x1B[2J\x7F caf\xC3\xA9");
+    write(
+        "INFO, a\r\n[Mon 2024-01-01 00:00:00] STATUS, forged\tb\x1B[2J\x7F\xC2\x85\xE2\x80\xA8 "
+        "caf\xC3\xA9");
     writer_.reset();
     EXPECT_EQ(product_.log("WebDAV-20240101.log"),
               "[Mon 2024-01-01 23:30:00] ----- CVWebDAV " CVWEBDAV_VERSION
               " Log file starting -----\r\n"
               "[Mon 2024-01-01 23:30:00] INFO, [TAG] plain\r\n"
               "[Mon 2024-01-01 23:30:00] INFO, a  [Mon 2024-01-01 00:00:00] STATUS, forged b [2J  "
-              "caf\xC3\xA9\r\n"
+              "     caf\xC3\xA9\r\n"
               "[Mon 2024-01-01 23:30:00] ----- CVWebDAV " CVWEBDAV_VERSION
               " Log file stopping -----\r\n");
 }

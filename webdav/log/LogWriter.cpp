@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <utility>
 
 #include "webdav/base/CStr.h"
@@ -37,8 +38,22 @@ std::string timeStamp(int64_t time) {
                       local.year, local.month, local.day, local.hour, local.minute, local.second);
 }
 
-bool isControl(char c) {
-    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+/// The bytes of the character at the start of the text when it could end a line or steer a
+/// terminal, else 0: the controls of ASCII and of Unicode (U+0080 to U+009F), its line separators.
+size_t controlLength(std::string_view text) {
+    const auto byte = [&](size_t at) {
+        return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;
+    };
+    if (byte(0) < 0x20 || byte(0) == 0x7F) return 1;
+    if (byte(0) == 0xC2 && byte(1) >= 0x80 && byte(1) <= 0x9F) return 2;
+    return text.starts_with("\xE2\x80\xA8") || text.starts_with("\xE2\x80\xA9") ? 3 : 0;
+}
+
+void blankControls(std::string& line) {
+    for (size_t at = 0; at < line.size(); ++at) {
+        const size_t length = controlLength(std::string_view(line).substr(at));
+        std::fill_n(line.begin() + static_cast<std::ptrdiff_t>(at), length, ' ');
+    }
 }
 
 }  // namespace
@@ -159,7 +174,7 @@ void LogWriter::WriteEntry(std::string_view line, int64_t time) {
 void LogWriter::WriteLine(std::string_view line, int64_t time) {
     std::string bytes = timeStamp(time);
     bytes += line;
-    std::ranges::replace_if(bytes, isControl, ' ');
+    blankControls(bytes);
     bytes += "\r\n";
     file_->write(bytes);
 }
