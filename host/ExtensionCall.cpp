@@ -79,7 +79,8 @@ BOOL WINAPI ExtensionCall::readClient(HCONN connection, LPVOID, LPDWORD size) {
     // All of the body that ever comes stands in the control block already.
     *size = 0;
     const uint32_t error = of(connection).request_.cutShort.value_or(0);
-    return error == 0 ? TRUE : refuse(error);
+    platform::setLastError(error);
+    return error == 0 ? TRUE : FALSE;
 }
 
 BOOL WINAPI ExtensionCall::serverSupport(HCONN connection, DWORD request, LPVOID buffer, LPDWORD,

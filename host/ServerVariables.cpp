@@ -59,7 +59,8 @@ struct Variable {
 
 constexpr Variable kVariables[] = {
     {"ALL-HTTP", allHttp},
-    {"ALL-RAW", [](const Request& r) { return Value(r.head.lines()); }},
+    // To the end of the head, so that a body can follow it.
+    {"ALL-RAW", [](const Request& r) { return Value(std::string(r.head.lines()) + "\r\n"); }},
     {"CONTENT-LENGTH", contentLength},
     {"CONTENT-TYPE", [](const Request& r) { return r.head.value("Content-Type"); }},
     {"HTTPS", [](const Request& r) { return Value(r.connection.secure ? "on" : "off"); }},

@@ -27,7 +27,7 @@ TEST(ServerVariables, AreFoundByEverySpelling) {
         {"ALL_HTTP",
          "HTTP_HOST:example.test:8443\nHTTP_USER_AGENT:one\nHTTP_USER_AGENT:two\n"
          "HTTP_CONTENT_LENGTH:4\nHTTP_CONTENT_TYPE:text/xml\nHTTP_UNDER_SCORE:hidden\n"},
-        {"ALL_RAW", std::string(request.head.lines())},
+        {"ALL_RAW", std::string(request.head.lines()) + "\r\n"},
         {"CONTENT_LENGTH", "4"},
         {"CONTENT-LENGTH", "4"},
         {"CONTENT_TYPE", "text/xml"},
@@ -70,7 +70,7 @@ TEST(ServerVariables, OfABareRequest) {
                           {"HTTPS", "off"},
                           {"SERVER_PORT_SECURE", "0"},
                           {"SERVER_PROTOCOL", "HTTP/1.0"},
-                          {"ALL_RAW", ""},
+                          {"ALL_RAW", "\r\n"},
                           {"QUERY_STRING", ""},
                           {"CONTENT_LENGTH", std::nullopt},
                           {"CONTENT_TYPE", std::nullopt}};

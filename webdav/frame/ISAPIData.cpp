@@ -112,9 +112,11 @@ int32_t ISAPIData::ReadBody() {
     while (bodyRead_ < wanted) {
         const DWORD asked = std::min<DWORD>(wanted - bodyRead_, kLargestPiece);
         DWORD size = asked;
-        if (!block_->ReadClient(block_->ConnID, body_.data() + bodyRead_, &size)) {
+        const BOOL read = block_->ReadClient(block_->ConnID, body_.data() + bodyRead_, &size);
+        bodyError_ = platform::lastError();
+        if (!read) {
             Log(kLogError, nullptr, "Error %d occurred in ReadClient\n",
-                static_cast<int>(platform::lastError()));
+                static_cast<int>(bodyError_));
             return kReadFailed;
         }
         if (size == 0) {

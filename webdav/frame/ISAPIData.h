@@ -34,6 +34,8 @@ class ISAPIData : public CURLDecoder {
     std::string_view GetBody() const;
     /// True when the client closed the connection early or a read failed.
     bool BodyFailed() const { return bodyFailed_; }
+    /// The system's error at the last piece of the body.
+    uint32_t BodyError() const { return bodyError_; }
 
   private:
     int32_t ReadBody();
@@ -44,6 +46,7 @@ class ISAPIData : public CURLDecoder {
     uint32_t bodyRead_ = 0;
     bool mustReadBody_ = false;
     bool bodyFailed_ = false;
+    uint32_t bodyError_ = 0;
 };
 
 }  // namespace webdav

@@ -35,9 +35,8 @@ void WebDAVRequest::TraceRequest() {
 
 void WebDAVRequest::TraceResponse(std::string_view body, bool invalidUtf8) {
     if (!TracingEnabled()) return;
-    // An answer that refuses a login comes before its request would have been traced.
-    trace_.tag = RequestTag();
-    trace_.remoteAddress = Data().GetServerVar("REMOTE_ADDR");
+    // A login is refused before the request's own turn.
+    if (!trace_.begun) TraceRequest();
     const std::string head =
         Data().GetServerVar("SERVER_PROTOCOL") + ' ' + StatusLine() + "\r\n" + HeaderBlock();
     TraceMessage(trace_, head, body, false, invalidUtf8);

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <span>
 
-#include "platform/Error.h"
 #include "platform/Random.h"
 #include "webdav/base/ExceptObj.h"
 #include "webdav/base/Text.h"
@@ -71,7 +70,7 @@ int32_t WebDAVRequest::Process() {
         Log(kLogError, RequestTag(),
             "Invalid request from %s, connection closed before all data was read [GetLastError() = "
             "%d]",
-            address.c_str(), static_cast<int>(platform::lastError()));
+            address.c_str(), static_cast<int>(Data().BodyError()));
         return -1;
     }
     AddNoCacheHeaders();

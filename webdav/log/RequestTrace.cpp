@@ -63,7 +63,10 @@ std::string TraceDirectory() {
 
 void TraceMessage(TraceContext& context, std::string_view head, std::string_view body,
                   bool isRequest, bool invalidUtf8) {
-    if (isRequest) context.invalidRequest = invalidUtf8;
+    if (isRequest) {
+        context.begun = true;
+        context.invalidRequest = invalidUtf8;
+    }
     if (!TracingEnabled()) return;
     const std::string path = TraceDirectory(context.arrived) + '\\' +
                              baseName(context, invalidUtf8 || context.invalidRequest) + ".log";

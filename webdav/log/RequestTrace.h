@@ -17,6 +17,8 @@ struct TraceContext {
     std::string tag;            ///< of the request's log lines
     std::string remoteAddress;  ///< of the client
     platform::DateTime arrived = platform::localFromMs(platform::nowUtcMs());
+    /// The request has been handed over.
+    bool begun = false;
     /// The request was no valid UTF-8, so its answer goes into the same file.
     bool invalidRequest = false;
 };
