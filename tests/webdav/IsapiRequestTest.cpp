@@ -7,7 +7,7 @@
 
 #include "platform/Error.h"
 #include "tests/webdav/LoggedLines.h"
-#include "webdav/frame/ISAPIRequest.h"
+#include "webdav/frame/WebDAVRequest.h"
 
 using webdav::ISAPIData;
 using webdav::ISAPIRequest;
@@ -175,6 +175,17 @@ TEST(IsapiData, KnowsSecureConnections) {
     }
 }
 
+// What is kept nowhere is asked for anew.
+TEST(IsapiData, KeepsNoSecret) {
+    FakeServer server;
+    server.variables["HTTP_AUTHORIZATION"] = "Basic eA==";
+    ISAPIData data(server.block());
+    EXPECT_EQ(data.GetSecretVar("HTTP_AUTHORIZATION").view(), "Basic eA==");
+    server.variables.clear();
+    EXPECT_EQ(data.GetServerVar("HTTP_AUTHORIZATION"), "");
+    EXPECT_TRUE(data.GetSecretVar("HTTP_AUTHORIZATION").empty());
+}
+
 TEST(IsapiData, IsEmptyWithoutAWebServer) {
     ISAPIData data(nullptr);
     EXPECT_EQ(data.GetServerVar("URL"), "");
@@ -224,6 +235,27 @@ TEST(IsapiRequest, TellsThatAnAnswerWasNotTaken) {
     EXPECT_FALSE(ISAPIRequest(closing.block()).SendXml(207, "<a/>"));
     EXPECT_NE(closing.headers.find("Content-Type: application/xml; charset=utf-8\r\n"),
               std::string::npos);
+}
+
+TEST(WebDavRequest, IsTracedWithAnAnswerThatComesBeforeItsTurn) {
+    const TestInstallation product;
+    const LoggedLines log(product);
+    product.setWebstrand("LogMessages", "Yes");
+    FakeServer server;
+    server.setBody("<body/>", 7);
+    server.block()->lpszMethod = const_cast<LPSTR>("REPORT");
+    server.variables = {{"URL", "/webdav/"},         {"SERVER_NAME", "x"},
+                        {"SERVER_PORT", "8080"},     {"SERVER_PROTOCOL", "HTTP/1.1"},
+                        {"ALL_RAW", "A: b\r\n\r\n"}, {"REMOTE_ADDR", "192.0.2.7"}};
+    webdav::WebDAVRequest(server.block()).Process();
+    const std::string directory = webdav::TraceDirectory();
+    const auto names = platform::listDirectory(directory);
+    ASSERT_EQ(names.size(), 1U);
+    EXPECT_EQ(TestInstallation::file(directory + "\\" + names[0]),
+              "REPORT http://x:8080/webdav/?token=a%2Bb HTTP/1.1\r\nA: b\r\n\r\n<body/>\r\n\r\n" +
+                  std::string(68, '-') + "\r\n\r\nHTTP/1.1 " + server.status + "\r\n" +
+                  server.headers + server.written);
+    EXPECT_TRUE(server.status.starts_with("500 "));
 }
 
 }  // namespace
