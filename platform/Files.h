@@ -84,6 +84,8 @@ class FileLock {
   public:
     /// Waits for the lock; null when the file cannot be made.
     static std::unique_ptr<FileLock> acquire(std::string_view path);
+    /// Does not wait: null too when somebody else holds the lock.
+    static std::unique_ptr<FileLock> tryAcquire(std::string_view path);
     virtual ~FileLock() = default;
 };
 

@@ -7,10 +7,18 @@
 #include "groupware/items/FreeBusy.h"
 #include "groupware/items/MessageFile.h"
 #include "groupware/items/Transfer.h"
+#include "groupware/mail/MailSender.h"
+#include "groupware/mail/ReplyDelivery.h"
 #include "platform/Export.h"
 #include "platform/Files.h"
 
 using namespace groupware;
+
+namespace {
+
+const MailSenderEnd endOfMail;
+
+}  // namespace
 
 PLATFORM_EXPORT void CV_CalGetDefaultFolder(StoreUserHandle user, char* path) {
     defaultFolder(user, path, kEvent);
@@ -348,11 +356,16 @@ PLATFORM_EXPORT int32_t CV_CalProcessICalFBRequest(const char* text, const char*
     });
 }
 
-PLATFORM_EXPORT void CV_CalSendICalendarMessage(const StoreCalItem* /*item*/,
-                                                uint32_t /*reserved1*/, uint32_t /*reserved2*/,
-                                                const char* /*actor*/, const char* /*recipient*/,
-                                                uint32_t /*replyKind*/) {
-    // There is no mail system yet that would carry the reply.
+PLATFORM_EXPORT void CV_CalSendICalendarMessage(const StoreCalItem* item, uint32_t /*reserved1*/,
+                                                uint32_t /*reserved2*/, const char* actor,
+                                                const char* recipient, uint32_t replyKind) {
+    if (item == nullptr || actor == nullptr || recipient == nullptr) return;
+    guarded([&] {
+        const ContentsPointer event = contentsOf(*item);
+        if (event != nullptr) {
+            sendReply(Engine::ofProcess(), *event, actor, recipient, replyKind);
+        }
+    });
 }
 
 PLATFORM_EXPORT void CV_GWDeletePointer(void* pointer) {

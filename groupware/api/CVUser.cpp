@@ -16,6 +16,7 @@
 #include "groupware/engine/Names.h"
 #include "groupware/engine/PasswordChecker.h"
 #include "groupware/engine/Settings.h"
+#include "groupware/mail/MailSender.h"
 #include "platform/Export.h"
 #include "platform/LocalTime.h"
 #include "platform/PrivateProfile.h"
@@ -124,6 +125,8 @@ std::optional<std::vector<StoreFolderRecord>> foldersOfKind(const AccountRow& ac
     }
 }
 
+const MailSenderEnd endOfMail;
+
 }  // namespace
 
 }  // namespace groupware
@@ -203,7 +206,7 @@ PLATFORM_EXPORT void CV_ReloadUsers(void) {
     // the last time. Opening it now spares the first request the wait.
     guarded([] {
         Engine::closeOfProcess();
-        engine();
+        resumeSpooledMail(engine().paths());
     });
 }
 

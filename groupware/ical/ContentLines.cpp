@@ -54,6 +54,24 @@ std::optional<std::string_view> ContentLine::parameter(std::string_view otherNam
     return std::nullopt;
 }
 
+std::string wholeLine(const ContentLine& line) {
+    std::string text(line.group);
+    if (!text.empty()) text += '.';
+    text.append(line.name);
+    if (!line.parameters.empty()) text.append(";").append(line.parameters);
+    return text.append(":").append(line.value);
+}
+
+std::string unescaped(std::string_view value) {
+    std::string text;
+    for (size_t i = 0; i < value.size(); ++i) {
+        const bool escape = value[i] == '\\' && i + 1 < value.size();
+        if (escape) ++i;
+        text += escape && asciiUpper(value[i]) == 'N' ? '\n' : value[i];
+    }
+    return text;
+}
+
 LineReader::LineReader(std::string_view text) : text_(text) {
     if (text_.starts_with(kByteOrderMark)) position_ = kByteOrderMark.size();
 }

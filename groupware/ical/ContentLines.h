@@ -35,6 +35,12 @@ bool cutParameter(std::string_view& parameters, std::string_view& name, std::str
 /// Where the first of the characters stands outside of quotes, or npos.
 size_t findUnquoted(std::string_view text, std::string_view characters, size_t from = 0);
 
+/// The line as one unfolded text.
+std::string wholeLine(const ContentLine& line);
+
+/// A TEXT value without its escapes: "\n" is a line break.
+std::string unescaped(std::string_view value);
+
 /// Reads the lines; blank ones are skipped. A line without ":" has an empty name.
 class LineReader {
   public:

@@ -1,7 +1,9 @@
 #include "groupware/ical/IcalTime.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <cstdio>
 
 #include "groupware/ical/AsciiText.h"
 
@@ -31,6 +33,17 @@ std::optional<int64_t> parseDay(std::string_view text) {
     return std::chrono::sys_days{date}.time_since_epoch().count();
 }
 
+/// Some clients write 2025-06-01T10:00:00; nothing when the text is not of that form.
+std::optional<std::string> fromExtendedForm(std::string_view text) {
+    constexpr size_t kLongest = 20;
+    if (text.size() < 10 || text.size() > kLongest || text[4] != '-' || text[7] != '-') {
+        return std::nullopt;
+    }
+    std::string basic(text);
+    std::erase_if(basic, [](char c) { return c == '-' || c == ':'; });
+    return basic;
+}
+
 }  // namespace
 
 int64_t dayOf(WallSeconds wall) {
@@ -38,7 +51,9 @@ int64_t dayOf(WallSeconds wall) {
 }
 
 std::optional<IcalTime> parseIcalTime(std::string_view value, std::string_view tzid) {
-    const std::string_view text = trimmed(value);
+    std::string_view text = trimmed(value);
+    const auto basic = fromExtendedForm(text);
+    if (basic) text = *basic;
     const auto day = parseDay(text);
     if (!day) return std::nullopt;
     IcalTime time;
@@ -47,15 +62,16 @@ std::optional<IcalTime> parseIcalTime(std::string_view value, std::string_view t
         time.kind = IcalTime::Kind::kDate;
         return time;
     }
+    const bool utc = asciiUpper(text.back()) == 'Z';
+    if (utc) text.remove_suffix(1);
     const int hour = digits(text, 9, 2);
     const int minute = digits(text, 11, 2);
-    const int second = digits(text, 13, 2);
-    const bool utc = text.size() == 16 && asciiUpper(text[15]) == 'Z';
-    if (asciiUpper(text[8]) != 'T' || (text.size() != 15 && !utc)) return std::nullopt;
-    if (hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 60) {
+    const int second = text.size() == 13 ? 0 : digits(text, 13, 2);
+    if ((text.size() != 15 && text.size() != 13) || asciiUpper(text[8]) != 'T') return std::nullopt;
+    if (hour < 0 || hour > 24 || minute < 0 || minute > 59 || second < 0 || second > 60) {
         return std::nullopt;
     }
-    // A leap second has no place of its own on our clocks.
+    // A leap second has no place of its own on our clocks. Hour 24 is the next day's first.
     time.wall += hour * 3600 + minute * 60 + std::min(second, 59);
     if (utc) {
         time.kind = IcalTime::Kind::kUtc;
@@ -107,6 +123,15 @@ std::optional<IcalDuration> parseIcalDuration(std::string_view value) {
     }
     if (negative) return IcalDuration{-duration.days, -duration.seconds};
     return duration;
+}
+
+std::string utcText(int64_t ms) {
+    const platform::DateTime time = platform::utcFromMs(ms);
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%04u%02u%02uT%02u%02u%02uZ", unsigned{time.year},
+                  unsigned{time.month}, unsigned{time.day}, unsigned{time.hour},
+                  unsigned{time.minute}, unsigned{time.second});
+    return text.data();
 }
 
 platform::DateTime dateTimeFromWall(WallSeconds wall) {

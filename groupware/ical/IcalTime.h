@@ -41,6 +41,9 @@ struct IcalDuration {
 
 std::optional<IcalDuration> parseIcalDuration(std::string_view value);
 
+/// UTC milliseconds as a value: 20250601T100000Z.
+std::string utcText(int64_t ms);
+
 platform::DateTime dateTimeFromWall(WallSeconds wall);
 
 }  // namespace groupware

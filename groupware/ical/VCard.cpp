@@ -143,9 +143,7 @@ std::string vCardAs(std::string_view text, std::string_view version) {
             continue;
         }
         std::string changed = version == "4.0" ? upgraded(line) : downgraded(line);
-        const std::string before = head(line) + (line.parameters.empty() ? "" : ";") +
-                                   std::string(line.parameters) + ":" + std::string(line.value);
-        result += changed == before ? std::string(own) : foldedLine(changed, "\r\n");
+        result += changed == wholeLine(line) ? std::string(own) : foldedLine(changed, "\r\n");
     }
     return result;
 }

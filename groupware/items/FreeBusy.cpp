@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
 #include "abi/StoreTypes.h"
 #include "groupware/engine/Names.h"
@@ -26,21 +25,6 @@ struct BusyTime {
     int64_t startMs = 0;
     int64_t endMs = 0;
 };
-
-std::string utcText(int64_t ms) {
-    const platform::DateTime time = platform::utcFromMs(ms);
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%04u%02u%02uT%02u%02u%02uZ", unsigned{time.year},
-                  unsigned{time.month}, unsigned{time.day}, unsigned{time.hour},
-                  unsigned{time.minute}, unsigned{time.second});
-    return text.data();
-}
-
-std::string wholeLine(const ContentLine& line) {
-    std::string text(line.name);
-    if (!line.parameters.empty()) text.append(";").append(line.parameters);
-    return text.append(":").append(line.value);
-}
 
 /// The request's times are UTC, as they must be; others are read on the server's clock.
 int64_t msOf(const ContentLine& line, int64_t otherwise) {

@@ -23,10 +23,10 @@ class PosixFileLock final : public FileLock {
     Descriptor file_;
 };
 
-bool waitForLock(const Descriptor& file) {
+bool lockFile(const Descriptor& file, int operation) {
     int result = -1;
     do {
-        result = ::flock(file.get(), LOCK_EX);
+        result = ::flock(file.get(), operation);
     } while (result != 0 && errno == EINTR);
     return result == 0;
 }
@@ -38,17 +38,25 @@ bool isStillAt(const Descriptor& file, const std::string& native) {
            locked.st_dev == there.st_dev && locked.st_ino == there.st_ino;
 }
 
-}  // namespace
-
-std::unique_ptr<FileLock> FileLock::acquire(std::string_view path) {
+std::unique_ptr<FileLock> lockAt(std::string_view path, int operation) {
     const std::string native = findPath(path).native;
     while (true) {
         Descriptor file = openDescriptor(native, O_RDWR | O_CREAT, kLockFileMode);
-        if (!file.valid() || !waitForLock(file)) return nullptr;
+        if (!file.valid() || !lockFile(file, operation)) return nullptr;
         // Whoever held the lock may have replaced the file: then the lock is on a file that
         // nobody else will ever open.
         if (isStillAt(file, native)) return std::make_unique<PosixFileLock>(std::move(file));
     }
+}
+
+}  // namespace
+
+std::unique_ptr<FileLock> FileLock::acquire(std::string_view path) {
+    return lockAt(path, LOCK_EX);
+}
+
+std::unique_ptr<FileLock> FileLock::tryAcquire(std::string_view path) {
+    return lockAt(path, LOCK_EX | LOCK_NB);
 }
 
 }  // namespace platform
