@@ -20,6 +20,11 @@ constexpr size_t kMostNamedZones = 64;
 using Component = CalendarComponent;
 
 std::optional<IcalTime> timeOf(const ContentLine& line, std::string_view value) {
+    // Some clients give a day a time of day.
+    constexpr size_t kDayLength = 8;
+    if (equalNames(line.parameter("VALUE").value_or(""), "DATE")) {
+        value = trimmed(value).substr(0, kDayLength);
+    }
     return parseIcalTime(value, line.parameter("TZID").value_or(""));
 }
 
@@ -95,6 +100,11 @@ constexpr std::array kProperties = {
                  c.thisAndFuture = equalNames(l.parameter("RANGE").value_or(""), "THISANDFUTURE");
              }},
     Property{"RRULE", readRule},
+    Property{"EXRULE",
+             [](Component& c, const ContentLine& l) {
+                 // One that cannot be read leaves out nothing: too much rather than too little.
+                 if (auto rule = RecurrenceRule::parse(l.value)) c.exclusions.push_back(*rule);
+             }},
     Property{"RDATE", readDates},
     Property{"EXDATE", readExceptions},
     Property{"STATUS",

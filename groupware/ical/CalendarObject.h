@@ -41,6 +41,7 @@ struct CalendarComponent {
     std::optional<IcalTime> recurrenceId;
     bool thisAndFuture = false;
     std::vector<RecurrenceRule> rules;
+    std::vector<RecurrenceRule> exclusions;  ///< EXRULE
     bool unreadableRule = false;
     std::vector<IcalPeriod> dates;
     std::vector<IcalTime> exceptions;

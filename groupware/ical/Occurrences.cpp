@@ -64,12 +64,15 @@ class InstanceSet {
     void add(const IcalTime& time, StepBudget& budget) {
         if (time.isDate() || start_.isDate()) {
             days_.push_back(dayOf(time.wall));
-        } else if (time.kind == start_.kind && time.zone == start_.zone) {
+        } else if (time.kind == IcalTime::Kind::kFloating ||
+                   (time.kind == start_.kind && time.zone == start_.zone)) {
+            // A floating one means the clock of the series.
             walls_.push_back(time.wall);
         } else {
             utc_.push_back(event_.clockOf(time, budget).utcSeconds(time.wall, budget));
         }
     }
+    void addWall(WallSeconds wall) { walls_.push_back(wall); }
     void sort() {
         for (auto* list : {&days_, &walls_, &utc_}) std::ranges::sort(*list);
     }
@@ -106,6 +109,11 @@ class Scan {
 
   private:
     void collectChanges(const CalendarComponent& master);
+    bool collectExclusions();
+    RecurrenceRule fitted(const RecurrenceRule& given) const;
+    /// The clock's times between which instances can lie that touch the range.
+    WallSeconds firstWall() const { return secondsOf(range_.fromMs) - reach_ - kSecondsPerDay; }
+    WallSeconds lastWall() const { return secondsOf(range_.toMs) + reach_ + kSecondsPerDay; }
     bool scanRule(const RecurrenceRule& rule);
     void scanDates();
     bool isBefore(const RecurrenceRule& rule, WallSeconds wall) const;
@@ -138,12 +146,14 @@ bool Scan::run() {
     length_ = lengthOf(event_, *master_, budget_);
     left_.emplace(event_, *master_->start);
     collectChanges(*master_);
+    const bool excluded = collectExclusions();
+    left_->sort();
     if (master_->rules.empty()) offerInstance(master_->start->wall, clock_, length_);
     scanDates();
     for (const RecurrenceRule& rule : master_->rules) {
         if (wanted_ && !scanRule(rule)) return false;
     }
-    return !budget_.spent() && !master_->unreadableRule;
+    return excluded && !budget_.spent() && !master_->unreadableRule;
 }
 
 void Scan::collectChanges(const CalendarComponent& master) {
@@ -161,7 +171,6 @@ void Scan::collectChanges(const CalendarComponent& master) {
         reach_ = std::max(
             reach_, shifts_.back().length.atMost() + kSecondsPerDay + (delta < 0 ? -delta : delta));
     }
-    left_->sort();
     std::ranges::sort(shifts_, {}, &Shift::fromUtc);
 }
 
@@ -175,21 +184,37 @@ void Scan::scanDates() {
     }
 }
 
+/// Whole days know no times of day.
+RecurrenceRule Scan::fitted(const RecurrenceRule& given) const {
+    RecurrenceRule rule = given;
+    if (!master_->start->isDate()) return rule;
+    rule.hours.clear();
+    rule.minutes.clear();
+    rule.seconds.clear();
+    return rule;
+}
+
+/// False when the times that rules leave out could not all be told.
+bool Scan::collectExclusions() {
+    for (const RecurrenceRule& given : master_->exclusions) {
+        const RecurrenceRule rule = fitted(given);
+        RuleWalk walk(rule, master_->start->wall, firstWall(), lastWall(), budget_,
+                      RuleWalk::Start::kMustMatch);
+        while (const auto wall = walk.next()) {
+            if (*wall > lastWall() || !isBefore(rule, *wall)) break;
+            if (*wall >= firstWall()) left_->addWall(*wall);
+        }
+    }
+    return !budget_.spent();
+}
+
 /// False when the rule's times in the range could not all be told.
 bool Scan::scanRule(const RecurrenceRule& given) {
-    RecurrenceRule rule = given;
-    if (master_->start->isDate()) {
-        // Whole days know no times of day.
-        rule.hours.clear();
-        rule.minutes.clear();
-        rule.seconds.clear();
-    }
-    const WallSeconds first = secondsOf(range_.fromMs) - reach_ - kSecondsPerDay;
-    const WallSeconds last = secondsOf(range_.toMs) + reach_ + kSecondsPerDay;
-    RuleWalk walk(rule, master_->start->wall, first, last, budget_);
+    const RecurrenceRule rule = fitted(given);
+    RuleWalk walk(rule, master_->start->wall, firstWall(), lastWall(), budget_);
     while (const auto wall = walk.next()) {
-        if (*wall > last || !wanted_ || !isBefore(rule, *wall)) return true;
-        if (*wall >= first) offerInstance(*wall, clock_, length_);
+        if (*wall > lastWall() || !wanted_ || !isBefore(rule, *wall)) return true;
+        if (*wall >= firstWall()) offerInstance(*wall, clock_, length_);
     }
     return !budget_.spent();
 }
@@ -323,7 +348,8 @@ ItemSpan spanOf(const CalendarObject& event) {
     }
     const bool single = event.components().size() == 1 && master->rules.empty() &&
                         !master->unreadableRule && master->dates.empty() &&
-                        master->exceptions.empty() && clock.isFixed() &&
+                        master->exceptions.empty() && master->exclusions.empty() &&
+                        clock.isFixed() &&
                         (!master->end || event.clockOf(*master->end, builder.budget()).isFixed());
     return builder.span(endless, single);
 }

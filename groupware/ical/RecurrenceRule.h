@@ -50,12 +50,15 @@ class StepBudget {
     int64_t left_;
 };
 
-/// The rule's times in rising order. The start itself is always the first of them.
+/// The rule's times in rising order.
 class RuleWalk {
   public:
+    /// Whether the start is the first time in any case, or only when the rule names it.
+    enum class Start : uint8_t { kCounts, kMustMatch };
+
     /// Times outside of the range may be left out.
     RuleWalk(const RecurrenceRule& rule, WallSeconds start, WallSeconds from, WallSeconds to,
-             StepBudget& budget);
+             StepBudget& budget, Start first = Start::kCounts);
 
     /// Nothing when the rule or the range ends or the budget is spent. The end by UNTIL is left to
     /// the user.
@@ -84,7 +87,8 @@ class RuleWalk {
     int64_t period_ = 0;
     int64_t remaining_ = 0;
     bool limited_ = false;
-    bool startGiven_ = false;
+    bool startGiven_;
+    WallSeconds earliest_;  ///< that a period may give
     std::vector<int64_t> days_;
     std::vector<WallSeconds> times_;  ///< of the current period
     size_t nextTime_ = 0;

@@ -73,13 +73,15 @@ int64_t unitSeconds(Frequency frequency) {
 }  // namespace
 
 RuleWalk::RuleWalk(const RecurrenceRule& rule, WallSeconds start, WallSeconds from, WallSeconds to,
-                   StepBudget& budget)
+                   StepBudget& budget, Start first)
     : rule_(rule),
       start_(start),
       to_(std::clamp(to, start, kLastWall)),
       budget_(budget),
       remaining_(rule.count),
-      limited_(rule.count > 0) {
+      limited_(rule.count > 0),
+      startGiven_(first == Start::kMustMatch),
+      earliest_(first == Start::kMustMatch ? start : start + 1) {
     deriveFromStart();
     const size_t tests = rule_.months.size() + rule_.yearDays.size() + rule_.monthDays.size() +
                          rule_.weeks.size() + rule_.weekdays.size();
@@ -165,7 +167,7 @@ std::optional<WallSeconds> RuleWalk::next() {
         if (limited_ && remaining_ <= 0) return std::nullopt;
         while (nextTime_ < times_.size()) {
             const WallSeconds time = times_[nextTime_++];
-            if (time <= start_) continue;
+            if (time < earliest_) continue;
             --remaining_;
             return time;
         }

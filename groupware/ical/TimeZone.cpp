@@ -10,24 +10,29 @@
 #include <libical/ical.h>
 
 #include "groupware/ical/AsciiText.h"
+#include "groupware/ical/WindowsZones.h"
 #include "groupware/ical/ZoneReader.h"
 
 namespace groupware {
 
 namespace {
 
-constexpr size_t kLongestName = 64;
+constexpr size_t kLongestName = 128;
 /// Steps that a look at the known names takes, and a search in the system's tzdata.
 constexpr int64_t kLookSteps = 10;
 constexpr int64_t kSearchSteps = 1'000;
 
 using ZonePointer = std::shared_ptr<const TimeZone>;
 
-/// The zone as libical tells it from the system's tzdata. Its zones are not safe from several
-/// threads, so these take turns.
-ZonePointer loadZone(const std::string& name) {
+/// libical's zones are not safe from several threads, so these take turns.
+std::mutex& libicalTurn() {
     static std::mutex turn;
-    const std::lock_guard guard(turn);
+    return turn;
+}
+
+/// The zone as libical tells it from the system's tzdata.
+ZonePointer loadZone(const std::string& name) {
+    const std::lock_guard guard(libicalTurn());
     for (const std::string_view utc : {"UTC", "GMT", "Z", "Etc/UTC", "Etc/GMT"}) {
         if (equalNames(name, utc)) return std::make_shared<const TimeZone>();
     }
@@ -37,6 +42,27 @@ ZonePointer loadZone(const std::string& name) {
     const std::unique_ptr<char, void (*)(void*)> text(icalcomponent_as_ical_string_r(component),
                                                       icalmemory_free_buffer);
     return text == nullptr ? nullptr : readTimeZone(text.get());
+}
+
+/// The zone that has its name from a city, by the city.
+std::string zoneOfCity(std::string_view city) {
+    static const auto kByCity = [] {
+        const std::lock_guard guard(libicalTurn());
+        std::map<std::string, std::string, std::less<>> byCity;
+        icalarray* zones = icaltimezone_get_builtin_timezones();
+        for (size_t i = 0; zones != nullptr && i < zones->num_elements; ++i) {
+            auto* zone = static_cast<icaltimezone*>(icalarray_element_at(zones, i));
+            const char* location = icaltimezone_get_location(zone);
+            if (location == nullptr) continue;
+            const std::string_view name(location);
+            byCity.emplace(name.substr(name.rfind('/') + 1), name);
+        }
+        return byCity;
+    }();
+    std::string key(city);
+    std::ranges::replace(key, ' ', '_');
+    const auto found = kByCity.find(key);
+    return found == kByCity.end() ? std::string() : found->second;
 }
 
 bool isZoneName(std::string_view name) {
@@ -101,6 +127,31 @@ std::string_view withoutPrefix(std::string_view name) {
     return name.substr(start + 1);
 }
 
+/// Cuts an offset such as (UTC+01:00) or (GMT-05.00) off the front of the name; seconds.
+std::optional<int64_t> cutShownOffset(std::string_view& name) {
+    if (!startsWithName(name, "(UTC") && !startsWithName(name, "(GMT")) return std::nullopt;
+    const size_t end = name.find(')');
+    if (end == std::string_view::npos) return std::nullopt;
+    std::string digits(name.substr(4, end - 4));
+    name = trimmed(name.substr(end + 1));
+    std::erase_if(digits, [](char c) { return c == ':' || c == '.' || c == ' '; });
+    return digits.empty() ? std::optional<int64_t>(0) : parseZoneOffset(digits);
+}
+
+/// A name that Windows shows to people: by what it says, else by its offset alone.
+ZonePointer shownZone(std::string_view name, StepBudget& budget) {
+    const auto offset = cutShownOffset(name);
+    if (auto zone = knownZone(tzdataNameOfShown(name), budget)) return zone;
+    if (!offset) return nullptr;
+    for (std::string_view rest = name; !rest.empty() && budget.take(kLookSteps);) {
+        std::string_view city = cutFirst(rest, ',');
+        const std::string found = zoneOfCity(trimmed(city.substr(0, city.find('('))));
+        if (auto zone = found.empty() ? nullptr : knownZone(found, budget)) return zone;
+    }
+    return std::make_shared<const TimeZone>(
+        std::vector<ZoneObservance>{{0, *offset, *offset, {}, {}}});
+}
+
 }  // namespace
 
 TimeZone::TimeZone(std::vector<ZoneObservance> observances) : observances_(std::move(observances)) {
@@ -159,8 +210,12 @@ std::optional<int64_t> parseZoneOffset(std::string_view value) {
 
 std::shared_ptr<const TimeZone> zoneByName(std::string_view name, StepBudget& budget) {
     const std::string_view whole = trimmed(name);
-    if (auto zone = knownZone(whole, budget)) return zone;
-    return knownZone(withoutPrefix(whole), budget);
+    const size_t level = whole.rfind('/') + 1;
+    for (const std::string_view each :
+         {whole, withoutPrefix(whole), tzdataNameOf(whole), level > 0 ? whole.substr(level) : ""}) {
+        if (auto zone = knownZone(each, budget)) return zone;
+    }
+    return whole.size() > kLongestName ? nullptr : shownZone(whole, budget);
 }
 
 int64_t utcSecondsOfServerWall(WallSeconds wall) {

@@ -45,8 +45,9 @@ class TimeZone {
 /// Reads an offset such as +0200 or -033045.
 std::optional<int64_t> parseZoneOffset(std::string_view value);
 
-/// The zone of a tzdata name, also behind a prefix as in /example.org/Europe/Berlin; null when
-/// there is none of that name, or when the steps do not suffice to look for it.
+/// The zone of a tzdata name, also behind a prefix as in /example.org/Europe/Berlin, or of a name
+/// that Windows has or shows for it; null when there is none of that name, or when the steps do not
+/// suffice to look for it.
 std::shared_ptr<const TimeZone> zoneByName(std::string_view name, StepBudget& budget);
 
 /// UTC of a time on the server's own wall.

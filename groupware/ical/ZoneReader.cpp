@@ -19,7 +19,7 @@ void ZoneReader::read(ComponentReader::Step step, std::string_view component,
                       const ContentLine& line) {
     using Step = ComponentReader::Step;
     if (!isObservance(component)) {
-        if (step == Step::kProperty && line.is("TZID")) name_ = trimmed(line.value);
+        if (step == Step::kProperty && line.is("TZID")) name_ = unescaped(trimmed(line.value));
         return;
     }
     if (step == Step::kBegin) {

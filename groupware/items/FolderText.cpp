@@ -22,7 +22,7 @@ void FolderText::add(std::string_view text) {
         const ContentLine& line = reader.line();
         if (step == Step::kBegin) begin = line.begin;
         if (step == Step::kProperty) {
-            if (line.is("TZID")) zone = trimmed(line.value);
+            if (line.is("TZID")) zone = unescaped(trimmed(line.value));
             if (const auto named = line.parameter("TZID")) item.bare.emplace(*named);
         }
         if (step != Step::kEnd) continue;

@@ -78,7 +78,7 @@ class TextSplitter::Reading {
         } else if (step == Step::kEnd) {
             splitter_.calendars_.back().zones.emplace(zone_, bytes(begin_, line));
         } else if (line.is("TZID")) {
-            zone_ = trimmed(line.value);
+            zone_ = unescaped(trimmed(line.value));
         }
     }
 
