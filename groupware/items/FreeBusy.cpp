@@ -37,15 +37,30 @@ int64_t msOf(const ContentLine& line, int64_t otherwise) {
 /// Busy times by how firm they are: 0 confirmed, 1 tentative.
 using BusyTimes = std::array<std::vector<BusyTime>, 2>;
 
-void addEvent(const CalendarObject& event, TimeRange range, int64_t& steps, BusyTimes& times) {
+/// Which of them an event's component belongs to; nothing when it takes nobody's time. What the
+/// account has not answered yet, or not for sure, counts as tentative.
+std::optional<size_t> firmness(const CalendarComponent& component, std::string_view address) {
+    if (component.transparent || component.status == "CANCELLED") return std::nullopt;
+    const auto self = std::ranges::find_if(component.attendees, [&](const CalendarUser& user) {
+        return equalNames(user.address, address);
+    });
+    const uint16_t answer =
+        self == component.attendees.end() ? uint16_t{STORE_PARTSTAT_NONE} : self->status;
+    if (answer == STORE_PARTSTAT_DECLINED) return std::nullopt;
+    const bool open = answer == STORE_PARTSTAT_TENTATIVE || answer == STORE_PARTSTAT_NEEDS_ACTION;
+    return open || component.status == "TENTATIVE" ? 1 : 0;
+}
+
+void addEvent(const CalendarObject& event, std::string_view address, TimeRange range,
+              int64_t& steps, BusyTimes& times) {
     const int64_t given = std::min(steps, kEventSteps);
     StepBudget budget(given);
     eachOccurrence(event, range, budget, [&](const Occurrence& occurrence) {
-        const CalendarComponent& component = *occurrence.component;
-        if (component.transparent || component.status == "CANCELLED") return true;
+        const auto list = firmness(*occurrence.component, address);
+        if (!list) return true;
         const int64_t start = std::max(occurrence.startMs, range.fromMs);
         const int64_t end = std::min(occurrence.endMs, range.toMs);
-        if (start < end) times[component.status == "TENTATIVE" ? 1 : 0].push_back({start, end});
+        if (start < end) times[*list].push_back({start, end});
         return budget.take();
     });
     steps -= given - budget.left();
@@ -65,7 +80,8 @@ void merge(std::vector<BusyTime>& times) {
     times = std::move(merged);
 }
 
-BusyTimes busyTimes(Database& database, FolderKey folder, TimeRange range) {
+BusyTimes busyTimes(Database& database, FolderKey folder, std::string_view address,
+                    TimeRange range) {
     BusyTimes times;
     int64_t steps = kReplySteps;
     std::vector<int64_t> numbers;
@@ -76,7 +92,7 @@ BusyTimes busyTimes(Database& database, FolderKey folder, TimeRange range) {
         if (!item) continue;
         std::string problem;
         const auto event = CalendarObject::parse(ItemKind::kEvent, item->text, problem);
-        if (event) addEvent(*event, range, steps, times);
+        if (event) addEvent(*event, address, range, steps, times);
     }
     for (auto& list : times) merge(list);
     return times;
@@ -141,7 +157,7 @@ int32_t freeBusyReply(Engine& engine, const FreeBusyRequest& request, std::strin
     if (!account) return STORE_NOT_LOCAL;
     const auto folder = engine.database().defaultFolder(account->id, ItemKind::kEvent);
     BusyTimes times;
-    if (folder) times = busyTimes(engine.database(), folder->key, request.range);
+    if (folder) times = busyTimes(engine.database(), folder->key, account->address, request.range);
     const auto index = static_cast<size_t>(found - request.recipients.begin());
     reply = replyText(request, request.attendeeLines[index], times);
     return STORE_OK;

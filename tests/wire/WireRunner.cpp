@@ -101,6 +101,8 @@ class Runner {
                 closedAfter_ = std::stoul(words[1]);
             } else if (words[0] == "token" && words.size() == 4) {
                 captures_[words[3]] = store_.accessToken(words[1], words[2]);
+            } else if (words[0] == "message" && words.size() == 3) {
+                captures_[words[2]] = store_.onlyMessage(words[1]);
             } else if (!store_.run(command)) {
                 throw WireError("no such command, or not its number of words: " + words[0]);
             }

@@ -168,6 +168,14 @@ bool WireStore::run(const Command& command) {
     return true;
 }
 
+std::string WireStore::onlyMessage(const std::string& address) {
+    auto names = platform::listDirectory(engine_->mailDirectory(account(address)));
+    std::erase_if(names, [](const std::string& name) { return !name.ends_with(".eml"); });
+    if (names.size() != 1)
+        throw WireError(std::to_string(names.size()) + " messages for " + address);
+    return names[0];
+}
+
 std::string WireStore::readLog() const {
     const std::string file = platform::readProfileText(directory() + "\\Webstrand\\Webstrand.ini",
                                                        "Other", "LatestWebDAVLogFile", "", 1024);

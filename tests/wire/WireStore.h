@@ -27,6 +27,9 @@ class WireStore {
     /// The folder's read-only token, made if there is none.
     std::string accessToken(const std::string& address, const std::string& name);
 
+    /// The name of the one message file in the account's directory; WireError unless it is one.
+    std::string onlyMessage(const std::string& address);
+
     /// The text of the module's log file; only whole after the module was shut down.
     std::string readLog() const;
 
