@@ -27,6 +27,14 @@ inline std::string upperName(std::string_view name) {
     return upper;
 }
 
+inline std::string lowerName(std::string_view name) {
+    std::string lower(name);
+    for (char& c : lower) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    }
+    return lower;
+}
+
 inline std::string_view trimmed(std::string_view text) {
     constexpr std::string_view kBlanks = " \t\r\n";
     const size_t first = text.find_first_not_of(kBlanks);

@@ -15,6 +15,11 @@ std::string_view withoutLineEnd(std::string_view line) {
 
 }  // namespace
 
+char lineEndIn(std::string_view text) {
+    const bool lineFeeds = text.find('\n') != std::string_view::npos;
+    return lineFeeds || text.find('\r') == std::string_view::npos ? '\n' : '\r';
+}
+
 size_t findUnquoted(std::string_view text, std::string_view characters, size_t from) {
     bool quoted = false;
     for (size_t i = from; i < text.size(); ++i) {
@@ -72,7 +77,7 @@ std::string unescaped(std::string_view value) {
     return text;
 }
 
-LineReader::LineReader(std::string_view text) : text_(text) {
+LineReader::LineReader(std::string_view text) : text_(text), lineEnd_(lineEndIn(text)) {
     if (text_.starts_with(kByteOrderMark)) position_ = kByteOrderMark.size();
 }
 
@@ -94,8 +99,8 @@ std::string_view LineReader::unfold() {
     std::string_view first;
     bool folded = false;
     do {
-        const size_t lineFeed = text_.find('\n', position_);
-        const size_t end = lineFeed == std::string_view::npos ? text_.size() : lineFeed + 1;
+        const size_t last = text_.find(lineEnd_, position_);
+        const size_t end = last == std::string_view::npos ? text_.size() : last + 1;
         std::string_view part = withoutLineEnd(text_.substr(position_, end - position_));
         if (position_ == line_.begin) {
             first = part;

@@ -1,8 +1,9 @@
 // Reading iCalendar and vCard texts line by line, as clients really write them.
 //
-// Lines end in CRLF or LF, the last may lack its end; folded lines are joined; a byte order mark is
-// skipped. What a reader hands out says where it stands in the text, so that one property can be
-// changed there and nothing else. Time is linear in the text, memory is that of its longest line.
+// Lines end in CRLF or LF, or in CR where a text has no LF; the last may lack its end; folded lines
+// are joined; a byte order mark is skipped. What a reader hands out says where it stands in the
+// text, so that one property can be changed there and nothing else. Time is linear in the text,
+// memory is that of its longest line.
 #pragma once
 
 #include <array>
@@ -32,6 +33,9 @@ struct ContentLine {
 /// keeps its quotes. False when the list is empty.
 bool cutParameter(std::string_view& parameters, std::string_view& name, std::string_view& value);
 
+/// The last character of the text's lines: LF, or CR in a text without any LF.
+char lineEndIn(std::string_view text);
+
 /// Where the first of the characters stands outside of quotes, or npos.
 size_t findUnquoted(std::string_view text, std::string_view characters, size_t from = 0);
 
@@ -53,6 +57,7 @@ class LineReader {
     void divide(std::string_view whole);
 
     std::string_view text_;
+    char lineEnd_;
     size_t position_ = 0;
     std::string unfolded_;
     ContentLine line_;

@@ -72,10 +72,11 @@ bool isUtf8(std::string_view text) {
 }
 
 std::string unfolded(std::string_view lines) {
+    const char lineEnd = lineEndIn(lines);
     std::string whole;
     while (!lines.empty()) {
-        const size_t lineFeed = std::min(lines.find('\n'), lines.size() - 1);
-        std::string_view part = lines.substr(0, lineFeed + 1);
+        const size_t last = std::min(lines.find(lineEnd), lines.size() - 1);
+        std::string_view part = lines.substr(0, last + 1);
         lines.remove_prefix(part.size());
         while (part.ends_with('\n') || part.ends_with('\r')) part.remove_suffix(1);
         whole.append(part);
@@ -85,7 +86,9 @@ std::string unfolded(std::string_view lines) {
 }
 
 std::string_view lineEndOf(std::string_view text, const ContentLine& line) {
-    return text.substr(line.begin, line.end - line.begin).ends_with("\r\n") ? "\r\n" : "\n";
+    const std::string_view bytes = text.substr(line.begin, line.end - line.begin);
+    if (bytes.ends_with("\r\n")) return "\r\n";
+    return bytes.ends_with('\r') ? "\r" : "\n";
 }
 
 /// A property to set: the line that is there is replaced, a missing one put first.

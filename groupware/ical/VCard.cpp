@@ -37,10 +37,57 @@ bool isInline(const ContentLine& line) {
                                [&](std::string_view name) { return equalNames(name, line.name); });
 }
 
-std::string head(const ContentLine& line) {
+/// Properties that version 3.0 has under names that clients made up.
+struct Renamed {
+    std::string_view three;
+    std::string_view four;
+};
+constexpr std::array kRenamed = {
+    Renamed{"X-ADDRESSBOOKSERVER-KIND", "KIND"},
+    Renamed{"X-ADDRESSBOOKSERVER-MEMBER", "MEMBER"},
+};
+
+/// The line's group and its name in the other version.
+std::string head(const ContentLine& line, std::string_view Renamed::*from,
+                 std::string_view Renamed::*to) {
     std::string text(line.group);
     if (!text.empty()) text += '.';
-    return text.append(line.name);
+    const auto renamed = std::ranges::find_if(
+        kRenamed, [&](const Renamed& each) { return equalNames(each.*from, line.name); });
+    return text.append(renamed == kRenamed.end() ? line.name : (*renamed).*to);
+}
+
+/// The media type that a TYPE value stands for; pictures are told by what they are alone.
+std::string mediaOf(const ContentLine& line, std::string_view type) {
+    const auto known = std::ranges::find_if(
+        kMedia, [&](const Media& each) { return equalNames(each.type, type); });
+    if (known != kMedia.end()) return std::string(known->media);
+    const bool picture = equalNames(line.name, "PHOTO") || equalNames(line.name, "LOGO");
+    return picture && !type.empty() ? "image/" + lowerName(type) : std::string();
+}
+
+std::string typeOf(std::string_view media) {
+    const auto known = std::ranges::find_if(
+        kMedia, [&](const Media& each) { return equalNames(each.media, media); });
+    if (known != kMedia.end()) return std::string(known->type);
+    return media.starts_with("image/") ? upperName(media.substr(6)) : std::string();
+}
+
+/// Cuts PREF out of a list of types; true when it was there.
+bool cutPreference(std::string_view list, std::string& others) {
+    const bool quoted = list.size() >= 2 && list.front() == '"' && list.back() == '"';
+    if (quoted) list = list.substr(1, list.size() - 2);
+    bool preferred = false;
+    while (!list.empty()) {
+        const std::string_view type = cutFirst(list, ',');
+        if (equalNames(trimmed(type), "PREF")) {
+            preferred = true;
+        } else {
+            others.append(others.empty() ? "" : ",").append(type);
+        }
+    }
+    if (quoted && others.find(',') != std::string::npos) others = '"' + others + '"';
+    return preferred;
 }
 
 void addParameter(std::string& text, std::string_view name, std::string_view value) {
@@ -49,21 +96,20 @@ void addParameter(std::string& text, std::string_view name, std::string_view val
 
 /// A line of version 3.0 as version 4.0 writes it.
 std::string upgraded(const ContentLine& line) {
-    std::string text = head(line);
+    std::string text = head(line, &Renamed::three, &Renamed::four);
     std::string_view rest = line.parameters;
     std::string_view name;
     std::string_view value;
-    std::string_view media;
+    std::string media;
     bool encoded = false;
     while (cutParameter(rest, name, value)) {
         const bool type = equalNames(name, "TYPE");
         if (equalNames(name, "ENCODING")) {
             encoded = equalNames(value, "B") || equalNames(value, "BASE64");
         } else if (type && isInline(line)) {
-            const auto known = std::ranges::find_if(
-                kMedia, [&](const Media& each) { return equalNames(each.type, value); });
-            if (known != kMedia.end()) media = known->media;
-        } else if (type && equalNames(value, "PREF")) {
+            media = mediaOf(line, value);
+        } else if (std::string others; type && cutPreference(value, others)) {
+            if (!others.empty()) addParameter(text, "TYPE", others);
             addParameter(text, "PREF", "1");
         } else if (!equalNames(name, "CHARSET") &&
                    !(equalNames(name, "VALUE") && equalNames(value, "BINARY"))) {
@@ -74,19 +120,24 @@ std::string upgraded(const ContentLine& line) {
         if (!media.empty()) addParameter(text, "MEDIATYPE", media);
         return text.append(":").append(line.value);
     }
-    text.append(":data:").append(media.empty() ? "application/octet-stream" : media);
+    if (media.empty()) media = "application/octet-stream";
+    text.append(":data:").append(media);
     return text.append(";base64,").append(trimmed(line.value));
 }
 
 /// A line of version 4.0 as version 3.0 writes it.
 std::string downgraded(const ContentLine& line) {
-    std::string text = head(line);
+    constexpr std::string_view kPhone = "tel:";
+    const bool phone = equalNames(line.name, "TEL") && startsWithName(line.value, kPhone);
+    std::string text = head(line, &Renamed::four, &Renamed::three);
     std::string_view rest = line.parameters;
     std::string_view name;
     std::string_view value;
     while (cutParameter(rest, name, value)) {
         if (equalNames(name, "PREF")) {
-            addParameter(text, "TYPE", "PREF");
+            if (value == "1") addParameter(text, "TYPE", "PREF");
+        } else if (phone && equalNames(name, "VALUE")) {
+            continue;
         } else if (!(isInline(line) && equalNames(name, "MEDIATYPE"))) {
             addParameter(text, name, value);
         }
@@ -94,13 +145,11 @@ std::string downgraded(const ContentLine& line) {
     constexpr std::string_view kBase64 = ";base64,";
     const size_t data = line.value.find(kBase64);
     if (!isInline(line) || !startsWithName(line.value, "data:") || data == std::string_view::npos) {
-        return text.append(":").append(line.value);
+        return text.append(":").append(line.value.substr(phone ? kPhone.size() : 0));
     }
     addParameter(text, "ENCODING", "b");
-    const std::string_view media = line.value.substr(5, data - 5);
-    const auto known = std::ranges::find_if(
-        kMedia, [&](const Media& each) { return equalNames(each.media, media); });
-    if (known != kMedia.end()) addParameter(text, "TYPE", known->type);
+    const std::string type = typeOf(line.value.substr(5, data - 5));
+    if (!type.empty()) addParameter(text, "TYPE", type);
     return text.append(":").append(line.value.substr(data + kBase64.size()));
 }
 
@@ -120,6 +169,8 @@ std::optional<VCard> VCard::parse(std::string_view text, std::string& problem) {
         if (!problem.empty()) return std::nullopt;
         if (step != Step::kProperty || reader.depth() != 1) continue;
         if (reader.line().is("UID")) card->uid = trimmed(reader.line().value);
+        if (equalNames(reader.line().name, "N")) card->hasName = true;
+        if (equalNames(reader.line().name, "FN")) card->fullName = trimmed(reader.line().value);
         if (reader.line().is("VERSION")) card->version = trimmed(reader.line().value);
     }
     if (!card) problem = "there is no vCard in the text";
@@ -131,7 +182,8 @@ std::optional<VCard> VCard::parse(std::string_view text, std::string& problem) {
 std::string vCardAs(std::string_view text, std::string_view version) {
     std::string problem;
     const auto card = VCard::parse(text, problem);
-    if (!card || card->version == version) return std::string(text);
+    const bool known = card && (card->version == "3.0" || card->version == "4.0");
+    if (!known || card->version == version) return std::string(text);
     std::string result;
     result.reserve(text.size() + text.size() / 16);
     LineReader lines(text);
@@ -140,6 +192,10 @@ std::string vCardAs(std::string_view text, std::string_view version) {
         const std::string_view own = text.substr(line.begin, line.end - line.begin);
         if (line.is("VERSION")) {
             result += foldedLine("VERSION:" + std::string(version), "\r\n");
+            // Version 3.0 knows no card without a name in parts.
+            if (version == "3.0" && !card->hasName) {
+                result += foldedLine("N:" + card->fullName + ";;;;", "\r\n");
+            }
             continue;
         }
         std::string changed = version == "4.0" ? upgraded(line) : downgraded(line);

@@ -48,6 +48,10 @@ std::optional<ItemFacts> readItem(ItemKind kind, std::string_view text, std::str
         problem = "the text is too long";
         return std::nullopt;
     }
+    if (text.find('\0') != std::string_view::npos) {
+        problem = "the text holds a NUL";
+        return std::nullopt;
+    }
     ItemFacts facts;
     if (kind == ItemKind::kContact) {
         const auto card = VCard::parse(text, problem);

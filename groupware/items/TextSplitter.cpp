@@ -18,6 +18,10 @@ constexpr std::string_view kProduct = "PRODID:-//Corvane//CVWebDAV//EN\r\n";
 }  // namespace
 
 void appendLines(std::string& text, std::string_view lines) {
+    if (lineEndIn(lines) == '\r') {
+        while (!lines.empty()) text.append(cutFirst(lines, '\r')).append("\r\n");
+        return;
+    }
     text.append(lines);
     if (!lines.ends_with('\n')) text.append("\r\n");
 }

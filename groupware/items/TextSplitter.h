@@ -51,7 +51,8 @@ class TextSplitter {
     std::string problem_;
 };
 
-/// Adds bytes that are whole lines; the last one gets its end when it lacks one.
+/// Adds bytes that are whole lines, so that lines of other texts can follow: the last one gets its
+/// end when it lacks one, and lines that end in CR alone get LF too.
 void appendLines(std::string& text, std::string_view lines);
 
 }  // namespace groupware

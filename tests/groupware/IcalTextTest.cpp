@@ -1,3 +1,4 @@
+#include <array>
 #include <string>
 #include <vector>
 
@@ -125,6 +126,32 @@ TEST(IcalText, VCardsChangeTheirVersionAndNothingElse) {
     EXPECT_EQ(vCardAs(four, "3.0"),
               "BEGIN:VCARD\nVERSION:3.0\r\nN:a;b\nTEL;TYPE=HOME,VOICE;TYPE=PREF:1\r\n"
               "item1.X-ABLABEL:odd\nPHOTO;ENCODING=b;TYPE=JPEG:QUJD\r\nNOTE:n\r\nEND:VCARD\n");
+    // Version 3.0, version 4.0, and what comes back from there.
+    const std::array<std::string, 3> lines[] = {
+        {"N:a;b", "N:a;b", "N:a;b"},
+        {"item1.TEL;TYPE=\"home,pref\":1", "item1.TEL;TYPE=home;PREF=1:1",
+         "item1.TEL;TYPE=home;TYPE=PREF:1"},
+        {"X-ADDRESSBOOKSERVER-KIND:group", "KIND:group", "X-ADDRESSBOOKSERVER-KIND:group"},
+        {"X-ADDRESSBOOKSERVER-MEMBER:urn:uuid:1", "MEMBER:urn:uuid:1",
+         "X-ADDRESSBOOKSERVER-MEMBER:urn:uuid:1"},
+        {"PHOTO;ENCODING=BASE64;TYPE=WEBP:QUJD", "PHOTO:data:image/webp;base64,QUJD",
+         "PHOTO;ENCODING=b;TYPE=WEBP:QUJD"},
+        {"LOGO;VALUE=uri;TYPE=PNG:http://x", "LOGO;VALUE=uri;MEDIATYPE=image/png:http://x",
+         "LOGO;VALUE=uri:http://x"},
+        {"KEY;ENCODING=b:QQ==", "KEY:data:application/octet-stream;base64,QQ==",
+         "KEY;ENCODING=b:QQ=="},
+    };
+    const auto card = [](const std::string& version, const std::string& line) {
+        return "BEGIN:VCARD\r\nVERSION:" + version + "\r\n" + line + "\r\nN:x\r\nEND:VCARD\r\n";
+    };
+    for (const auto& [older, newer, back] : lines) {
+        EXPECT_EQ(vCardAs(card("3.0", older), "4.0"), card("4.0", newer));
+        EXPECT_EQ(vCardAs(card("4.0", newer), "3.0"), card("3.0", back));
+        EXPECT_EQ(vCardAs(card("2.1", older), "3.0"), card("2.1", older));
+    }
+    EXPECT_EQ(vCardAs("BEGIN:VCARD\nVERSION:4.0\nFN:A B\nTEL;VALUE=uri;PREF=2:tel:+1\nEND:VCARD\n",
+                      "3.0"),
+              "BEGIN:VCARD\nVERSION:3.0\r\nN:A B;;;;\r\nFN:A B\nTEL:+1\r\nEND:VCARD\n");
     std::string problem;
     EXPECT_FALSE(VCard::parse(three + three, problem));
     EXPECT_FALSE(VCard::parse("BEGIN:VCALENDAR\nEND:VCALENDAR\n", problem));
