@@ -250,8 +250,8 @@ void Scan::offer(const Occurrence& occurrence) {
 /// The last time of a rule, on the wall; nothing when there is none in sight.
 std::optional<WallSeconds> lastOf(const RecurrenceRule& rule, WallSeconds start) {
     if (rule.until) return std::max(start, rule.until->wall + kSecondsPerDay);
-    if (rule.count == 0) return std::nullopt;
     constexpr int64_t kCountSteps = 20'000;
+    if (rule.count == 0 || rule.count > kCountSteps) return std::nullopt;
     StepBudget budget(kCountSteps);
     RuleWalk walk(rule, start, start, INT64_MAX, budget);
     WallSeconds last = start;
