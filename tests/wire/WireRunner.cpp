@@ -8,7 +8,6 @@
 #include <optional>
 #include <utility>
 
-#include "platform/DynamicLibrary.h"
 #include "tests/wire/WireLog.h"
 #include "tests/wire/WirePattern.h"
 #include "tests/wire/WireScript.h"
@@ -138,10 +137,7 @@ class Runner {
     }
 
     void runExchange(const Exchange& exchange) {
-        if (!server_) {
-            server_ =
-                std::make_unique<WireServer>(platform::programDirectory() + "..\\lib\\CVWebDAV");
-        }
+        if (!server_) server_ = std::make_unique<WireServer>();
         try {
             Request request = requestOf(exchange);
             const std::string answer = server_->call(request);

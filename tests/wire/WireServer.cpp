@@ -107,8 +107,9 @@ BOOL WINAPI serverSupport(HCONN connection, DWORD request, LPVOID buffer, LPDWOR
 
 }  // namespace
 
-WireServer::WireServer(std::string_view modulePath) {
-    if (library_.load(modulePath) != 0) throw WireError(library_.problem());
+WireServer::WireServer() {
+    if (library_.load(platform::programDirectory() + "..\\lib\\CVWebDAV") != 0)
+        throw WireError(library_.problem());
     const auto start = library_.function<PFN_GETEXTENSIONVERSION>("GetExtensionVersion");
     HSE_VERSION_INFO version{};
     if (start == nullptr || start(&version) == FALSE) {

@@ -25,8 +25,8 @@ struct Request {
 
 class WireServer {
   public:
-    /// Loads the module and starts it up.
-    explicit WireServer(std::string_view modulePath);
+    /// Loads the module of this build and starts it up.
+    WireServer();
     /// Shuts it down when that has not been done.
     ~WireServer();
     WireServer(const WireServer&) = delete;

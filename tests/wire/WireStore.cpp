@@ -99,6 +99,11 @@ WireStore::WireStore() {
     paths_ = groupware::DataPaths::below(platform::fromNativePath(native));
     std::string libraries = platform::programDirectory() + "..\\lib";
     require(groupware::initDataDirectory(paths_, "example.test", libraries));
+    const std::string doubled = libraries + "\\StoreDouble.so";
+    for (const char* name : {"\\bin\\CVUser.so", "\\bin\\CVCalendar.so"}) {
+        if (!platform::linkFile(doubled, directory() + name)) throw WireError("cannot link it");
+    }
+    if (double_.load(doubled) != 0) throw WireError(double_.problem());
     platform::useRegistryFile(directory() + "\\registry.ini");
     platform::writeProfileText(directory() + "\\Webstrand\\Webstrand.ini", "WebDAV", "LogLevel",
                                "1");

@@ -6,13 +6,15 @@
 #include <string>
 
 #include "groupware/engine/Engine.h"
+#include "platform/DynamicLibrary.h"
 #include "tests/wire/WireScript.h"
 
 namespace wire {
 
 class WireStore {
   public:
-    /// Makes the data directory with the domain example.test, and makes it this process's.
+    /// Makes the data directory with the domain example.test and the store double for its
+    /// libraries, and makes it this process's.
     WireStore();
     ~WireStore();
     WireStore(const WireStore&) = delete;
@@ -30,6 +32,9 @@ class WireStore {
     /// The name of the one message file in the account's directory; WireError unless it is one.
     std::string onlyMessage(const std::string& address);
 
+    /// The library that tests tell to fail, see tests/double.
+    const platform::DynamicLibrary& storeDouble() const { return double_; }
+
     /// The text of the module's log file; only whole after the module was shut down.
     std::string readLog() const;
 
@@ -38,6 +43,7 @@ class WireStore {
     groupware::FolderRow folder(const std::string& address, const std::string& name);
     void importText(const std::string& address, const std::string& name, const std::string& text);
 
+    platform::DynamicLibrary double_;
     groupware::DataPaths paths_;
     std::unique_ptr<groupware::Engine> engine_;
 };
