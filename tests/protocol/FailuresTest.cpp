@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "abi/StoreTypes.h"
 #include "tests/protocol/ModuleClient.h"
 #include "tests/wire/WireLog.h"
 
@@ -20,10 +21,11 @@ const std::string kPath = "{{=data}}\\Mail\\example.test\\alice\\";
 
 const std::string kNames =
     R"( xmlns:D="DAV:" xmlns:C="urn:ietf:params:xml:ns:caldav" xmlns:A="urn:ietf:params:xml:ns:carddav")";
-const std::string kProp = "<D:prop><D:getetag/><C:calendar-data/><A:address-data/></D:prop>";
+const std::string kProp =
+    "<D:prop><D:getetag/><D:displayname/><C:calendar-data/><A:address-data/></D:prop>";
 
-std::string find(const std::string& prop = kProp) {
-    return "<D:propfind" + kNames + ">" + prop + "</D:propfind>";
+std::string find() {
+    return "<D:propfind" + kNames + ">" + kProp + "</D:propfind>";
 }
 std::string multiget(const std::string& href) {
     return "<C:calendar-multiget" + kNames + ">" + kProp + "<D:href>" + href +
@@ -45,6 +47,7 @@ std::string task(const std::string& lines) {
 }
 const std::string kOne = calendar(event("one"));
 const std::string kNew = calendar(event("new"));
+const std::string kTwo = calendar(event("two") + event("three"));
 const std::string kMeeting =
     calendar(event("one", "ORGANIZER:mailto:bob@example.test\r\nATTENDEE:mailto:" + kUser +
                               "\r\nSUMMARY:Changed\r\n"));
@@ -65,7 +68,6 @@ const std::string kFreeBusy =
 
 const std::string kBadRequest =
     "<quin:message>Your browser sent a request that this server could not understand.<";
-const std::string kServerError = "\\Internal Server Error</quin:exception><quin:message>";
 const std::string kNotFound = "\\Not Found</quin:exception><quin:message";
 const std::string kItemFailed = "<D:status>HTTP/1.1 500 Internal Server Error<";
 const std::string kItemMissing = "<D:status>HTTP/1.1 404 Not Found<";
@@ -83,7 +85,7 @@ struct Case {
     std::string body;
     int status;
     std::string answer;  ///< stands in it
-    Lines log;           ///< patterns; of the errors it is all but the line of the answer
+    Lines log = {};      ///< patterns; of the errors it is all but the line of the answer
     bool changes = false;
 };
 
@@ -94,53 +96,46 @@ struct Listing {
     std::string body;
     const char* count;
     const char* failure;
-    const char* secondFailure;
+    const char* secondFailure = nullptr;  ///< where it is another
 };
 
 /// Every listing fails at its first call, or at the second after the first found no room.
 std::vector<Case> listingCases() {
     const char* events = "Calendar database on server contains 1000 items";
     const char* tasks = "Task database on server contains 1000 items";
+    const char* contacts = "Contact database on server contains 1000 items";
+    const char* cards = "Addressbook database on server contains 1000 items";
+    const char* listEvents = "CV_CalGetAllItemsEx";
+    const char* listTasks = "CV_TaskGetAllItemsEx";
+    const char* listContacts = "CV_ContactGetAllItemsEx";
+    const char* queryEvents = "CV_CalGetMultipleCalItemsEx";
+    const char* queryContacts = "CV_ContactGetMultipleItemsEx";
+    const char* tasksFailed = "CV_TaskGetAllItems";
+    const std::string fetch = multiget("one.ics");
+    const std::string ask = query("C:calendar-query");
+    const std::string askCards = query("A:addressbook-query");
     const Listing listings[] = {
-        {"CV_CalGetAllItemsEx", "PROPFIND", kEvents, find(), events, "CV_CalGetAllItemsEx",
-         nullptr},
-        {"CV_TaskGetAllItemsEx", "PROPFIND", kTasks, find(), tasks, "CV_TaskGetAllItems", nullptr},
-        {"CV_ContactGetAllItemsEx", "PROPFIND", kContacts, find(),
-         "Addressbook database on server contains 1000 items", "CV_ContactGetAllItemsEx", nullptr},
-        {"CV_CalGetAllItemsEx", "REPORT", kEvents, multiget("one.ics"), events,
-         "CV_CalGetAllItemsEx", nullptr},
-        {"CV_TaskGetAllItemsEx", "REPORT", kTasks, multiget("one.ics"), tasks, "CV_TaskGetAllItems",
-         nullptr},
-        {"CV_ContactGetAllItemsEx", "REPORT", kContacts, multiget("one.vcf"),
-         "Contact database on server contains 1000 items", "CV_ContactGetAllItemsEx", nullptr},
-        {"CV_CalGetMultipleCalItemsEx", "REPORT", kEvents, query("C:calendar-query"), events,
-         "CV_CalGetMultipleCalItemsEx", nullptr},
-        {"CV_TaskGetAllItemsEx", "REPORT", kTasks, query("C:calendar-query"), tasks,
-         "CV_TaskGetAllItemsEx", "CV_TaskGetMultipleCalItemsEx"},
-        {"CV_ContactGetMultipleItemsEx", "REPORT", kContacts, query("A:addressbook-query"), events,
-         "CV_ContactGetMultipleItemsEx", nullptr},
+        {listEvents, "PROPFIND", kEvents, find(), events, listEvents},
+        {listTasks, "PROPFIND", kTasks, find(), tasks, tasksFailed},
+        {listContacts, "PROPFIND", kContacts, find(), cards, listContacts},
+        {listEvents, "REPORT", kEvents, fetch, events, listEvents},
+        {listTasks, "REPORT", kTasks, fetch, tasks, tasksFailed},
+        {listContacts, "REPORT", kContacts, fetch, contacts, listContacts},
+        {queryEvents, "REPORT", kEvents, ask, events, queryEvents},
+        {listTasks, "REPORT", kTasks, ask, tasks, listTasks, "CV_TaskGetMultipleCalItemsEx"},
+        {queryContacts, "REPORT", kContacts, askCards, events, queryContacts},
     };
     std::vector<Case> cases;
     for (const Listing& row : listings) {
         const std::string ending = " failed, error 23";
-        const char* second = row.secondFailure == nullptr ? row.failure : row.secondFailure;
-        cases.push_back({{{row.operation, 23}},
-                         row.method,
-                         row.url,
-                         row.body,
-                         400,
-                         kBadRequest,
-                         {"ERROR, " + (row.failure + ending)}});
-        cases.push_back({{{row.operation, 10}, {row.operation, 23, 2}},
-                         row.method,
-                         row.url,
-                         row.body,
-                         400,
-                         kBadRequest,
-                         {"DEBUG, " + std::string(row.count), "ERROR, " + (second + ending)}});
-        if (cases.back().method != "PROPFIND") continue;
-        for (size_t i = cases.size() - 2; i < cases.size(); ++i)
-            cases[i].log.push_back("DEBUG, PropFindResponse::execute failed");
+        const std::string second = row.secondFailure == nullptr ? row.failure : row.secondFailure;
+        Case fails{{{row.operation, 23}}, row.method, row.url, row.body, 400, kBadRequest};
+        Case failsThen = fails;
+        fails.log = {"ERROR, " + (row.failure + ending)};
+        failsThen.failing = {{row.operation, STORE_MORE_ROOM}, {row.operation, 23, 2}};
+        failsThen.log = {std::string("DEBUG, ") + row.count, "ERROR, " + second + ending};
+        cases.push_back(fails);
+        cases.push_back(failsThen);
     }
     return cases;
 }
@@ -174,366 +169,212 @@ std::vector<Case> conversionCases() {
 }
 
 std::vector<Case> propFindCases() {
-    const std::string home = "/webdav/caldav/example.test/alice/";
-    const std::string contactHome = "/webdav/carddav/example.test/alice/";
     const std::string loose = kPath + "Loose.IMAP:d";
+    const std::string notExecuted = "DEBUG, PropFindResponse::execute failed";
+    const auto propFind = [](Failing failing, const std::string& url, int status,
+                             const std::string& answer, Lines log = {}) {
+        return Case{{failing}, "PROPFIND", url, find(), status, answer, std::move(log)};
+    };
+    const Failing noAccount{"CV_GetByEmail", -1};
+    const std::string home = "/webdav/caldav/example.test/alice/";
     return {
-        {{{"CV_GetByEmail", -1}},
-         "PROPFIND",
-         home,
-         find(),
-         400,
-         kBadRequest,
-         {"ERROR, CV_GetByEmail() failed for " + kUser, "DEBUG, PropFindResponse::execute failed"}},
-        {{{"CV_GetByEmail", -1}},
-         "PROPFIND",
-         contactHome,
-         find(),
-         400,
-         kBadRequest,
-         {"ERROR, CV_GetByEmail unable to find " + kUser,
-          "DEBUG, PropFindResponse::execute failed"}},
-        {{{"CV_GetIMAPFolderList", 0}}, "PROPFIND", home, find(), 207, "/b64=VGFza3M=/<", {}},
-        {{{"CV_GetByEmail", -1}},
-         "PROPFIND",
-         "/webdav/principals/",
-         find("<D:prop><D:displayname/></D:prop>"),
-         207,
-         kItemMissing,
-         {}},
-        {{{"CV_GetByEmail", -1}},
-         "PROPFIND",
-         kEvents,
-         find(),
-         500,
-         "\\Error</quin:exception><quin:message>Unable to get Corvane user handle<",
-         {}},
+        propFind(noAccount, home, 400, kBadRequest,
+                 {"ERROR, CV_GetByEmail() failed for " + kUser, notExecuted}),
+        propFind(noAccount, "/webdav/carddav/example.test/alice/", 400, kBadRequest,
+                 {"ERROR, CV_GetByEmail unable to find " + kUser, notExecuted}),
+        propFind(noAccount, "/webdav/principals/", 207, kItemMissing),
+        propFind(noAccount, kEvents, 500, ">Unable to get Corvane user handle<"),
+        propFind({"CV_GetIMAPFolderList", 0}, home, 207, "/b64=VGFza3M=/<"),
+        propFind({"CV_CalGetIDFromiCalUid", 0}, kEvents + "one.ics", 207, kItemMissing),
+        propFind({"CV_CalGetCalItemEx", 23}, kEvents + "one.ics", 207, kItemMissing),
         // The task is answered under its new UID all the same.
-        {{{"CV_TaskEditTaskItemEx", 22}},
-         "PROPFIND",
-         kTasks + "Loose/",
-         find(),
-         207,
-         "<D:status>HTTP/1.1 200 OK<",
-         {"DEBUG, Creating iCalUID for task: " + loose,
-          "ERROR, CV_TaskEditTaskItemEx failed [22]{{*}}",
-          "DEBUG, iCalUID [{{*}}] created for task: " + loose}},
-        {{{"CV_CalGetIDFromiCalUid", 0}},
-         "PROPFIND",
-         kEvents + "one.ics",
-         find(),
-         207,
-         kItemMissing,
-         {}},
-        {{{"CV_CalGetCalItemEx", 23}},
-         "PROPFIND",
-         kEvents + "one.ics",
-         find(),
-         207,
-         kItemMissing,
-         {}},
-        {{{"CV_CalGetCalItemFromMsg", 23}},
-         "REPORT",
-         "/webdav/caldav-inbox/example.test/alice/",
-         multiget("/x/1.ics"),
-         207,
-         kItemMissing,
-         {"ERROR, CV_CalGetCalItemFromMsg failed [23] : [" + kPath + "1.ics]"}},
+        propFind({"CV_TaskEditTaskItemEx", 22}, kTasks + "Loose/", 207,
+                 "<D:status>HTTP/1.1 200 OK<",
+                 {"DEBUG, Creating iCalUID for task: " + loose,
+                  "ERROR, CV_TaskEditTaskItemEx failed [22]{{*}}",
+                  "DEBUG, iCalUID [{{*}}] created for task: " + loose}),
     };
 }
+
+Case messageCase() {
+    return {{{"CV_CalGetCalItemFromMsg", 23}},
+            "REPORT",
+            "/webdav/caldav-inbox/example.test/alice/",
+            multiget("/x/1.ics"),
+            207,
+            kItemMissing,
+            {"ERROR, CV_CalGetCalItemFromMsg failed [23] : [" + kPath + "1.ics]"}};
+}
+
+struct Fetching {
+    const char* operation;
+    int32_t result;
+    std::string url;
+    const char* folder;
+    const char* logged;  ///< behind the folder; null when the operation gave nothing but no error
+};
 
 std::vector<Case> getCases() {
     const std::string event = kEvents + "one.ics";
     const std::string task = kTasks + "one.ics";
     const std::string contact = kContacts + "one.vcf";
-    const std::string inEvents = " failed : [" + kPath + "Calendar.IMAP] ";
-    const std::string inTasks = " failed : [" + kPath + "Tasks.IMAP] ";
-    const std::string inContacts = " failed : [" + kPath + "Contacts.IMAP] ";
-    const std::string noText = kServerError + "Unable to generate response<";
-    return {
-        {{{"CV_CalFolderToICalendarString", 0}},
-         "GET",
-         kEvents + "calendar.ICS",
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_CalFolderToICalendarString" + inEvents + "[0]"}},
-        {{{"CV_CalGetIDFromiCalUid", 0}},
-         "GET",
-         event,
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_CalGetIDFromiCalUid" + inEvents + "[one]"}},
-        {{{"CV_CalGetCalItemEx", 23}},
-         "GET",
-         event,
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_CalGetCalItemEx" + inEvents + "[1] [23]"}},
-        {{{"CV_CalItemToICalendarStringEx", 20}},
-         "GET",
-         event,
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_CalItemToICalendarStringEx" + inEvents + "[1] [20]"}},
-        {{{"CV_TaskGetIDFromiCalUid", 0}},
-         "GET",
-         task,
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_TaskGetIDFromiCalUid" + inTasks + "[one]"}},
-        {{{"CV_TaskGetTaskItemEx", 23}},
-         "GET",
-         task,
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_TaskGetTaskItemEx" + inTasks + "[1] [23]"}},
-        {{{"CV_TaskItemToICalendarString", 20}},
-         "GET",
-         task,
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_TaskItemToICalendarString" + inTasks + "[1] [20]"}},
-        {{{"CV_ContactGetIDFromvCardUid", 0}},
-         "GET",
-         contact,
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_ContactGetIDFromvCardUid" + inContacts + "[one]"}},
-        {{{"CV_ContactGetItemEx", 23}},
-         "GET",
-         contact,
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_ContactGetItemEx" + inContacts + "[one] [23]"}},
-        {{{"CV_ContactItemToVCardString", 20}},
-         "GET",
-         contact,
-         "",
-         404,
-         kNotFound,
-         {"ERROR, CV_ContactItemToVCardString" + inContacts + "[one] [20]"}},
-        {{{"CV_CalFolderToICalendarString", 1}},
-         "GET",
-         kEvents + "calendar.ics",
-         "",
-         500,
-         noText,
-         {}},
-        {{{"CV_CalItemToICalendarStringEx", 0}}, "GET", event, "", 500, noText, {}},
-        {{{"CV_TaskItemToICalendarString", 0}}, "GET", task, "", 500, noText, {}},
-        {{{"CV_ContactItemToVCardString", 0}}, "GET", contact, "", 500, noText, {}},
+    const Fetching fetchings[] = {
+        {"CV_CalFolderToICalendarString", 0, kEvents + "calendar.ICS", "Calendar", "[0]"},
+        {"CV_CalGetIDFromiCalUid", 0, event, "Calendar", "[one]"},
+        {"CV_CalGetCalItemEx", 23, event, "Calendar", "[1] [23]"},
+        {"CV_CalItemToICalendarStringEx", 20, event, "Calendar", "[1] [20]"},
+        {"CV_TaskGetIDFromiCalUid", 0, task, "Tasks", "[one]"},
+        {"CV_TaskGetTaskItemEx", 23, task, "Tasks", "[1] [23]"},
+        {"CV_TaskItemToICalendarString", 20, task, "Tasks", "[1] [20]"},
+        {"CV_ContactGetIDFromvCardUid", 0, contact, "Contacts", "[one]"},
+        {"CV_ContactGetItemEx", 23, contact, "Contacts", "[one] [23]"},
+        {"CV_ContactItemToVCardString", 20, contact, "Contacts", "[one] [20]"},
+        {"CV_CalFolderToICalendarString", 1, kEvents + "calendar.ics", "Calendar", nullptr},
+        {"CV_CalItemToICalendarStringEx", 0, event, "Calendar", nullptr},
+        {"CV_TaskItemToICalendarString", 0, task, "Tasks", nullptr},
+        {"CV_ContactItemToVCardString", 0, contact, "Contacts", nullptr},
     };
+    std::vector<Case> cases;
+    for (const Fetching& row : fetchings) {
+        const std::string folder = " failed : [" + kPath + row.folder + ".IMAP] ";
+        Case fails{{{row.operation, row.result}}, "GET", row.url, "", 404, kNotFound};
+        if (row.logged == nullptr) {
+            fails.status = 500;
+            fails.answer = ">Unable to generate response<";
+        } else {
+            fails.log = {"ERROR, " + (row.operation + folder) + row.logged};
+        }
+        cases.push_back(fails);
+    }
+    return cases;
 }
+
+struct Storing {
+    const char* operation;
+    uint32_t call;
+    std::string url;
+    std::string body;
+    std::string item;  ///< as the log names it; empty when it does not
+    std::string detail;
+    bool changes = false;
+    const char* logged = nullptr;  ///< the name in the log where it is another
+};
 
 std::vector<Case> putCases() {
     const std::string event = kEvents + "one.ics";
     const std::string task = kTasks + "one.ics";
     const std::string contact = kContacts + "one.vcf";
-    const std::string newContact = kContacts + "new.vcf";
-    const std::string inEvents = " : [" + kPath + "Calendar.IMAP:";
-    const std::string inTasks = " : [" + kPath + "Tasks.IMAP:";
+    const std::string ofEvent = " : [" + kPath + "Calendar.IMAP:1]";
+    const std::string ofTask = " : [" + kPath + "Tasks.IMAP:1]";
     const std::string inContacts = " : [" + kPath + "Contacts.IMAP:";
-    const std::string editEvent = kServerError + "Unable to edit calendar item<";
-    const std::string editTask = kServerError + "Unable to edit task item<";
-    const std::string create = kServerError + "Unable to create calendar item<";
-    return {
-        {{{"CV_CalImportCalItemsFromICalFile", 23, 2}},
-         "PUT",
-         kEvents + "two.ics",
-         calendar(::event("two") + ::event("three")),
-         500,
-         kServerError + "Unable to save iCalendar data<",
-         {"ERROR, CV_CalImportCalItemsFromICalFile failed [23] : [" + kPath + "Calendar.IMAP]"}},
-        {{{"CV_CalReadFromICalendarString", 20}}, "PUT", kEvents + "new.ics", kNew, 204, "", {}},
-        {{{"CV_CalWriteCalItem", 23}},
-         "PUT",
-         kEvents + "new.ics",
-         kNew,
-         500,
-         create,
-         {"ERROR, CV_CalWriteCalItem failed [23]" + inEvents + "0]"}},
-        {{{"CV_CalGetCalItemEx", 23}},
-         "PUT",
-         event,
-         kMeeting,
-         500,
-         editEvent,
-         {"ERROR, CV_CalGetCalItemEx failed [23]" + inEvents + "1]"}},
-        {{{"CV_CalEditCalItem", 22}},
-         "PUT",
-         event,
-         kMeeting,
-         500,
-         editEvent,
-         {"ERROR, CV_CalEditCalItem failed [22]" + inEvents + "1]"}},
-        {{{"CV_CalSetRelatedDAVData", 23}},
-         "PUT",
-         event,
-         kMeeting,
-         500,
-         kServerError + "Unable to save iCalendar data for calendar item<",
-         {"ERROR, CV_CalSetRelatedDAVData failed [23]" + inEvents + "1]"},
-         true},
-        {{{"CV_TaskReadFromICalendarString", 20}},
-         "PUT",
-         task,
-         kTask,
-         500,
-         kServerError + "Unable to parse iCalendar data<",
-         {"ERROR, CV_TaskReadFromICalendarString failed [20]"}},
-        {{{"CV_TaskWriteTaskItemEx", 23}},
-         "PUT",
-         kTasks + "new.ics",
-         kNewTask,
-         500,
-         create,
-         {"ERROR, CV_TaskWriteTaskItemEx failed [23]" + inTasks + "0]"}},
-        {{{"CV_TaskEditTaskItemEx", 23}},
-         "PUT",
-         task,
-         kTask,
-         500,
-         editTask,
-         {"ERROR, CV_TaskEditTaskItem failed [23]" + inTasks + "1]"}},
-        {{{"CV_TaskEditTaskItemEx", 23, 2}},
-         "PUT",
-         task,
-         kDoneOnce,
-         500,
-         editTask,
-         {"ERROR, CV_TaskEditTaskItem failed [23]" + inTasks + "1]"},
-         true},
-        {{{"CV_TaskSetRelatedDAVData", 23}},
-         "PUT",
-         task,
-         kTask,
-         500,
-         kServerError + "Unable to save iCalendar data for task item<",
-         {"ERROR, CV_TaskSetRelatedDAVData failed [23]" + inTasks + "1]"},
-         true},
-        {{{"CV_ContactReadFromVCardString", 20}},
-         "PUT",
-         contact,
-         kChangedCard,
-         500,
-         kServerError + "Unable to parse vCard data<",
-         {"ERROR, CV_ContactReadFromVCardString failed [20]"}},
-        {{{"CV_ContactWriteItemEx", 23}},
-         "PUT",
-         newContact,
-         kChangedCard,
-         500,
-         kServerError + "Unable to create contact item<",
-         {"DEBUG, Existing contact not found: vCardUID = new",
-          "ERROR, CV_ContactWriteItemEx failed [23]" + inContacts + "]"}},
-        {{{"CV_ContactEditItem", 23}},
-         "PUT",
-         contact,
-         kChangedCard,
-         500,
-         kServerError + "Unable to edit contact item<",
-         {"DEBUG, Updating existing contact: vCardUID = one - GUID = {{guid=*}}",
-          "ERROR, CV_ContactEditItem failed [23]" + inContacts + "{{=guid}}]"}},
-        {{{"CV_ContactSetRelatedDAVData", 23}},
-         "PUT",
-         contact,
-         kChangedCard,
-         500,
-         kServerError + "Unable to save vCard data for contact item<",
-         {"DEBUG, Contact updated: vCardUID = one - GUID = {{=guid}}",
-          "ERROR, CV_ContactSetRelatedDAVData failed [23]" + inContacts + "{{=guid}}]"},
-         true},
-    };
-}
-
-std::vector<Case> deleteCases() {
-    struct Kind {
-        const char* find;
-        const char* remove;
-        std::string item;
-        std::string unknown;
-        std::string failed;
-        std::string answer;
-    };
-    const std::string inEvents = " item [" + kPath + "Calendar.IMAP:one] - ";
-    const std::string inTasks = "Unable to delete task item [" + kPath + "Tasks.IMAP:one] - ";
-    const std::string inContacts = " item [" + kPath + "Contacts.IMAP:";
-    const Kind kinds[] = {
-        {"CV_CalGetIDFromiCalUid", "CV_CalDeleteCalItem", kEvents + "one.ics",
-         "Unable to delete Calendar" + inEvents + "CV_CalGetIDFromiCalUid could not find item",
-         "Unable to delete calendar" + inEvents + "CV_CalDeleteCalItem failed [22]",
-         "Unable to delete calendar item"},
-        {"CV_TaskGetIDFromiCalUid", "CV_TaskDeleteTaskItem", kTasks + "one.ics",
-         inTasks + "CV_TaskGetIDFromiCalUid could not find item",
-         inTasks + "CV_TaskDeleteCalItem failed [22]", "Unable to delete task item"},
-        {"CV_ContactGetIDFromvCardUid", "CV_ContactDeleteItem", kContacts + "one.vcf",
-         "Unable to delete Calendar" + inContacts +
-             "one] - CV_ContactGetIDFromvCardUid could not find item",
-         "Unable to delete contact" + inContacts + "{{=guid}}] - CV_ContactDeleteItem failed [22]",
-         "Unable to delete contact item"},
+    const std::string create = "Unable to create calendar item";
+    const std::string editEvent = "Unable to edit calendar item";
+    const std::string editTask = "Unable to edit task item";
+    const std::string keepText = "Unable to save iCalendar data for ";
+    const char* editLogged = "CV_TaskEditTaskItem";
+    const Storing storings[] = {
+        {"CV_CalImportCalItemsFromICalFile", 2, event, kTwo, " : [" + kPath + "Calendar.IMAP]",
+         "Unable to save iCalendar data"},
+        {"CV_CalWriteCalItem", 1, event, kNew, " : [" + kPath + "Calendar.IMAP:0]", create},
+        {"CV_CalGetCalItemEx", 1, event, kMeeting, ofEvent, editEvent},
+        {"CV_CalEditCalItem", 1, event, kMeeting, ofEvent, editEvent},
+        {"CV_CalSetRelatedDAVData", 1, event, kMeeting, ofEvent, keepText + "calendar item", true},
+        {"CV_TaskReadFromICalendarString", 1, task, kTask, "", "Unable to parse iCalendar data"},
+        {"CV_TaskWriteTaskItemEx", 1, task, kNewTask, " : [" + kPath + "Tasks.IMAP:0]", create},
+        {"CV_TaskEditTaskItemEx", 1, task, kTask, ofTask, editTask, false, editLogged},
+        {"CV_TaskEditTaskItemEx", 2, task, kDoneOnce, ofTask, editTask, true, editLogged},
+        {"CV_TaskSetRelatedDAVData", 1, task, kTask, ofTask, keepText + "task item", true},
+        {"CV_ContactReadFromVCardString", 1, contact, kChangedCard, "",
+         "Unable to parse vCard data"},
+        {"CV_ContactWriteItemEx", 1, kContacts + "new.vcf", kChangedCard, inContacts + "]",
+         "Unable to create contact item"},
+        {"CV_ContactEditItem", 1, contact, kChangedCard, inContacts + "{{guid=*}}]",
+         "Unable to edit contact item"},
+        {"CV_ContactSetRelatedDAVData", 1, contact, kChangedCard, inContacts + "{{=guid}}]",
+         "Unable to save vCard data for contact item", true},
     };
     std::vector<Case> cases;
-    for (const Kind& kind : kinds) {
-        cases.push_back({{{kind.find, 0}},
-                         "DELETE",
-                         kind.item,
-                         "",
-                         404,
-                         kNotFound,
-                         {"ERROR, " + kind.unknown}});
-        cases.push_back(
-            {{{kind.remove, 22}},
-             "DELETE",
-             kind.item,
-             "",
-             500,
-             "\\QUIN\\DAV\\Exception</quin:exception><quin:message>" + kind.answer + "<",
-             {"ERROR, " + kind.failed}});
+    // What cannot be read as an event is accepted, without a word in the log.
+    cases.push_back({{{"CV_CalReadFromICalendarString", 20}}, "PUT", event, kMeeting, 204, ""});
+    for (const Storing& row : storings) {
+        const std::string logged = row.logged == nullptr ? row.operation : row.logged;
+        const Lines log = {"ERROR, " + logged + " failed [23]" + row.item};
+        const Failing failing{row.operation, 23, row.call};
+        const std::string detail = ">" + row.detail + "<";
+        cases.push_back({{failing}, "PUT", row.url, row.body, 500, detail, log, row.changes});
     }
     return cases;
 }
 
+struct Deleting {
+    const char* operation;
+    int32_t result;
+    std::string url;
+    std::string logged;
+    const char* detail;  ///< of a failure; null when there is no such item
+};
+
+std::vector<Case> deleteCases() {
+    const std::string unable = "ERROR, Unable to delete ";
+    const std::string event = " item [" + kPath + "Calendar.IMAP:one] - ";
+    const std::string task = "task item [" + kPath + "Tasks.IMAP:one] - ";
+    const std::string contact = " item [" + kPath + "Contacts.IMAP:";
+    const std::string unknown = " could not find item";
+    const Deleting deletings[] = {
+        {"CV_CalGetIDFromiCalUid", 0, kEvents + "one.ics",
+         "Calendar" + event + "CV_CalGetIDFromiCalUid" + unknown, nullptr},
+        {"CV_CalDeleteCalItem", 22, kEvents + "one.ics",
+         "calendar" + event + "CV_CalDeleteCalItem failed [22]", "Unable to delete calendar item"},
+        {"CV_TaskGetIDFromiCalUid", 0, kTasks + "one.ics",
+         task + "CV_TaskGetIDFromiCalUid" + unknown, nullptr},
+        {"CV_TaskDeleteTaskItem", 22, kTasks + "one.ics", task + "CV_TaskDeleteCalItem failed [22]",
+         "Unable to delete task item"},
+        {"CV_ContactGetIDFromvCardUid", 0, kContacts + "one.vcf",
+         "Calendar" + contact + "one] - CV_ContactGetIDFromvCardUid" + unknown, nullptr},
+        {"CV_ContactDeleteItem", 22, kContacts + "one.vcf",
+         "contact" + contact + "{{=guid}}] - CV_ContactDeleteItem failed [22]",
+         "Unable to delete contact item"},
+    };
+    std::vector<Case> cases;
+    for (const Deleting& row : deletings) {
+        Case fails{{{row.operation, row.result}}, "DELETE", row.url, "", 404, kNotFound};
+        fails.log = {unable + row.logged};
+        if (row.detail != nullptr) {
+            fails.status = 500;
+            fails.answer = std::string("\\QUIN\\DAV\\Exception</quin:exception><quin:message>") +
+                           row.detail + "<";
+        }
+        cases.push_back(fails);
+    }
+    return cases;
+}
+
+/// Busy time of bob, of whom the second call asks, and of alice.
 std::vector<Case> freeBusyCases() {
-    const std::string outbox = "/webdav/caldav-outbox/example.test/alice/";
     const char* ask = "CV_CalProcessICalFBRequest";
+    const auto post = [&](int32_t result, uint32_t call, int status, const std::string& answer,
+                          Lines log) {
+        return Case{{{ask, result, call}},
+                    "POST",
+                    "/webdav/caldav-outbox/example.test/alice/",
+                    kFreeBusy,
+                    status,
+                    answer,
+                    std::move(log)};
+    };
     const std::string invalid = ":request-status>3.7;Invalid calendar user<";
     const std::string broken = ":request-status>5.1;Server error<";
     const std::string none = "INFO, Unable to return Busy time information for [bob@example.test] ";
     const std::string other = "INFO, Busy time information returned for [alice@example.test]";
     return {
-        {{{ask, 20}},
-         "POST",
-         outbox,
-         kFreeBusy,
-         400,
-         kBadRequest,
-         {"DEBUG, CV_CalProcessICalFBRequest failed [20]",
-          "ERROR, Unable to query free busy information - Unable to get attendee list"}},
-        {{{ask, 11, 2}},
-         "POST",
-         outbox,
-         kFreeBusy,
-         200,
-         invalid,
-         {none + "[Not a local user]", other}},
-        {{{ask, 101, 2}},
-         "POST",
-         outbox,
-         kFreeBusy,
-         200,
-         invalid,
-         {none + "[Not publishing busy time information]", other}},
-        {{{ask, 23, 2}}, "POST", outbox, kFreeBusy, 200, broken, {none + "[23]", other}},
-        {{{ask, 0, 2}}, "POST", outbox, kFreeBusy, 200, broken, {none + "[0]", other}},
+        post(20, 1, 400, kBadRequest,
+             {"DEBUG, CV_CalProcessICalFBRequest failed [20]",
+              "ERROR, Unable to query free busy information - Unable to get attendee list"}),
+        post(STORE_NOT_LOCAL, 2, 200, invalid, {none + "[Not a local user]", other}),
+        post(STORE_NOT_PUBLISHING, 2, 200, invalid,
+             {none + "[Not publishing busy time information]", other}),
+        post(23, 2, 200, broken, {none + "[23]", other}),
+        post(0, 2, 200, broken, {none + "[0]", other}),
     };
 }
 
@@ -576,6 +417,7 @@ TEST_F(Failures, AreToldAndChangeNothing) {
     for (const auto& part : {listingCases(), conversionCases(), propFindCases(), getCases(),
                              putCases(), deleteCases(), freeBusyCases()})
         cases.insert(cases.end(), part.begin(), part.end());
+    cases.push_back(messageCase());
 
     std::vector<size_t> numbers;
     for (const Case& row : cases) {

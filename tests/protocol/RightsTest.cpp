@@ -1,6 +1,9 @@
 // Who may do what where: every acting user on every folder by every path and with every method, the
 // expected answer computed from the rules below.
+#include <map>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -65,8 +68,8 @@ constexpr Way kWays[] = {Way::kOwn,    Way::kDirect, Way::kOfUser,
                          Way::kShared, Way::kPublic, Way::kOfPublic};
 
 struct Settings {
-    bool shared;
-    bool open;  ///< public folders
+    bool shared = false;
+    bool open = false;  ///< public folders
 };
 
 bool isPublic(Way way) {
@@ -314,12 +317,19 @@ class Rights : public testing::Test {
         EXPECT_EQ(status, right) << request.method << " " << url << " by " << actor.address()
                                  << ", grant " << actor.grant << ", shared " << settings.shared
                                  << ", public " << settings.open;
+        auto& stored = stored_[{&kind, isPublic(way)}];
+        if (method == Method::kPutNew && right == 204) stored.insert(request.name);
+        if (method == Method::kPutSeveral && right == 204) stored.insert({"first", "second"});
         if (method == Method::kDeleteItem && right == 200)
             importKept(kind, isPublic(way) ? "public" : "alice@example.test");
     }
 
-    void checkActor(const Actor& actor, Settings settings) {
+    void logIn(const Actor& actor) {
         client_.logIn(actor.credentials == Credentials::kPassword ? actor.address() : "", "secret");
+    }
+
+    void checkFolders(const Actor& actor, Settings settings) {
+        logIn(actor);
         for (const Kind& kind : kKinds)
             for (const Way way : kWays)
                 for (int method = 0; method < kMethodCount; ++method)
@@ -327,20 +337,92 @@ class Rights : public testing::Test {
                         check(way, kind, actor, static_cast<Method>(method), settings);
     }
 
-    const std::vector<Actor> actors_ = actors();
-    protocol::ModuleClient client_;
-    int requests_ = 0;
-};
-
-TEST_F(Rights, AreThoseOfTheRulesForEveryone) {
-    for (const Settings settings : {Settings{true, true}, Settings{true, false},
-                                    Settings{false, true}, Settings{false, false}}) {
+    void use(Settings settings) {
         const auto set = [&](const char* key, bool on) {
             client_.setting("Corvane.ini", "Public Folders", key, on ? "1" : "0");
         };
         set("EnableSharedFolders", settings.shared);
         set("EnablePublicFolders", settings.open);
-        for (const Actor& actor : actors_) checkActor(actor, settings);
+    }
+
+    const std::vector<Actor> actors_ = actors();
+    protocol::ModuleClient client_;
+    int requests_ = 0;
+    std::map<std::pair<const Kind*, bool>, std::set<std::string>> stored_;
+};
+
+TEST_F(Rights, AreThoseOfTheRulesForEveryone) {
+    use({true, true});
+    for (const Actor& actor : actors_) checkFolders(actor, {true, true});
+
+    // What was refused has not been done.
+    const Actor mayAll{"m511", "example.test", Credentials::kPassword, kAll};
+    logIn(mayAll);
+    for (const auto& [folder, names] : stored_) {
+        const auto& [kind, open] = folder;
+        const Request list = requestOf(Method::kPropFind1, *kind, "");
+        const std::string url = pathOf(open ? Way::kPublic : Way::kShared, *kind, mayAll);
+        const std::string answer = client_.call(list.method, url, list.body).body;
+        const std::string ending = std::string(kind->extension) + "</D:href>";
+        size_t count = 0;
+        for (size_t at = answer.find(ending); at != answer.npos; at = answer.find(ending, at + 1))
+            ++count;
+        EXPECT_EQ(count, names.size() + 1) << url;
+    }
+}
+
+TEST_F(Rights, StandOnlyAsFarAsFoldersAreShared) {
+    for (const Settings settings : {Settings{true, false}, Settings{false, true}, Settings{}}) {
+        use(settings);
+        for (const Actor& actor : actors_)
+            if (actor.credentials != Credentials::kPassword || actor.grant == kAll)
+                checkFolders(actor, settings);
+    }
+}
+
+TEST_F(Rights, BesidesFoldersAreThoseOfAlice) {
+    // Statuses for alice, for others, for guests.
+    struct Resource {
+        const char* url;
+        const char* method;
+        int own;
+        int others;
+        int guests;
+    };
+    const std::string find = "<D:propfind xmlns:D=\"DAV:\"/>";
+    const Resource resources[] = {
+        {"/webdav/principals/alice@example.test/", "PROPFIND", 207, 207, 207},
+        {"/webdav/principals/alice@example.test/", "REPORT", 400, 400, 400},
+        {"/webdav/principals/alice@example.test/", "GET", 200, 200, 200},
+        {"/webdav/principals/alice@example.test/", "PUT", 204, 204, 204},
+        {"/webdav/principals/alice@example.test/", "DELETE", 200, 200, 403},
+        {"/webdav/caldav/", "PROPFIND", 207, 207, 207},
+        {"/webdav/caldav/example.test/alice/", "PROPFIND", 207, 403, 403},
+        {"/webdav/carddav/example.test/alice/", "PROPFIND", 207, 403, 403},
+        {"/webdav/caldav-inbox/example.test/alice/", "PROPFIND", 207, 403, 403},
+        {"/webdav/caldav-inbox/example.test/alice/", "PUT", 204, 204, 204},
+        {"/webdav/caldav-inbox/example.test/alice/", "DELETE", 200, 403, 403},
+        {"/webdav/caldav-outbox/example.test/alice/", "OPTIONS", 200, 200, 200},
+        {"/webdav/caldav-outbox/example.test/alice/", "PROPFIND", 400, 400, 403},
+        {"/webdav/caldav-outbox/example.test/alice/", "DELETE", 200, 200, 403},
+        {"/webdav/caldav-outbox/example.test/alice/", "POST", 400, 400, 400},
+        {"/webdav/calendar/", "OPTIONS", 200, 200, 404},
+        {"/webdav/nothing/", "OPTIONS", 404, 404, 404},
+        {"/webdav/nothing/", "GET", 200, 200, 200},
+    };
+    for (const Actor& actor : actors_) {
+        logIn(actor);
+        for (const Resource& row : resources) {
+            const bool guest = actor.credentials != Credentials::kPassword;
+            const int status = actor.credentials == Credentials::kNone ? 401
+                               : guest                                 ? row.guests
+                               : actor.mailbox == "alice"              ? row.own
+                                                                       : row.others;
+            const std::string token =
+                guest && actor.credentials != Credentials::kNone ? "?token=X" : "";
+            EXPECT_EQ(client_.call(row.method, row.url + token, find).status, status)
+                << row.method << " " << row.url << token << " by " << actor.address();
+        }
     }
 }
 
