@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "platform/DynamicLibrary.h"
@@ -18,6 +20,8 @@ struct Failure {
 };
 
 std::vector<Failure> failures;
+std::string watched;
+std::string seen;
 
 #define OPERATION_NAME(name) #name,
 constexpr const char* kUserOperations[] = {WEBDAV_USER_OPERATIONS(OPERATION_NAME)};
@@ -50,6 +54,14 @@ void* realOperation(const char* name) {
     std::abort();
 }
 
+template <typename Argument>
+void note(const Argument& argument) {
+    if constexpr (std::is_same_v<Argument, const char*>)
+        seen += std::string(argument == nullptr ? "none" : argument) + " ";
+    else if constexpr (std::is_integral_v<Argument>)
+        seen += std::to_string(argument) + " ";
+}
+
 /// One operation of the double. The name is a parameter, so that each has a function of its own.
 template <const auto& kName, typename Function>
 struct Operation;
@@ -59,6 +71,10 @@ struct Operation<kName, Result(Arguments...)> {
     static Result call(Arguments... arguments) {
         using Real = Result (*)(Arguments...);
         static const Real real = reinterpret_cast<Real>(realOperation(kName));
+        if (watched == kName) {
+            (note(arguments), ...);
+            seen += '\n';
+        }
         const Failure* const failure = failureNow(kName);
         if (failure == nullptr) return real(arguments...);
         if constexpr (!std::is_void_v<Result>) return static_cast<Result>(failure->result);
@@ -85,6 +101,15 @@ bool StoreDoubleFail(const char* operation, int32_t result, uint32_t call) {
     if (name == nullptr) name = find(kCalendarOperations, operation);
     if (name != nullptr) failures.push_back({name, result, call});
     return name != nullptr;
+}
+
+void StoreDoubleWatch(const char* operation) {
+    watched = operation == nullptr ? "" : operation;
+    seen.clear();
+}
+
+const char* StoreDoubleSeen() {
+    return seen.c_str();
 }
 
 uint32_t StoreDoubleReset() {

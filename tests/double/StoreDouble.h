@@ -13,6 +13,12 @@ extern "C" {
 /// result. False when there is no such operation.
 bool StoreDoubleFail(const char* operation, int32_t result, uint32_t call);
 
+/// From now on notes the calls of this operation; null for none.
+void StoreDoubleWatch(const char* operation);
+
+/// What the watched calls were given, a line each: texts and numbers, divided by blanks.
+const char* StoreDoubleSeen();
+
 /// The number of calls told to fail that have not come; forgets them.
 uint32_t StoreDoubleReset();
 }

@@ -30,6 +30,15 @@ uint32_t ModuleClient::forgetFailures() {
     return store_.storeDouble().function<decltype(&StoreDoubleReset)>("StoreDoubleReset")();
 }
 
+void ModuleClient::watch(const std::string& operation) {
+    store_.storeDouble().function<decltype(&StoreDoubleWatch)>("StoreDoubleWatch")(
+        operation.c_str());
+}
+
+std::string ModuleClient::seen() {
+    return store_.storeDouble().function<decltype(&StoreDoubleSeen)>("StoreDoubleSeen")();
+}
+
 void ModuleClient::logIn(std::string_view address, std::string_view password) {
     authorization_ =
         address.empty()
@@ -44,7 +53,7 @@ Answer ModuleClient::call(const std::string& method, std::string_view url, std::
     wire::Request request;
     request.method = method;
     request.path = url.substr(0, question);
-    request.headers = {{"Depth", depth}};
+    request.headers = {{"Depth", depth}, {"User-Agent", agent_}};
     request.body = std::move(body);
     if (question < url.size()) request.query = url.substr(question + 1);
     if (!authorization_.empty()) request.headers.emplace_back("Authorization", authorization_);

@@ -30,8 +30,13 @@ class ModuleClient {
     /// The number of failures that have not come.
     uint32_t forgetFailures();
 
+    /// Notes the calls of an operation, and what it has noted since.
+    void watch(const std::string& operation);
+    std::string seen();
+
     /// Who sends the requests that follow; an empty address for nobody.
     void logIn(std::string_view address, std::string_view password);
+    void setAgent(const std::string& agent) { agent_ = agent; }
     Answer call(const std::string& method, std::string_view url, std::string body = {},
                 const std::string& depth = "1");
 
@@ -43,6 +48,7 @@ class ModuleClient {
     wire::WireStore store_;
     std::unique_ptr<wire::WireServer> server_;
     std::string authorization_;
+    std::string agent_;
 };
 
 }  // namespace protocol
