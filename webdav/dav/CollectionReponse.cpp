@@ -64,7 +64,7 @@ void CollectionReponse::answerItem() {
     const std::string href = HrefOfUrl(propfind_.url());
     webdav::ItemRecord item(kind_);
     const bool found =
-        kind_.operations.find(item.get(), WithoutExtension(NameOfUrl(request_.Target().itemName)),
+        kind_.operations.find(item.get(), WithoutExtension(NameOfUrl(propfind_.url())),
                               context.folder) &&
         kind_.operations.get(item.get(), context.folder) == STORE_OK;
     if (found)

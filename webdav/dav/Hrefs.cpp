@@ -11,6 +11,10 @@ namespace {
 // A slash within a name, also as web servers leave it in a decoded URL.
 constexpr std::string_view kSlash = "%2F";
 
+// A base64 name, and its end where it is filled up.
+constexpr std::string_view kBase64Start = "/b64=";
+constexpr std::string_view kBase64End = "=/";
+
 /// Encodes what stands between the dividers, and writes each divider as told.
 std::string encodeBetween(std::string_view divider, std::string_view written,
                           std::string_view text) {
@@ -77,8 +81,20 @@ std::string NameOfHref(std::string_view href) {
     return webdav::DecodeUriPath(lastSegment(href));
 }
 
+std::string NameBelowUrl(std::string_view href, std::string_view collectionUrl) {
+    while (collectionUrl.ends_with('/')) collectionUrl.remove_suffix(1);
+    const std::string start = std::string(collectionUrl) + '/';
+    const std::string decoded = webdav::DecodeUriPath(href);
+    const size_t found = decoded.find(start);
+    return found == decoded.npos ? std::string() : decoded.substr(found + start.size());
+}
+
 std::string NameOfUrl(std::string_view url) {
-    return webdav::DecodeSlashes(lastSegment(url));
+    const size_t base64 = webdav::ToLowerAscii(url).find(kBase64Start);
+    const size_t end =
+        base64 == url.npos ? base64 : url.find(kBase64End, base64 + kBase64Start.size());
+    return webdav::DecodeSlashes(end == url.npos ? lastSegment(url)
+                                                 : url.substr(end + kBase64End.size()));
 }
 
 std::string WithoutExtension(std::string_view name) {

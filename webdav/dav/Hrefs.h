@@ -33,8 +33,13 @@ std::string RepairedHref(std::string_view href);
 /// The name that the last segment of an href gives, decoded, extension included.
 std::string NameOfHref(std::string_view href);
 
-/// The name that the last segment of a URL gives, as the web server decoded it: of all escapes it
-/// leaves that of a slash.
+/// What the href names below a collection's URL, decoded, slashes and extension included; empty
+/// when it does not lead there.
+std::string NameBelowUrl(std::string_view href, std::string_view collectionUrl);
+
+/// The name that a URL gives to an item, as the web server decoded it: of all escapes it leaves
+/// that of a slash. It is the last segment, or all that follows the base64 name of a folder when
+/// that shows where it ends, for clients that write the slash within a name as it is.
 std::string NameOfUrl(std::string_view url);
 
 /// A name without everything from its last "." on.

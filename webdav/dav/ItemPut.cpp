@@ -72,7 +72,8 @@ std::string ItemPut::chooseUid() {
     std::string uid = item_->uid == nullptr ? "" : item_->uid;
     if (&kind_ != &webdav::kContactKind) return uid;
 
-    const std::string named = WithoutExtension(NameOfUrl(request_.Target().itemName));
+    const bool namesItem = !request_.Target().itemName.empty();
+    const std::string named = namesItem ? WithoutExtension(NameOfUrl(request_.Url())) : "";
     const bool ownFirst =
         request_.Data().GetServerVar("HTTP_USER-AGENT").starts_with("CardDAV-Sync");
     if (!named.empty() && (uid.empty() || !ownFirst)) uid = named;

@@ -36,13 +36,23 @@ bool MultigetResponse::listItems() {
 
 void MultigetResponse::answer(const std::string& href, const std::string& name) {
     const std::string uid = WithoutExtension(name);
-    const auto found = itemsByUid_.find(uid);
-    if (uid.empty() || found == itemsByUid_.end()) {
+    const StoreItem* const item = find(href, uid);
+    if (item == nullptr) {
         logUnknown(uid);
         AnswerMissingItem(*this, multiget_.properties(), href);
         return;
     }
-    AnswerItem(*this, multiget_.properties(), context_, *found->second, href);
+    AnswerItem(*this, multiget_.properties(), context_, *item, href);
+}
+
+// vdirsyncer decodes the slash within a UID: the whole rest of the path is tried before the
+// segment, which might name another item.
+const StoreItem* MultigetResponse::find(const std::string& href, const std::string& uid) const {
+    for (const std::string& name : {WithoutExtension(NameBelowUrl(href, url_)), uid}) {
+        const auto found = itemsByUid_.find(name);
+        if (!name.empty() && found != itemsByUid_.end()) return found->second;
+    }
+    return nullptr;
 }
 
 // Every property looks its item up by itself, so each one is logged.

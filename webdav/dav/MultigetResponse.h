@@ -15,7 +15,7 @@ class MultigetResponse : public PropFindResponseBase {
   public:
     MultigetResponse(webdav::WebDAVRequest& request, const MultigetRequest& multiget,
                      const webdav::ItemKind& kind)
-        : context_(request, kind), multiget_(multiget), records_(kind) {}
+        : context_(request, kind), multiget_(multiget), url_(request.Url()), records_(kind) {}
 
     /// Lists the folder and evaluates every href. 0 on success, -1 when the store failed.
     virtual int32_t run();
@@ -30,8 +30,10 @@ class MultigetResponse : public PropFindResponseBase {
 
   private:
     bool listItems();
+    const StoreItem* find(const std::string& href, const std::string& uid) const;
     void logUnknown(const std::string& uid) const;
 
+    const std::string url_;
     webdav::ItemRecords records_;
     std::unordered_map<std::string_view, const StoreItem*> itemsByUid_;
 };
