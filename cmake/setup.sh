@@ -7,7 +7,10 @@ build_packages=(
     libboost-dev libssl-dev libsqlite3-dev libical-dev libsodium-dev libcurl4-openssl-dev
     libcli11-dev nlohmann-json3-dev tzdata
 )
-test_packages=(libgtest-dev clang-format vdirsyncer curl openssl)
+test_packages=(
+    libgtest-dev clang-format vdirsyncer curl openssl
+    evolution-data-server gir1.2-ecal-2.0 gir1.2-ebook-1.2 python3-gi dbus-daemon
+)
 
 say() { printf '== %s\n' "$*"; }
 

@@ -2,38 +2,11 @@
 # A real client keeps a calendar in step with a running server: vdirsyncer, 200 events, both ways.
 # usage: vdirsyncer.sh BUILD-DIRECTORY (which holds bin and lib)
 set -euo pipefail
+# shellcheck source=tests/clients/server.bash
+. "$(dirname "${BASH_SOURCE[0]}")/server.bash" "$@"
 
-build=$(cd "${1:?usage: vdirsyncer.sh BUILD-DIRECTORY}" && pwd)
-work=$(mktemp -d)
-data=$work/data
-user=alice@example.test
-password=secret
 collection=b64=Q2FsZW5kYXI=
 local=$work/local/$collection
-server_id=
-
-cleanup() {
-    if [ -n "$server_id" ]; then
-        kill "$server_id" 2>/dev/null && wait "$server_id" || true
-    fi
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
-fail() {
-    echo "FAILED: $*"
-    for file in "$work"/server.err "$work"/client.log; do
-        [ ! -s "$file" ] || { echo "--- the end of $(basename "$file"):" && tail -n 30 "$file"; }
-    done
-    exit 1
-}
-
-# same WHAT EXPECTED ACTUAL
-same() { [ "$2" = "$3" ] || fail "$1: expected $2, found $3"; }
-
-admin() { "$build/bin/cvadmin" --data "$data" "$@"; }
-
-dav() { curl -sS --fail-with-body -u "$user:$password" "$@"; }
 
 # One event, each fifth with a recurrence and others with what else calendars hold.
 event() {
@@ -63,28 +36,6 @@ event() {
             'END:VALARM'
     fi
     printf '%s\r\n' 'END:VEVENT' 'END:VCALENDAR'
-}
-
-start_server() {
-    : >"$work/server.out"  # the loop below may read it before the server opens it
-    "$build/bin/cvwebdavd" --data "$data" --listen 127.0.0.1:0 \
-        >"$work/server.out" 2>"$work/server.err" &
-    server_id=$!
-    for _ in $(seq 100); do
-        url=$(sed -nE 's|.*(http://127\.0\.0\.1:[0-9]+).*|\1|p' "$work/server.out" | head -n 1)
-        [ -z "$url" ] || return 0
-        kill -0 "$server_id" 2>/dev/null || fail "cvwebdavd ended at once"
-        sleep 0.1
-    done
-    fail "cvwebdavd does not serve"
-}
-
-stop_server() {
-    local status=0
-    kill "$server_id"
-    wait "$server_id" || status=$?
-    server_id=
-    same "exit status of cvwebdavd" 0 "$status"
 }
 
 configure_client() {

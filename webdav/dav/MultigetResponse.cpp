@@ -73,13 +73,12 @@ void CalMultigetResponse::answer(const std::string& href, const std::string& nam
 
 void CalMultigetResponse::answerMessage(const std::string& href, const std::string& name) {
     const webdav::WebDAVRequest& request = context_.request;
-    std::string path = request.Account().mailDirectory;
-    if (!path.ends_with('\\')) path += '\\';
-    path += name;
+    const std::string& directory = request.Account().mailDirectory;
+    const std::string path = directory + name;
 
     webdav::ItemRecord item(context_.kind);
     int32_t status = STORE_NOT_FOUND;
-    if (platform::isPlainName(name))
+    if (!directory.empty() && platform::isPlainName(name))  // guests have no directory
         status = webdav::store().CV_CalGetCalItemFromMsg(item.get(), path.c_str(),
                                                          context_.folder.account.c_str());
     if (status != STORE_OK) {
