@@ -95,7 +95,9 @@ class AddressBook:
         self.client = EBook.BookClient.connect_sync(source, 1, None)
 
     def upload(self, uid, title):
-        return f"BEGIN:VCARD\r\nVERSION:3.0\r\nUID:{uid}\r\nFN:{title}\r\nN:{title};;;;\r\nEND:VCARD\r\n"
+        lines = ("BEGIN:VCARD", "VERSION:3.0", "UID:" + uid, "FN:" + title, f"N:{title};;;;",
+                 "END:VCARD")
+        return "".join(line + "\r\n" for line in lines)
 
     def add(self, title):
         contact = EBookContacts.Contact.new_from_vcard(self.upload("", title))
