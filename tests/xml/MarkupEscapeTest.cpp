@@ -24,6 +24,24 @@ TEST(MarkupEscape, WritesTextSoThatAReaderGetsItBack) {
     EXPECT_EQ(section, "<![CDATA[a]]]]><![CDATA[>b]]]]]><![CDATA[>c]]>");
 }
 
+TEST(MarkupEscape, WritesNodesThatEndWhereTheyShould) {
+    const std::pair<std::string_view, std::string_view> comments[] = {
+        {"a", "<!--a-->"},
+        {"", "<!---->"},
+        {"-a--b-", "<!-- -a- -b- -->"},
+        {"-->x", "<!-- - ->x-->"},
+        {"-\x01-", "<!-- - - -->"},
+    };
+    for (const auto& [text, written] : comments) {
+        std::string comment;
+        webdav::appendComment(comment, text);
+        EXPECT_EQ(comment, written);
+    }
+    std::string instruction;
+    webdav::appendInstruction(instruction, "xml version='1.0'?>a");
+    EXPECT_EQ(instruction, "<?xml version='1.0'? >a?>");
+}
+
 TEST(MarkupEscape, DecodesReferencesAndLeavesWhatIsNone) {
     const std::pair<std::string_view, std::string_view> cases[] = {
         {"&amp;amp;&lt;&gt;&quot;&apos;", "&amp;<>\"'"},
@@ -34,6 +52,11 @@ TEST(MarkupEscape, DecodesReferencesAndLeavesWhatIsNone) {
          "&#0;&#1;&#xD800;&#xFFFF;&#x110000;&#4294967361;&#99999999999999999999;"},
         {"&;&#;&#x;&#xg;&#-5;&AMP;&unknown;&amp &", "&;&#;&#x;&#xg;&#-5;&AMP;&unknown;&amp &"},
         {"&&amp;&#&lt;", "&&&#<"},
+        {"&Oslash;&oslash;&AElig;&aelig;&ETH;&eth;&lArr;&larr;&Dagger;&dagger;",
+         "\u00D8\u00F8\u00C6\u00E6\u00D0\u00F0\u21D0\u2190\u2021\u2020"},
+        {"&lceil;&sup1;&nbsp;&thetasym;&Omega;&omega;&szlig;&euro;&frac12;",
+         "\u2308\u00B9\u00A0\u03D1\u03A9\u03C9\u00DF\u20AC\u00BD"},
+        {"&Szlig;&Nbsp;&osla;&oslashx;", "&Szlig;&Nbsp;&osla;&oslashx;"},
     };
     for (const auto& [text, decoded] : cases) EXPECT_EQ(webdav::decodeReferences(text), decoded);
 }

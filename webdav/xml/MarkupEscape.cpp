@@ -1,9 +1,12 @@
 #include "webdav/xml/MarkupEscape.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
+
+#include "webdav/xml/EntityNames.h"
 
 namespace webdav {
 
@@ -19,26 +22,48 @@ constexpr Escape kAttributeEscapes[] = {{'&', "&amp;"},  {'<', "&lt;"},    {'>',
                                         {'"', "&quot;"}, {'\'', "&apos;"}, {'\t', "&#9;"},
                                         {'\n', "&#10;"}, {'\r', "&#13;"}};
 
+constexpr size_t kAtOnce = 16;
+
+/// Whether none of these bytes is escaped in content: most text is made of such. Written so that
+/// a compiler makes it a few steps for all bytes together; "<" is one bit less than ">".
+bool isPlain(const char* text) {
+    unsigned char special = 0;
+    for (size_t i = 0; i < kAtOnce; ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        special = static_cast<unsigned char>(special | (c < ' ') | (c == '&') | ((c | 2) == '>'));
+    }
+    return special == 0;
+}
+
 /// For every byte, what is written for it: 0 itself, 1 nothing, else the escape of this number - 2.
 class EscapeTable {
   public:
-    constexpr explicit EscapeTable(std::span<const Escape> escapes) : escapes_(escapes) {
+    constexpr explicit EscapeTable(std::span<const Escape> escapes)
+        : escapes_(escapes), escapesQuotes_(false) {
         for (int byte = 0; byte < 0x20; ++byte) {
             if (byte != '\t' && byte != '\n' && byte != '\r') action_[index(byte)] = 1;
         }
         for (size_t i = 0; i < escapes.size(); ++i) {
             action_[index(escapes[i].byte)] = static_cast<uint8_t>(i + 2);
         }
+        escapesQuotes_ = action_['"'] != 0 || action_['\''] != 0;
     }
 
     void append(std::string& out, std::string_view text) const {
+        const bool looksAhead = !escapesQuotes_ && text.size() >= kAtOnce;
         size_t begin = 0;
-        for (size_t i = 0; i < text.size(); ++i) {
-            const uint8_t action = action_[index(text[i])];
-            if (action == 0) continue;
-            out.append(text, begin, i - begin);
-            if (action > 1) out.append(escapes_[action - 2U].written);
-            begin = i + 1;
+        for (size_t i = 0; i < text.size();) {
+            if (looksAhead && isPlain(text.data() + std::min(i, text.size() - kAtOnce))) {
+                i += kAtOnce;
+                continue;
+            }
+            for (const size_t end = std::min(i + kAtOnce, text.size()); i < end; ++i) {
+                const uint8_t action = action_[index(text[i])];
+                if (action == 0) continue;
+                out.append(text, begin, i - begin);
+                if (action > 1) out.append(escapes_[action - 2U].written);
+                begin = i + 1;
+            }
         }
         out.append(text, begin);
     }
@@ -48,19 +73,12 @@ class EscapeTable {
 
     std::array<uint8_t, 256> action_{};
     std::span<const Escape> escapes_;
+    bool escapesQuotes_;
 };
 
 constexpr EscapeTable kContent{kContentEscapes};
 constexpr EscapeTable kAttribute{kAttributeEscapes};
 constexpr EscapeTable kControls{std::span<const Escape>{}};
-
-struct Entity {
-    std::string_view name;
-    char32_t character;
-};
-
-constexpr Entity kEntities[] = {
-    {"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"apos", '\''}};
 
 bool isDocumentCharacter(char32_t c) {
     if (c < 0x20) return c == '\t' || c == '\n' || c == '\r';
@@ -106,13 +124,6 @@ std::optional<char32_t> numberedCharacter(std::string_view body) {
     return isDocumentCharacter(character) ? std::optional(character) : std::nullopt;
 }
 
-std::optional<char32_t> namedCharacter(std::string_view name) {
-    for (const Entity& entity : kEntities) {
-        if (entity.name == name) return entity.character;
-    }
-    return std::nullopt;
-}
-
 /// The inside of the reference at the start of `text` ("amp" of "&amp;"); empty when it is none.
 std::string_view referenceBody(std::string_view text) {
     for (size_t i = 1; i < text.size(); ++i) {
@@ -123,6 +134,14 @@ std::string_view referenceBody(std::string_view text) {
         if (!inside) break;
     }
     return {};
+}
+
+/// Copies text with a blank between two characters that must not follow each other.
+void appendApart(std::string& out, std::string_view text, char first, char second) {
+    for (const char c : text) {
+        if (c == second && out.back() == first) out += ' ';
+        appendWithoutControls(out, {&c, 1});
+    }
 }
 
 }  // namespace
@@ -150,13 +169,26 @@ void appendCData(std::string& out, std::string_view text) {
     out += "]]>";
 }
 
+void appendComment(std::string& out, std::string_view text) {
+    out += "<!--";
+    appendApart(out, text, '-', '-');
+    if (out.back() == '-' && !text.empty()) out += ' ';
+    out += "-->";
+}
+
+void appendInstruction(std::string& out, std::string_view text) {
+    out += "<?";
+    appendApart(out, text, '?', '>');
+    out += "?>";
+}
+
 void appendDecoded(std::string& out, std::string_view text) {
     for (size_t at; (at = text.find('&')) != std::string_view::npos;) {
         out.append(text, 0, at);
         text.remove_prefix(at);
         const std::string_view body = referenceBody(text);
         const auto character =
-            body.starts_with('#') ? numberedCharacter(body) : namedCharacter(body);
+            body.starts_with('#') ? numberedCharacter(body) : entityCharacter(body);
         if (character) {
             appendUtf8(out, *character);
             text.remove_prefix(body.size() + 2);

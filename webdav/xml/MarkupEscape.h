@@ -18,10 +18,16 @@ void appendAttributeValue(std::string& out, std::string_view text);
 /// Wraps text in a CDATA section, or in several where it holds the end mark of one.
 void appendCData(std::string& out, std::string_view text);
 
+/// Writes a comment, and an instruction of its target and the rest; where the text holds their end
+/// mark, or a comment two hyphens, a blank keeps the characters apart.
+void appendComment(std::string& out, std::string_view text);
+void appendInstruction(std::string& out, std::string_view text);
+
 /// Copies text without the control bytes that no document may hold.
 void appendWithoutControls(std::string& out, std::string_view text);
 
-/// Decodes character references and the five named ones; all others stay as they are.
+/// Decodes character references and those of the fixed entity table; all others stay as they are,
+/// those to characters that no document may hold among them.
 void appendDecoded(std::string& out, std::string_view text);
 
 std::string decodeReferences(std::string_view text);
