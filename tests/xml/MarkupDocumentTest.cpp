@@ -79,6 +79,13 @@ TEST(MarkupDocument, EditsInPlace) {
              d.addChildElement("c");
          },
          "<a x='1' ><b/><c/></a>"},
+        {"<a x=//>",
+         [](auto& d) {
+             goTo(d, "a");
+             d.addChildElement("b");
+             EXPECT_EQ(d.attribute("x"), "/");
+         },
+         "<a x=/ ><b/></a>"},
         {"<a>1<b/>2<b/>3</a>",
          [](auto& d) {
              goTo(d, "b");
@@ -113,6 +120,21 @@ TEST(MarkupDocument, EditsInPlace) {
              d.setAttribute("z", "");
          },
          "<a x=\"&quot;&amp;&apos;&#10;\" y='2' z=\"\"><b/></a>"},
+        {"<a x=/>",
+         [](auto& d) {
+             goTo(d, "a");
+             d.setAttribute("y", "1");
+             EXPECT_EQ(d.attribute("y"), "1");
+             EXPECT_TRUE(d.hasAttribute("x"));
+         },
+         "<a y=\"1\" x=/>"},
+        {"<a x=b'c d'></a>",
+         [](auto& d) {
+             goTo(d, "a");
+             d.setAttribute("y", "1");
+             EXPECT_EQ(d.attribute("y"), "1");
+         },
+         "<a y=\"1\" x=b'c d'></a>"},
         {"<a><b/></a>",
          [](auto& d) {
              goTo(d, "b");
@@ -182,6 +204,18 @@ TEST(MarkupDocument, EditsInPlace) {
         again.setText(document.text());
         EXPECT_EQ(outline(again), wanted);
     }
+}
+
+TEST(MarkupDocument, TakesNamesThatLieInItsOwnText) {
+    MarkupDocument document;
+    document.setText("<a><" + std::string(1000, 'b') + "/></a>");
+    document.findElement();
+    document.intoElement();
+    document.findElement();
+    for (int i = 0; i < 100; ++i) ASSERT_TRUE(document.addElement(document.tagName()));
+    MarkupDocument again;
+    EXPECT_TRUE(again.setText(document.text()));
+    EXPECT_EQ(again.index().table().count(), 102U);
 }
 
 TEST(MarkupDocument, RefusesAStartTagBeyondItsField) {

@@ -50,6 +50,7 @@ std::string_view AttributeReader::takeName() {
 std::string_view AttributeReader::takeValue() {
     if (rest_.starts_with('=')) rest_.remove_prefix(1);
     skipBlanks();
+    wantsValue_ = rest_.empty();
     if (rest_.starts_with('"') || rest_.starts_with('\'')) return takeQuoted();
     const std::string_view value = rest_.substr(0, rest_.find_first_of(kBlanks));
     rest_.remove_prefix(value.size());
@@ -59,6 +60,7 @@ std::string_view AttributeReader::takeValue() {
 std::string_view AttributeReader::takeQuoted() {
     const size_t closing = rest_.find(rest_.front(), 1);
     const std::string_view value = rest_.substr(1, closing - 1);
+    wantsValue_ = closing == std::string_view::npos;
     rest_.remove_prefix(closing == std::string_view::npos ? rest_.size() : closing + 1);
     return value;
 }

@@ -25,6 +25,9 @@ class AttributeReader {
 
     /// What has not been read yet: the tag's inside behind the last attribute.
     std::string_view rest() const { return rest_; }
+    /// Whether the tag ended where a value or the closing quote of one was still to come, so that
+    /// what is put behind it would be taken for that.
+    bool wantsValue() const { return wantsValue_; }
 
   private:
     std::string_view takeName();
@@ -33,6 +36,7 @@ class AttributeReader {
     void skipBlanks();
 
     std::string_view rest_;
+    bool wantsValue_ = false;
 };
 
 /// Finds an attribute by its exact name; the first one counts when a tag has it twice.

@@ -8,7 +8,10 @@
 namespace webdav {
 
 void DeclaredNamespaces::clear() {
-    *this = {};
+    prefixByUri_.clear();
+    lastFound_ = nullptr;
+    prefixes_.clear();
+    firstUnused_ = 0;
 }
 
 void DeclaredNamespaces::read(const IndexedText& text) {
@@ -33,9 +36,10 @@ void DeclaredNamespaces::add(std::string_view prefix, std::string_view uri) {
     prefixes_.emplace(prefix);
 }
 
-const std::string* DeclaredNamespaces::prefixOf(std::string_view uri) const {
+const DeclaredNamespaces::PrefixByUri::value_type* DeclaredNamespaces::find(
+    std::string_view uri) const {
     const auto found = prefixByUri_.find(uri);
-    return found == prefixByUri_.end() ? nullptr : &found->second;
+    return found == prefixByUri_.end() ? nullptr : &*found;
 }
 
 std::string DeclaredNamespaces::unusedPrefix() {

@@ -14,6 +14,10 @@ namespace webdav {
 
 class DeclaredNamespaces {
   public:
+    DeclaredNamespaces() = default;
+    DeclaredNamespaces(const DeclaredNamespaces&) = delete;
+    DeclaredNamespaces& operator=(const DeclaredNamespaces&) = delete;
+
     /// Whether an attribute declares a namespace, judged by the start of its name.
     static bool isDeclaration(std::string_view attributeName);
 
@@ -24,13 +28,22 @@ class DeclaredNamespaces {
     void add(std::string_view prefix, std::string_view uri);
 
     /// The prefix of the first declaration of a namespace, or null.
-    const std::string* prefixOf(std::string_view uri) const;
+    const std::string* prefixOf(std::string_view uri) const {
+        // Elements of one namespace mostly follow each other.
+        if (lastFound_ == nullptr || lastFound_->first != uri) lastFound_ = find(uri);
+        return lastFound_ != nullptr ? &lastFound_->second : nullptr;
+    }
     bool isDeclared(std::string_view prefix) const { return prefixes_.contains(prefix); }
     /// The first of "ns0", "ns1" and so on that is not declared.
     std::string unusedPrefix();
 
   private:
-    std::map<std::string, std::string, std::less<>> prefixByUri_;
+    using PrefixByUri = std::map<std::string, std::string, std::less<>>;
+
+    const PrefixByUri::value_type* find(std::string_view uri) const;
+
+    PrefixByUri prefixByUri_;
+    mutable const PrefixByUri::value_type* lastFound_ = nullptr;
     std::set<std::string, std::less<>> prefixes_;
     uint32_t firstUnused_ = 0;  // prefixes only ever get more: no lower number is free
 };

@@ -1,40 +1,39 @@
 #include "webdav/xml/ElementTable.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace webdav {
+
+namespace {
+
+constexpr uint32_t kFirstRoom = 64;
+/// Where the first segment gets its whole size: most documents have a handful of elements, but one
+/// that has more is likely to have many, and memory that is not written to yet costs nothing.
+constexpr uint32_t kManyElements = 4096;
+
+}  // namespace
 
 void ElementTable::clear() {
     segments_.clear();
-    count_ = 0;
-    add(ElementRecord{});
+    room_ = 0;
+    makeRoom();
+    entry(0) = {};
+    count_ = 1;
 }
 
-ElementIndex ElementTable::add(const ElementRecord& record) {
-    const ElementIndex index = count_++;
-    if (index >> kSegmentBits == segments_.size()) {
-        segments_.emplace_back();
-        // The first segment grows with the document: most documents have a handful of elements.
-        if (segments_.size() > 1) {
-            segments_.back().records.reserve(kSegmentSize);
-            segments_.back().lastChildren.reserve(kSegmentSize);
-        }
+void ElementTable::makeRoom() {
+    if (room_ >= kSegmentSize) {
+        segments_.push_back(std::make_unique_for_overwrite<Entry[]>(kSegmentSize));
+        room_ += kSegmentSize;
+        return;
     }
-    segments_.back().records.push_back(record);
-    segments_.back().lastChildren.push_back(0);
-    return index;
-}
-
-void ElementTable::link(ElementIndex element, ElementIndex parent, ElementIndex previous) {
-    ElementRecord& record = (*this)[element];
-    ElementIndex& before = previous != 0 ? (*this)[previous].next : (*this)[parent].child;
-    record.parent = parent;
-    record.previous = previous;
-    record.next = before;
-    before = element;
-    if (record.next != 0) {
-        (*this)[record.next].previous = element;
-    } else {
-        segments_[parent >> kSegmentBits].lastChildren[parent & (kSegmentSize - 1)] = element;
-    }
+    const uint32_t grown = room_ < kManyElements ? std::max(4 * room_, kFirstRoom) : kSegmentSize;
+    auto segment = std::make_unique_for_overwrite<Entry[]>(grown);
+    if (room_ > 0) std::copy_n(segments_[0].get(), room_, segment.get());
+    segments_.resize(1);
+    segments_[0] = std::move(segment);
+    room_ = grown;
 }
 
 ElementIndex ElementTable::nextInOrder(ElementIndex element) const {

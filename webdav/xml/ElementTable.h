@@ -6,7 +6,9 @@
 // the document itself; as a link, 0 means that there is none. Adding an element never fails.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace webdav {
@@ -25,20 +27,20 @@ struct ElementRecord {
     static constexpr uint32_t kEndTagLeftOut = 0x400000;  ///< its end tag was too long to index
     static constexpr uint32_t kIllFormed = 0x800000;  ///< on record 0: the document is ill-formed
 
-    uint32_t start = 0;
-    uint32_t length = 0;  ///< from the start tag to the end of the end tag
-    uint32_t tagLengths = 0;
-    uint32_t flags = 0;
-    ElementIndex parent = 0;
-    ElementIndex child = 0;
-    ElementIndex next = 0;
-    ElementIndex previous = 0;
+    uint32_t start;
+    uint32_t length;  ///< from the start tag to the end of the end tag
+    uint32_t tagLengths;
+    uint32_t flags;
+    ElementIndex parent;
+    ElementIndex child;
+    ElementIndex next;
+    ElementIndex previous;
 
     uint32_t end() const { return start + length; }
     uint32_t startTagLength() const { return tagLengths & kMaxStartTag; }
     uint32_t endTagLength() const { return tagLengths >> kStartTagBits; }
-    void setTagLengths(uint32_t startTag, uint32_t endTag) {
-        tagLengths = startTag | (endTag << kStartTagBits);
+    void setTagLengths(size_t startTag, size_t endTag) {
+        tagLengths = static_cast<uint32_t>(startTag | (endTag << kStartTagBits));
     }
 };
 static_assert(sizeof(ElementRecord) == 32);
@@ -53,25 +55,27 @@ class ElementTable {
     /// Forgets all elements; the document's own record is left, blank.
     void clear();
 
-    /// Makes a new record, not yet linked, and gives its index.
-    ElementIndex add(const ElementRecord& record);
-
-    /// Hangs an element in below `parent`, behind `previous` (0: as the first child).
-    void link(ElementIndex element, ElementIndex parent, ElementIndex previous);
-
-    ElementRecord& operator[](ElementIndex index) {
-        return segments_[index >> kSegmentBits].records[index & (kSegmentSize - 1)];
+    /// Makes a new record, blank but for its links, and hangs it in below `parent`, behind
+    /// `previous` (0: as the first child).
+    ElementIndex add(ElementIndex parent, ElementIndex previous) {
+        if (count_ == room_) makeRoom();
+        const ElementIndex element = count_++;
+        ElementIndex& before =
+            previous != 0 ? entry(previous).record.next : entry(parent).record.child;
+        const ElementIndex next = before;
+        entry(element) = {{0, 0, 0, 0, parent, 0, next, previous}, 0};
+        before = element;
+        (next != 0 ? entry(next).record.previous : entry(parent).lastChild) = element;
+        return element;
     }
-    const ElementRecord& operator[](ElementIndex index) const {
-        return segments_[index >> kSegmentBits].records[index & (kSegmentSize - 1)];
-    }
+
+    ElementRecord& operator[](ElementIndex index) { return entry(index).record; }
+    const ElementRecord& operator[](ElementIndex index) const { return entry(index).record; }
 
     /// How many elements there are; their indexes are 1 to count().
     uint32_t count() const { return count_ - 1; }
 
-    ElementIndex lastChild(ElementIndex parent) const {
-        return segments_[parent >> kSegmentBits].lastChildren[parent & (kSegmentSize - 1)];
-    }
+    ElementIndex lastChild(ElementIndex parent) const { return entry(parent).lastChild; }
 
     /// The element whose start tag follows next in the text; index 0 gives the first of all.
     ElementIndex nextInOrder(ElementIndex element) const;
@@ -79,13 +83,20 @@ class ElementTable {
     ElementIndex previousInOrder(ElementIndex element) const;
 
   private:
-    struct Segment {
-        std::vector<ElementRecord> records;
-        std::vector<ElementIndex> lastChildren;
+    struct Entry {
+        ElementRecord record;
+        ElementIndex lastChild;
     };
 
-    std::vector<Segment> segments_;
+    void makeRoom();
+
+    Entry& entry(ElementIndex index) const {
+        return segments_[index >> kSegmentBits][index & (kSegmentSize - 1)];
+    }
+
+    std::vector<std::unique_ptr<Entry[]>> segments_;
     uint32_t count_ = 0;
+    uint32_t room_ = 0;  // for how many the segments are made
 };
 
 }  // namespace webdav

@@ -19,18 +19,10 @@ std::string GapText::take() {
     return std::exchange(front_, {});
 }
 
-std::string_view GapText::view(uint32_t begin, uint32_t end) const {
-    const bool inFront = begin < gapBegin();
-    if (inFront && end > gapBegin()) end = gapBegin();
-    if (!inFront && begin < gapEnd()) begin = gapEnd();
-    if (end <= begin) return {};
-    return inFront ? std::string_view(front_).substr(begin, end - begin)
-                   : back().substr(begin - gapEnd(), end - begin);
-}
-
 void GapText::moveGap(uint32_t position) {
     if (position < gapBegin()) {
-        prependToBack(std::string_view(front_).substr(position));
+        const std::string_view moved = std::string_view(front_).substr(position);
+        moved.copy(growBackBy(moved.size()), moved.size());
         front_.resize(position);
     } else if (position > gapEnd()) {
         const uint32_t moved = position - gapEnd();
@@ -39,31 +31,31 @@ void GapText::moveGap(uint32_t position) {
     }
 }
 
-void GapText::put(std::string_view bytes) {
-    checkRoom(bytes.size());
-    front_ += bytes;
-}
-
-void GapText::putBehind(std::string_view bytes) {
-    checkRoom(bytes.size());
-    prependToBack(bytes);
-}
-
-void GapText::checkRoom(size_t bytes) const {
+void GapText::putBehind(std::initializer_list<std::string_view> pieces) {
+    size_t bytes = 0;
+    for (const std::string_view piece : pieces) bytes += piece.size();
     if (bytes >= gapSize()) throw std::length_error("string too long");
+    char* to = growBackBy(bytes);
+    for (const std::string_view piece : pieces) to += piece.copy(to, piece.size());
 }
 
-void GapText::prependToBack(std::string_view bytes) {
-    if (bytes.size() > backBegin_) {
+void GapText::undoPut(uint32_t size) {
+    front_.resize(size);
+    throw std::length_error("string too long");
+}
+
+/// Makes room at the start of the back and gives it.
+char* GapText::growBackBy(size_t bytes) {
+    if (bytes > backBegin_) {
         // Room for as much again, so that the cost of all the moving stays in proportion.
-        const size_t free = bytes.size() + back().size();
+        const size_t free = bytes + back().size();
         std::string grown(free, '\0');
         grown += back();
         back_ = std::move(grown);
         backBegin_ = free;
     }
-    backBegin_ -= bytes.size();
-    bytes.copy(back_.data() + backBegin_, bytes.size());
+    backBegin_ -= bytes;
+    return back_.data() + backBegin_;
 }
 
 }  // namespace webdav

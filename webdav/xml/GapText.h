@@ -7,7 +7,9 @@
 // ("string too long") for a text beyond that.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <initializer_list>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -23,6 +25,7 @@ class GapText {
     void assign(std::string text);
     /// Hands the text out and is empty afterwards.
     std::string take();
+    size_t size() const { return front_.size() + back().size(); }
     /// The bytes before the gap: all, when it is at the end.
     const std::string& front() const { return front_; }
 
@@ -32,21 +35,42 @@ class GapText {
 
     /// The bytes from `begin` to `end`, which must not have the gap between them; a gap at either
     /// end is left out.
-    std::string_view view(uint32_t begin, uint32_t end) const;
+    std::string_view view(uint32_t begin, uint32_t end) const {
+        if (begin < gapBegin()) {
+            return {front_.data() + begin, std::clamp(end, begin, gapBegin()) - begin};
+        }
+        begin = std::max(begin, gapEnd());
+        return back().substr(begin - gapEnd(), std::max(begin, end) - begin);
+    }
 
     /// Moves the gap to a position outside of it.
     void moveGap(uint32_t position);
-    /// Writes before the gap, or behind it.
-    void put(std::string_view bytes);
-    void putBehind(std::string_view bytes);
+    /// Writes before the gap.
+    void put(std::string_view bytes) {
+        putBy([bytes](std::string& out) { out += bytes; });
+    }
+    /// Writes these one after the other behind the gap.
+    void putBehind(std::initializer_list<std::string_view> pieces);
+    /// Lets `write` append to the text before the gap, which it gets as a string.
+    template <typename Write>
+    void putBy(const Write& write) {
+        const uint32_t before = gapBegin();
+        if (isLong() && front_.capacity() - before < kFewBytes) front_.reserve(4 * front_.size());
+        write(front_);
+        if (size() >= kEnd) undoPut(before);
+    }
     /// Drops bytes before the gap, or behind it.
     void drop(uint32_t bytes) { front_.resize(front_.size() - bytes); }
     void dropBehind(uint32_t bytes) { backBegin_ += bytes; }
 
   private:
+    /// A long text is given much room at once: moving it costs, memory not written to does not.
+    bool isLong() const { return front_.size() > (1U << 16) && front_.size() < (1U << 27); }
+    static constexpr size_t kFewBytes = 4096;
+
     std::string_view back() const { return std::string_view(back_).substr(backBegin_); }
-    void checkRoom(size_t bytes) const;
-    void prependToBack(std::string_view bytes);
+    [[noreturn]] void undoPut(uint32_t size);
+    char* growBackBy(size_t bytes);
 
     std::string front_;
     std::string back_;  // its first bytes, up to backBegin_, are free

@@ -6,6 +6,7 @@
 #include "webdav/xml/MarkupEscape.h"
 #include "webdav/xml/MarkupParser.h"
 #include "webdav/xml/MarkupScanner.h"
+#include "webdav/xml/NameCharacters.h"
 
 namespace webdav {
 
@@ -18,6 +19,17 @@ void appendText(std::string& out, std::string_view content) {
         if (node.kind == NodeKind::kText) appendDecoded(out, node.text);
         if (node.kind == NodeKind::kCDataSection) out += node.inner();
     }
+}
+
+void appendElement(std::string& out, const TagName& tag, std::string_view text) {
+    out += tag.startTag();
+    if (text.empty()) {
+        out.back() = '/';
+        out += '>';
+        return;
+    }
+    appendContent(out, text);
+    out += tag.endTag();
 }
 
 }  // namespace
@@ -68,6 +80,12 @@ bool IndexedText::isClosedTag(ElementIndex element) const {
     return record.length == record.startTagLength() && startTag(element).ends_with("/>");
 }
 
+bool IndexedText::isLeftOpen(ElementIndex element) const {
+    const ElementRecord& record = table_[element];
+    return record.endTagLength() == 0 && !isClosedTag(element) &&
+           (record.flags & ElementRecord::kEndTagLeftOut) == 0;
+}
+
 uint32_t IndexedText::contentEnd(ElementIndex element) const {
     return element == 0 ? GapText::kEnd : table_[element].end() - table_[element].endTagLength();
 }
@@ -83,14 +101,18 @@ uint32_t IndexedText::endTagLeftOut(ElementIndex element) const {
 
 uint32_t IndexedText::attributesEnd(ElementIndex element) const {
     const std::string_view tag = startTag(element);
+    AttributeReader reader(tag);
+    const char* const nameEnd = reader.rest().data();
+    for (MarkupAttribute attribute; reader.next(attribute);) continue;
     const size_t closing = tag.size() - (isClosedTag(element) ? 2 : 1);
-    const size_t last = tag.find_last_not_of(" \t\r\n", closing - 1);
-    return table_[element].start + static_cast<uint32_t>(last) + 1;
+    const size_t end = reader.wantsValue() ? static_cast<size_t>(nameEnd - tag.data())
+                                           : tag.find_last_not_of(" \t\r\n", closing - 1) + 1;
+    return table_[element].start + static_cast<uint32_t>(end);
 }
 
 IndexedText::Place IndexedText::openBehind(ElementIndex element) {
     const ElementRecord& record = table_[element];
-    endElement(element);
+    if (isLeftOpen(element)) endElement(element);
     const uint32_t end = record.end() == text_.gapBegin() ? text_.gapEnd() : record.end();
     moveGap(end + endTagLeftOut(element));
     return {record.parent, element};
@@ -108,28 +130,27 @@ IndexedText::Place IndexedText::openEndOf(ElementIndex parent) {
         return {parent, 0};
     }
     const ElementIndex last = table_.lastChild(parent);
-    if (last != 0) endElement(last);
+    if (last != 0 && isLeftOpen(last)) endElement(last);
     moveGap(contentEnd(parent));
     return {parent, last};
 }
 
-ElementIndex IndexedText::insertElement(const Place& place, std::string_view markup,
-                                        uint32_t startTagLength, uint32_t endTagLength) {
-    ElementRecord record;
-    record.start = text_.gapBegin();
-    record.length = static_cast<uint32_t>(markup.size());
-    record.setTagLengths(startTagLength, endTagLength);
-    insertMarkup(place.parent, markup);
-    const ElementIndex element = table_.add(record);
-    table_.link(element, place.parent, place.previous);
+ElementIndex IndexedText::insertElement(const Place& place, const TagName& tag,
+                                        std::string_view text) {
+    const uint32_t start = text_.gapBegin();
+    text_.putBy([&](std::string& out) { appendElement(out, tag, text); });
+    moveEnds(place.parent, start, text_.gapBegin());
+    const ElementIndex element = table_.add(place.parent, place.previous);
+    ElementRecord& record = table_[element];
+    record.start = start;
+    record.length = text_.gapBegin() - start;
+    if (text.empty()) {
+        record.setTagLengths(record.length, 0);
+    } else {
+        record.setTagLengths(tag.startTag().size(), tag.endTag().size());
+    }
     lastBefore_ = element;
     return element;
-}
-
-void IndexedText::insertMarkup(ElementIndex parent, std::string_view markup) {
-    const uint32_t begin = text_.gapBegin();
-    text_.put(markup);
-    moveEnds(parent, begin, text_.gapBegin());
 }
 
 bool IndexedText::setAttribute(ElementIndex element, std::string_view name,
@@ -161,7 +182,7 @@ bool IndexedText::editTag(ElementIndex element, size_t offset, size_t removed,
     text_.drop(length - static_cast<uint32_t>(offset));
     text_.put(written);
     text_.put(tail);
-    record.setTagLengths(static_cast<uint32_t>(newLength), record.endTagLength());
+    record.setTagLengths(newLength, record.endTagLength());
     moveEnds(element, end, text_.gapBegin());
     return true;
 }
@@ -172,7 +193,7 @@ void IndexedText::setContent(ElementIndex element, std::string_view markup) {
         if (markup.empty()) return;
         openClosedTag(element);
     } else {
-        endElement(element);
+        if (isLeftOpen(element)) endElement(element);
         moveGap(contentEnd(element));
     }
     const uint32_t begin = record.start + record.startTagLength();
@@ -242,28 +263,26 @@ void IndexedText::moveEnds(ElementIndex element, uint32_t from, uint32_t to) {
 /// Gives an element that was left open its end tag, at the place where it ends.
 void IndexedText::endElement(ElementIndex element) {
     ElementRecord& record = table_[element];
-    const bool leftOpen = record.endTagLength() == 0 && !isClosedTag(element) &&
-                          (record.flags & ElementRecord::kEndTagLeftOut) == 0;
-    if (!leftOpen) return;
     moveGap(record.end());
     const std::string endTag = "</" + std::string(tagName(element)) + ">";
     const uint32_t end = text_.gapBegin();
     text_.put(endTag);
     moveEnds(element, end, text_.gapBegin());
-    record.setTagLengths(record.startTagLength(), static_cast<uint32_t>(endTag.size()));
+    record.setTagLengths(record.startTagLength(), endTag.size());
 }
 
 /// Makes a start and an end tag of a closed one, with the gap between them.
 void IndexedText::openClosedTag(ElementIndex element) {
     ElementRecord& record = table_[element];
     moveGap(record.end());
-    const std::string endTag = "</" + std::string(tagName(element)) + ">";
+    const std::string_view name = tagName(element);
+    const auto endTagLength = static_cast<uint32_t>(name.size() + 3);
+    text_.putBehind({"</", name, ">"});
     const uint32_t end = text_.gapBegin();
     text_.drop(2);
-    text_.put(">");
-    text_.putBehind(endTag);
-    const auto endTagLength = static_cast<uint32_t>(endTag.size());
-    record.setTagLengths(record.startTagLength() - 1, endTagLength);
+    // What ends in one more slash would be a closed tag still.
+    text_.put(text_.front().ends_with('/') ? " >" : ">");
+    record.setTagLengths(text_.gapBegin() - record.start, endTagLength);
     moveEnds(element, end, text_.gapEnd() + endTagLength);
 }
 

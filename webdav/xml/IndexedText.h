@@ -13,6 +13,7 @@
 #include "webdav/xml/ElementTable.h"
 #include "webdav/xml/GapText.h"
 #include "webdav/xml/MarkupResults.h"
+#include "webdav/xml/TagName.h"
 
 namespace webdav {
 
@@ -31,6 +32,7 @@ class IndexedText {
     /// Closes the gap. The text is valid until the next edit.
     const std::string& close();
 
+    size_t size() const { return text_.size(); }
     const ElementTable& table() const { return table_; }
 
     std::string_view startTag(ElementIndex element) const;
@@ -38,7 +40,8 @@ class IndexedText {
     /// The text directly within an element, decoded, CDATA sections included.
     std::string textData(ElementIndex element) const;
 
-    /// The position in the text where a new attribute of an element goes.
+    /// The position in the text where a new attribute of an element goes: behind the others, or
+    /// before them where the last one lacks its value.
     uint32_t attributesEnd(ElementIndex element) const;
 
     /// The places behind an element, before one, and at the end of one's content (0: of the
@@ -48,9 +51,8 @@ class IndexedText {
     Place openBefore(ElementIndex element);
     Place openEndOf(ElementIndex parent);
 
-    /// Inserts an element that is written already.
-    ElementIndex insertElement(const Place& place, std::string_view markup, uint32_t startTagLength,
-                               uint32_t endTagLength);
+    /// Writes an element with this text, which may not lie in the document, to a place.
+    ElementIndex insertElement(const Place& place, const TagName& tag, std::string_view text);
 
     /// Sets an attribute, written as ` name="value"`; no argument may lie in the text. False when
     /// the tag would get too long.
@@ -62,10 +64,10 @@ class IndexedText {
 
   private:
     bool isClosedTag(ElementIndex element) const;
+    bool isLeftOpen(ElementIndex element) const;
     uint32_t contentEnd(ElementIndex element) const;
     uint32_t endTagLeftOut(ElementIndex element) const;
 
-    void insertMarkup(ElementIndex parent, std::string_view markup);
     void moveGap(uint32_t position);
     void moveGapForward(uint32_t position);
     void moveGapBack(uint32_t position);

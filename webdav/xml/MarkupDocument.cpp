@@ -4,11 +4,14 @@
 
 #include "webdav/xml/MarkupEscape.h"
 #include "webdav/xml/MarkupScanner.h"
+#include "webdav/xml/NameCharacters.h"
 #include "webdav/xml/NameIndex.h"
 
 namespace webdav {
 
 namespace {
+
+constexpr size_t kShortText = 4096;
 
 std::string writtenDeclaration(std::string_view prefix, std::string_view uri) {
     std::string written = prefix.empty() ? " xmlns" : " xmlns:";
@@ -42,7 +45,8 @@ std::string MarkupDocument::takeText() {
     resetPosition();
     declared_.clear();
     declarationsRead_ = false;
-    return text.insert(at, declarations);
+    text.insert(at, declarations);
+    return text;
 }
 
 void MarkupDocument::resetPosition() {
@@ -105,19 +109,20 @@ std::string_view MarkupDocument::currentTag() const {
 }
 
 bool MarkupDocument::addElement(std::string_view name, std::string_view text) {
-    return writeElement({}, name, text) && addWritten();
+    return tag_.set(name) && addTagged(tag_, text);
 }
 
-bool MarkupDocument::addQualified(std::string_view prefix, std::string_view localName,
+bool MarkupDocument::addQualified(const std::string& prefix, std::string_view localName,
                                   std::string_view text) {
-    const bool qualifies =
-        localName.find(':') == std::string_view::npos && (prefix.empty() || isMarkupName(prefix));
-    return qualifies && writeElement(prefix, localName, text) && addWritten();
+    const TagName* const tag = tags_.get(prefix, localName);
+    return tag != nullptr && addTagged(*tag, text);
 }
 
-bool MarkupDocument::addWritten() {
+bool MarkupDocument::addTagged(const TagName& tag, std::string_view text) {
     if (parent_ == 0 && root() != 0) return false;
-    current_ = insert(current_ != 0 ? content_.openBehind(current_) : content_.openEndOf(parent_));
+    const IndexedText::Place place =
+        current_ != 0 ? content_.openBehind(current_) : content_.openEndOf(parent_);
+    current_ = content_.insertElement(place, tag, text);
     child_ = 0;
     return true;
 }
@@ -125,15 +130,17 @@ bool MarkupDocument::addWritten() {
 bool MarkupDocument::insertElement(std::string_view name, std::string_view text) {
     const ElementIndex next = current_ != 0 ? current_ : content_.table()[parent_].child;
     if (next == 0) return addElement(name, text);
-    if (parent_ == 0 || !writeElement({}, name, text)) return false;
-    current_ = insert(content_.openBefore(next));
+    if (parent_ == 0 || !tag_.set(name)) return false;
+    current_ = content_.insertElement(content_.openBefore(next), tag_, text);
     child_ = 0;
     return true;
 }
 
 bool MarkupDocument::addChildElement(std::string_view name, std::string_view text) {
-    if (current_ == 0 || !writeElement({}, name, text)) return false;
-    child_ = insert(child_ != 0 ? content_.openBehind(child_) : content_.openEndOf(current_));
+    if (current_ == 0 || !tag_.set(name)) return false;
+    const IndexedText::Place place =
+        child_ != 0 ? content_.openBehind(child_) : content_.openEndOf(current_);
+    child_ = content_.insertElement(place, tag_, text);
     return true;
 }
 
@@ -168,13 +175,10 @@ bool MarkupDocument::setContent() {
     return true;
 }
 
-const DeclaredNamespaces& MarkupDocument::declarations() {
-    if (!declarationsRead_) {
-        settle();
-        declared_.read(content_);
-        declarationsRead_ = true;
-    }
-    return declared_;
+void MarkupDocument::readDeclarations() {
+    settle();
+    declared_.read(content_);
+    declarationsRead_ = true;
 }
 
 bool MarkupDocument::declareOnRoot(std::string_view prefix, std::string_view uri) {
@@ -182,6 +186,8 @@ bool MarkupDocument::declareOnRoot(std::string_view prefix, std::string_view uri
     declarations();
     rootDeclarations_ += writtenDeclaration(prefix, uri);
     declared_.add(prefix, uri);
+    // A short text is moved now, so that a long one need not be at the end.
+    if (content_.size() < kShortText) settle();
     return true;
 }
 
@@ -206,31 +212,6 @@ const IndexedText& MarkupDocument::index() const {
 void MarkupDocument::settle() const {
     if (rootDeclarations_.empty()) return;
     content_.appendAttributes(root(), std::exchange(rootDeclarations_, {}));
-}
-
-bool MarkupDocument::writeElement(std::string_view prefix, std::string_view localName,
-                                  std::string_view text) {
-    if (!isMarkupName(localName)) return false;
-    markup_ = "<";
-    markup_ += prefix;
-    if (!prefix.empty()) markup_ += ':';
-    markup_ += localName;
-    const size_t nameLength = markup_.size() - 1;
-    if (nameLength > ElementRecord::kMaxName) return false;
-    markup_ += text.empty() ? "/>" : ">";
-    startTagLength_ = static_cast<uint32_t>(markup_.size());
-    endTagLength_ = 0;
-    if (text.empty()) return true;
-    appendContent(markup_, text);
-    endTagLength_ = static_cast<uint32_t>(nameLength + 3);
-    markup_ += "</";
-    markup_.append(markup_, 1, nameLength);
-    markup_ += '>';
-    return true;
-}
-
-ElementIndex MarkupDocument::insert(const IndexedText::Place& place) {
-    return content_.insertElement(place, markup_, startTagLength_, endTagLength_);
 }
 
 }  // namespace webdav

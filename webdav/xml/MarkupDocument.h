@@ -18,6 +18,7 @@
 #include "webdav/xml/DeclaredNamespaces.h"
 #include "webdav/xml/IndexedText.h"
 #include "webdav/xml/MarkupResults.h"
+#include "webdav/xml/TagName.h"
 
 namespace webdav {
 
@@ -37,7 +38,7 @@ class MarkupDocument {
     const std::string& text() const;
     /// Hands the text out and leaves the document empty.
     std::string takeText();
-    /// What the last parse found wrong, one markup element each.
+    /// What the last parse has to tell, one markup element each.
     const std::string& results() const { return results_.text(); }
 
     /// Puts the cursor before the first element of the document.
@@ -64,7 +65,7 @@ class MarkupDocument {
     /// one, and makes it current. False for what is no name, and for a second root.
     bool addElement(std::string_view name, std::string_view text = {});
     /// The same for a name with a prefix; with an empty one it is the local name alone.
-    bool addQualified(std::string_view prefix, std::string_view localName,
+    bool addQualified(const std::string& prefix, std::string_view localName,
                       std::string_view text = {});
     /// Adds an element before the current one, or at the start of the level.
     bool insertElement(std::string_view name, std::string_view text = {});
@@ -81,7 +82,10 @@ class MarkupDocument {
     PrefixMap& prefixes() { return prefixes_; }
     const PrefixMap& prefixes() const { return prefixes_; }
     /// What the elements of the document declare; see NamespacePrefix.h.
-    const DeclaredNamespaces& declarations();
+    const DeclaredNamespaces& declarations() {
+        if (!declarationsRead_) readDeclarations();
+        return declared_;
+    }
     /// Declares a namespace on the root element. The root is rewritten only when it is looked at,
     /// so that an answer with many namespaces does not move its text for each of them.
     bool declareOnRoot(std::string_view prefix, std::string_view uri);
@@ -95,12 +99,11 @@ class MarkupDocument {
 
   private:
     bool ignoresCase() const { return (flags_ & kIgnoreCase) != 0; }
+    void readDeclarations();
     void settle() const;
     std::string_view currentTag() const;
     ElementIndex root() const { return content_.table()[0].child; }
-    bool writeElement(std::string_view prefix, std::string_view localName, std::string_view text);
-    bool addWritten();
-    ElementIndex insert(const IndexedText::Place& place);
+    bool addTagged(const TagName& tag, std::string_view text);
     bool setContent();
 
     uint32_t flags_;
@@ -115,9 +118,9 @@ class MarkupDocument {
     PrefixMap prefixes_;
     DeclaredNamespaces declared_;
     bool declarationsRead_ = false;
-    std::string markup_;  // what is to be inserted
-    uint32_t startTagLength_ = 0;
-    uint32_t endTagLength_ = 0;
+    TagNames tags_;
+    TagName tag_;         // of an element that is added by its whole name
+    std::string markup_;  // what is being written besides
 };
 
 }  // namespace webdav

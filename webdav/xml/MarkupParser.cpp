@@ -1,5 +1,7 @@
 #include "webdav/xml/MarkupParser.h"
 
+#include "webdav/xml/NameCharacters.h"
+
 namespace webdav {
 
 MarkupParser::MarkupParser(std::string_view text, bool ignoreCase, ElementTable& table,
@@ -24,12 +26,11 @@ void MarkupParser::startTag(const MarkupNode& node) {
         node.tagName.size() > ElementRecord::kMaxName) {
         return leaveOut(node);
     }
-    ElementRecord record;
+    const ElementIndex element = table_.add(open_, table_.lastChild(open_));
+    ElementRecord& record = table_[element];
     record.start = static_cast<uint32_t>(node.offset);
     record.length = static_cast<uint32_t>(node.text.size());
-    record.setTagLengths(record.length, 0);
-    const ElementIndex element = table_.add(record);
-    table_.link(element, open_, table_.lastChild(open_));
+    record.setTagLengths(node.text.size(), 0);
     if (node.kind == NodeKind::kTag) return;
     open_ = element;
     if (openNames_) openNames_->opened(element);

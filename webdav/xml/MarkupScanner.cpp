@@ -1,8 +1,8 @@
 #include "webdav/xml/MarkupScanner.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
+
+#include "webdav/xml/NameCharacters.h"
 
 namespace webdav {
 
@@ -44,26 +44,6 @@ const KindRow& rowOf(NodeKind kind) {
 
 /// What a document type is read over for, since a ">" or "]" inside of it ends nothing.
 constexpr Delimiters kPassedOver[] = {{"\"", "\""}, {"'", "'"}, kComment, kInstruction};
-
-constexpr uint8_t kNameStart = 1;
-constexpr uint8_t kNameInside = 2;
-
-constexpr std::array<uint8_t, 256> nameClasses() {
-    std::array<uint8_t, 256> classes{};
-    for (size_t c = 0; c < classes.size(); ++c) {
-        const bool start =
-            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' || c >= 0x80;
-        if (start) classes[c] = kNameStart | kNameInside;
-        if ((c >= '0' && c <= '9') || c == '-' || c == '.') classes[c] = kNameInside;
-    }
-    return classes;
-}
-
-constexpr std::array<uint8_t, 256> kNameClasses = nameClasses();
-
-bool isOfClass(char c, uint8_t nameClass) {
-    return (kNameClasses[static_cast<unsigned char>(c)] & nameClass) != 0;
-}
 
 bool equalsWord(std::string_view text, std::string_view upperWord) {
     return std::equal(text.begin(), text.end(), upperWord.begin(), upperWord.end(),
@@ -108,17 +88,6 @@ std::string_view MarkupNode::inner() const {
 
 std::string_view MarkupNode::name() const {
     return tagName.empty() ? rowOf(kind).nodeName : tagName;
-}
-
-std::string_view leadingName(std::string_view text) {
-    if (text.empty() || !isOfClass(text.front(), kNameStart)) return {};
-    const auto end = std::find_if_not(text.begin(), text.end(),
-                                      [](char c) { return isOfClass(c, kNameInside); });
-    return text.substr(0, static_cast<size_t>(end - text.begin()));
-}
-
-bool isMarkupName(std::string_view name) {
-    return !name.empty() && leadingName(name).size() == name.size();
 }
 
 bool MarkupScanner::next(MarkupNode& node) {

@@ -38,11 +38,6 @@ struct MarkupNode {
     std::string_view name() const;
 };
 
-/// The name at the start of a text; empty when none begins there.
-std::string_view leadingName(std::string_view text);
-/// Whether a text can be the name of an element or attribute.
-bool isMarkupName(std::string_view name);
-
 class MarkupScanner {
   public:
     explicit MarkupScanner(std::string_view text) : text_(text) {}

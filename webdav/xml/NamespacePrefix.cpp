@@ -36,14 +36,12 @@ bool ResolvePrefix(MarkupDocument& document, std::string_view uri, std::string& 
     return true;
 }
 
-bool AddElementNS(MarkupDocument& document, std::string_view uri, std::string_view localName,
-                  std::string_view text) {
+bool AddUndeclaredNS(MarkupDocument& document, std::string_view uri, std::string_view localName,
+                     std::string_view text) {
     if (uri.empty()) return document.addQualified({}, localName, text);
-    const std::string* declared = document.declarations().prefixOf(uri);
-    const std::string& prefix = declared ? *declared : prefixToDeclare(document, uri);
-    if (declared == nullptr && !document.canDeclareOnRoot(prefix, uri)) return false;
-    if (!document.addQualified(prefix, localName, text)) return false;
-    return declared != nullptr || document.declareOnRoot(prefix, uri);
+    const std::string& prefix = prefixToDeclare(document, uri);
+    if (!document.canDeclareOnRoot(prefix, uri)) return false;
+    return document.addQualified(prefix, localName, text) && document.declareOnRoot(prefix, uri);
 }
 
 std::string_view LocalName(const MarkupDocument& document) {

@@ -18,10 +18,19 @@ namespace webdav {
 bool ResolvePrefix(MarkupDocument& document, std::string_view uri, std::string& prefix,
                    bool declareIfMissing);
 
+/// Adds an element of a namespace that no element declares yet, and declares it on the root. The
+/// empty URI gives a name without a prefix.
+bool AddUndeclaredNS(MarkupDocument& document, std::string_view uri, std::string_view localName,
+                     std::string_view text);
+
 /// Adds an element of a namespace at the cursor, as addElement does, and declares the namespace on
-/// the root when no element does yet. The empty URI gives a name without a prefix.
-bool AddElementNS(MarkupDocument& document, std::string_view uri, std::string_view localName,
-                  std::string_view text = {});
+/// the root when no element does yet.
+inline bool AddElementNS(MarkupDocument& document, std::string_view uri, std::string_view localName,
+                         std::string_view text = {}) {
+    const std::string* prefix = uri.empty() ? nullptr : document.declarations().prefixOf(uri);
+    return prefix != nullptr ? document.addQualified(*prefix, localName, text)
+                             : AddUndeclaredNS(document, uri, localName, text);
+}
 
 /// The current element's tag name behind its first ":", or all of it.
 std::string_view LocalName(const MarkupDocument& document);

@@ -9,21 +9,29 @@ namespace {
 
 constexpr std::string_view kDefaultDeclaration = "xmlns";
 constexpr std::string_view kPrefixDeclaration = "xmlns:";
+constexpr std::string_view kXmlUri = "http://www.w3.org/XML/1998/namespace";
 
 }  // namespace
 
+NamespaceUris::NamespaceUris(std::string_view text)
+    : text_(text), uris_{Uri{}, decodedUri(0, kXmlUri.size())}, decoded_(kXmlUri) {}
+
 NamespaceUris::Number NamespaceUris::add(std::string_view written) {
     if (written.empty()) return 0;
-    if (written.find('&') != std::string_view::npos) {
-        written = decoded_.emplace_back(decodeReferences(written));
+    if (written.find('&') == std::string_view::npos) {
+        uris_.push_back({static_cast<uint32_t>(written.data() - text_.data()),
+                         static_cast<uint32_t>(written.size())});
+    } else {
+        const size_t begin = decoded_.size();
+        appendDecoded(decoded_, written);
+        uris_.push_back(decodedUri(begin, decoded_.size() - begin));
     }
-    uris_.push_back(written);
     return static_cast<Number>(uris_.size() - 1);
 }
 
 NamespaceScopes::NamespaceScopes(NamespaceUris& uris)
-    : uris_(uris), index_([this](uint32_t number) { return prefixes_[number - 1].name; }) {
-    declare(0, "xml", "http://www.w3.org/XML/1998/namespace");
+    : uris_(uris), index_([this](uint32_t number) { return nameOf(number); }) {
+    prefixes_[numberOf("xml") - 1].uri = NamespaceUris::kXml;
 }
 
 void NamespaceScopes::enter(ElementIndex element, std::string_view startTag) {
@@ -60,10 +68,15 @@ void NamespaceScopes::declare(ElementIndex element, std::string_view prefix,
 
 uint32_t NamespaceScopes::numberOf(std::string_view prefix) {
     if (const uint32_t known = index_.find(prefix); known != 0) return known;
-    prefixes_.push_back({prefix, 0});
+    prefixes_.push_back({prefix.data(), static_cast<uint32_t>(prefix.size()), 0});
     const auto number = static_cast<uint32_t>(prefixes_.size());
     index_.add(number);
     return number;
+}
+
+std::string_view NamespaceScopes::nameOf(uint32_t number) const {
+    const Prefix& prefix = prefixes_[number - 1];
+    return {prefix.name, prefix.nameLength};
 }
 
 }  // namespace webdav

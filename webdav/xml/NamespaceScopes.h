@@ -7,25 +7,46 @@
 #include <deque>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "webdav/xml/ElementTable.h"
 #include "webdav/xml/NameIndex.h"
 
 namespace webdav {
 
-/// The URIs by number; 0 is the empty one.
+/// The URIs by number; 0 is the empty one. It holds where they stand, not what they are: a document
+/// may consist of little else.
 class NamespaceUris {
   public:
     using Number = uint32_t;
+    static constexpr Number kXml = 1;  ///< that of the prefix "xml", which needs no declaration
 
-    /// Takes a URI in as it stands in a start tag, which must outlive this.
+    /// `text` must outlive this.
+    explicit NamespaceUris(std::string_view text);
+
+    /// Takes a URI in as it stands in a start tag of the text.
     Number add(std::string_view written);
-    std::string_view operator[](Number number) const { return uris_[number]; }
+    /// Valid until the next one is added; always at the same place from then on.
+    std::string_view operator[](Number number) const {
+        const auto [begin, length] = uris_[number];
+        const bool isDecoded = (length & kDecoded) != 0;
+        return (isDecoded ? std::string_view(decoded_) : text_).substr(begin, length & ~kDecoded);
+    }
 
   private:
-    std::deque<std::string_view> uris_{std::string_view()};
-    std::deque<std::string> decoded_;  // those with references in them
+    /// A URI is part of a start tag, so its length leaves the highest bit free.
+    static constexpr uint32_t kDecoded = 1U << 31;
+    struct Uri {
+        uint32_t begin;
+        uint32_t length;  // with kDecoded when it stands in decoded_
+    };
+
+    static Uri decodedUri(size_t begin, size_t length) {
+        return {static_cast<uint32_t>(begin), static_cast<uint32_t>(length) | kDecoded};
+    }
+
+    std::string_view text_;
+    std::deque<Uri> uris_;
+    std::string decoded_;  // those that do not stand in the text so, one behind the other
 };
 
 class NamespaceScopes {
@@ -42,7 +63,8 @@ class NamespaceScopes {
 
   private:
     struct Prefix {
-        std::string_view name;
+        const char* name;
+        uint32_t nameLength;
         NamespaceUris::Number uri;
     };
     struct Hidden {
@@ -53,11 +75,12 @@ class NamespaceScopes {
 
     void declare(ElementIndex element, std::string_view prefix, std::string_view writtenUri);
     uint32_t numberOf(std::string_view prefix);
+    std::string_view nameOf(uint32_t number) const;
 
     NamespaceUris& uris_;
     std::deque<Prefix> prefixes_;
     NameIndex index_;
-    std::vector<Hidden> hidden_;
+    std::deque<Hidden> hidden_;
 };
 
 }  // namespace webdav

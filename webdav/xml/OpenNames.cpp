@@ -1,6 +1,7 @@
 #include "webdav/xml/OpenNames.h"
 
 #include "webdav/xml/MarkupScanner.h"
+#include "webdav/xml/NameCharacters.h"
 
 namespace webdav {
 

@@ -16,7 +16,7 @@ std::string_view prefixOf(std::string_view tagName) {
 }  // namespace
 
 ResolvedNames::ResolvedNames(const MarkupDocument& document)
-    : index_(document.index()), uriOf_(table().count() + 1) {
+    : index_(document.index()), uris_(document.text()), uriOf_(table().count() + 1) {
     NamespaceScopes scopes(uris_);
     ElementIndex element = root();
     while (element != 0) {
