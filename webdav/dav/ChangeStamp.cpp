@@ -1,7 +1,5 @@
 #include "webdav/dav/ChangeStamp.h"
 
-#include <utility>
-
 #include "platform/Files.h"
 #include "webdav/xml/MarkupDocument.h"
 
@@ -21,13 +19,11 @@ StoreDateTime toStoreTime(const platform::DateTime& time) {
 std::string ReadChangeStamp(const webdav::ItemKind& kind, const std::string& folderPath) {
     if (folderPath.empty()) return {};
     const std::string marker = folderPath + "\\" + kind.markerFile;
-    if (std::optional<std::string> text = platform::readFile(marker, kMaxMarkerBytes)) {
-        webdav::MarkupDocument document;
-        document.setText(std::move(*text));
-        if (document.findElement()) {
-            std::string stamp = document.attribute("lastModified");
-            if (!stamp.empty()) return stamp;
-        }
+    webdav::MarkupDocument document;
+    document.load(marker, kMaxMarkerBytes);
+    if (document.findElement()) {
+        std::string stamp = document.attribute("lastModified");
+        if (!stamp.empty()) return stamp;
     }
     const std::optional<platform::DateTime> written = platform::lastWriteTime(marker);
     return written ? webdav::FormatStamp(toStoreTime(*written)) : std::string();

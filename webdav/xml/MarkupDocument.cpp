@@ -1,7 +1,9 @@
 #include "webdav/xml/MarkupDocument.h"
 
+#include <optional>
 #include <utility>
 
+#include "platform/Files.h"
 #include "webdav/xml/MarkupEscape.h"
 #include "webdav/xml/MarkupScanner.h"
 #include "webdav/xml/NameCharacters.h"
@@ -25,10 +27,39 @@ std::string writtenDeclaration(std::string_view prefix, std::string_view uri) {
 }  // namespace
 
 bool MarkupDocument::setText(std::string text) {
-    takeText();
     results_.clear();
+    return parse(std::move(text));
+}
+
+bool MarkupDocument::parse(std::string text) {
+    takeText();
     content_.parse(std::move(text), ignoresCase(), results_);
     return (content_.table()[0].flags & ElementRecord::kIllFormed) == 0;
+}
+
+bool MarkupDocument::load(std::string_view path, size_t maxBytes) {
+    takeText();
+    results_.clear();
+    std::optional<std::string> bytes = platform::readFile(path, maxBytes);
+    if (bytes) return parse(decodeText(std::move(*bytes), results_));
+    results_.add("file_error", {.msg = "read"});
+    return false;
+}
+
+bool MarkupDocument::save(std::string_view path, SaveOptions options) {
+    results_.clear();
+    bool written = false;
+    if (options.append) {
+        const auto file = platform::AppendFile::open(path);
+        if (file && file->length() > 0) options.mark = false;
+        const auto bytes = file ? encodeText(text(), options, results_) : std::nullopt;
+        written = bytes && file->write(*bytes) && file->close();
+    } else {
+        const auto bytes = encodeText(text(), options, results_);
+        written = bytes && platform::replaceFile(path, *bytes);
+    }
+    if (!written) results_.add("file_error", {.msg = "write", .encoding = options.encoding});
+    return written;
 }
 
 const std::string& MarkupDocument::text() const {

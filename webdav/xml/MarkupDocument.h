@@ -19,6 +19,7 @@
 #include "webdav/xml/IndexedText.h"
 #include "webdav/xml/MarkupResults.h"
 #include "webdav/xml/TagName.h"
+#include "webdav/xml/TextEncoding.h"
 
 namespace webdav {
 
@@ -29,16 +30,23 @@ class MarkupDocument {
   public:
     /// Document flag: tag names compare without regard to case, as in HTML.
     static constexpr uint32_t kIgnoreCase = 8;
+    /// What a file may hold so that its text does not get too long in UTF-8.
+    static constexpr size_t kMaxFileBytes = size_t{1} << 30;
 
     explicit MarkupDocument(uint32_t flags = 0) : flags_(flags) {}
 
     /// Replaces the document and parses it; tells whether it is well-formed. The cursor is reset.
     bool setText(std::string text);
+    /// The same with the text of a file, in whatever encoding it is; false as well when it cannot
+    /// be read or holds more than maxBytes, and then the document is empty.
+    bool load(std::string_view path, size_t maxBytes = kMaxFileBytes);
+    /// Writes the document to a file; false when that, or the encoding, cannot be.
+    bool save(std::string_view path, SaveOptions options = {});
     /// The document as it stands; valid until the next edit.
     const std::string& text() const;
     /// Hands the text out and leaves the document empty.
     std::string takeText();
-    /// What the last parse has to tell, one markup element each.
+    /// What the last parse, load or save has to tell, one markup element each.
     const std::string& results() const { return results_.text(); }
 
     /// Puts the cursor before the first element of the document.
@@ -99,6 +107,7 @@ class MarkupDocument {
 
   private:
     bool ignoresCase() const { return (flags_ & kIgnoreCase) != 0; }
+    bool parse(std::string text);
     void readDeclarations();
     void settle() const;
     std::string_view currentTag() const;
