@@ -10,6 +10,7 @@ build_packages=(
 test_packages=(
     libgtest-dev clang-format vdirsyncer curl openssl
     evolution-data-server gir1.2-ecal-2.0 gir1.2-ebook-1.2 python3-gi dbus-daemon
+    libbenchmark-dev clang libclang-rt-dev
 )
 
 say() { printf '== %s\n' "$*"; }
@@ -65,5 +66,5 @@ build_preset() {
 
 # The programs alone, as ./run serves them.
 build_release() {
-    build_preset release -DCVWEBDAV_TESTS=OFF
+    build_preset release -DCVWEBDAV_TESTS=OFF -DCVWEBDAV_BENCH=OFF
 }

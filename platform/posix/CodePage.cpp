@@ -29,7 +29,7 @@ ConvertedText utf16BytesToUtf8(std::string_view bytes, bool bigEndian) {
     for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
         const auto first = static_cast<uint8_t>(bytes[i]);
         const auto second = static_cast<uint8_t>(bytes[i + 1]);
-        const unsigned unit = bigEndian ? first << 8 | second : second << 8 | first;
+        const int unit = bigEndian ? first << 8 | second : second << 8 | first;
         units.push_back(static_cast<char16_t>(unit));
     }
     ConvertedText result;

@@ -24,10 +24,7 @@ struct ElementRecord {
     std::vector<ResponseRecord> responses;  ///< nested, written behind the children
 
     ElementRecord& AddChild(std::string_view childNamespace, std::string_view childName,
-                            std::string childText = {}) {
-        return children.emplace_back(
-            ElementRecord{childNamespace, childName, std::move(childText), {}, {}, {}});
-    }
+                            std::string childText = {});
 };
 
 using PropertyRecord = ElementRecord;
@@ -42,6 +39,12 @@ struct ResponseRecord {
     std::string href;
     std::vector<PropStatRecord> propstats;  ///< in the order in which their statuses first occurred
 };
+
+inline ElementRecord& ElementRecord::AddChild(std::string_view childNamespace,
+                                              std::string_view childName, std::string childText) {
+    return children.emplace_back(
+        ElementRecord{childNamespace, childName, std::move(childText), {}, {}, {}});
+}
 
 /// A property that a client asks for. Its namespace belongs to the request, which has it once
 /// however many properties are of it.
