@@ -167,6 +167,9 @@ bool WireStore::run(const Command& command) {
     } else if (is("setting", 4)) {
         const std::string file = directory() + "\\" + withBackslashes(words[1]);
         platform::writeProfileText(file, words[2], words[3], words[4]);
+    } else if (is("file", 1)) {
+        const std::string file = directory() + "\\" + withBackslashes(words[1]);
+        platform::replaceFile(file, command.text);
     } else {
         return false;
     }

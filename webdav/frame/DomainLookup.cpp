@@ -17,6 +17,7 @@ constexpr const char* kDomainSection = "Domain";
 constexpr size_t kLongestFile = 4 << 20;
 constexpr size_t kLongestLine = 511;
 constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// A domain and one thing that its clients may have used to reach it.
 struct DomainEntry {
@@ -44,7 +45,9 @@ std::vector<DomainEntry> readDomainFile() {
         platform::readFile(StoreFilePath(STORE_FILE_DOMAINS), kLongestFile).value_or("");
     std::vector<DomainEntry> entries;
     std::string domain;
-    for (std::string_view rest = file; !rest.empty();) {
+    std::string_view rest = file;
+    if (rest.starts_with(kByteOrderMark)) rest.remove_prefix(kByteOrderMark.size());
+    while (!rest.empty()) {
         const size_t end = std::min(rest.find('\n'), rest.size());
         const std::string_view line = trimmed(rest.substr(0, std::min(end, kLongestLine)));
         rest.remove_prefix(std::min(end + 1, rest.size()));
