@@ -1,7 +1,8 @@
-// The store operations that the module calls, as bound by name at start-up.
+// The store operations, as bound by name at start-up.
 //
-// The two lists are all that is bound; a library that lacks one of its names is refused whole. The
-// pointers are written before the first request and only read afterwards.
+// The two lists are the whole of what the libraries' headers promise, also where nothing calls it:
+// a library that lacks one of its names is another version and refused whole. The pointers are
+// written before the first request and only read afterwards.
 #pragma once
 
 #include "abi/CVCalendar.h"
@@ -21,6 +22,8 @@ namespace webdav {
     X(CV_GetIsFrozen)               \
     X(CV_IsPasswordTooOld)          \
     X(CV_GetMustChangePassword)     \
+    X(CV_GetDomainCount)            \
+    X(CV_GetDomainNames)            \
     X(CV_GetDBPath)                 \
     X(CV_GetStringKey)              \
     X(CV_SetStringKey)              \
