@@ -8,6 +8,7 @@ namespace platform {
 
 inline constexpr uint32_t kErrorInsufficientBuffer = 122;
 inline constexpr uint32_t kErrorMoreData = 234;
+inline constexpr uint32_t kErrorFileChanged = 1006;
 inline constexpr uint32_t kErrorInvalidIndex = 1413;
 
 /// The calling thread's last error: errno on POSIX, GetLastError() on Windows.

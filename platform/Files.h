@@ -60,9 +60,10 @@ std::vector<std::string> listDirectory(std::string_view path);
 std::optional<std::string> readFile(std::string_view path, size_t maxBytes);
 /// Writes a new file beside it and puts it in its place in one step; readers see the old or the
 /// new, never a part. Behind a link the file is replaced, not the link. With durable the bytes are
-/// on disk when this returns true.
+/// on disk when this returns true. With a stamp a file that has another one by now is left alone,
+/// and the last error is kErrorFileChanged.
 bool replaceFile(std::string_view path, std::string_view bytes, unsigned mode = 0640,
-                 bool durable = false);
+                 bool durable = false, const std::optional<FileStamp>& expected = {});
 
 /// A file opened for appending that other processes may write, rename and delete meanwhile.
 class AppendFile {

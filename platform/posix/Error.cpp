@@ -16,9 +16,10 @@ struct Description {
 
 // The codes that the extension interface gives a meaning of its own. 122 is a code of the system
 // as well.
-constexpr std::array<Description, 3> kDescriptions{{
+constexpr std::array<Description, 4> kDescriptions{{
     {kErrorInsufficientBuffer, "Buffer too small, or disk quota exceeded"},
     {kErrorMoreData, "More data than fits"},
+    {kErrorFileChanged, "The file was changed meanwhile"},
     {kErrorInvalidIndex, "No such index"},
 }};
 

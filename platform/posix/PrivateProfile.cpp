@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <limits>
 
+#include "platform/Error.h"
 #include "platform/Files.h"
 #include "platform/posix/PathLookup.h"
 #include "platform/posix/ProfileCache.h"
@@ -25,12 +26,12 @@ int32_t leadingNumber(std::string_view text) {
     return static_cast<int32_t>(negative ? -number : std::min(number, kMax));
 }
 
-/// Reads, changes and replaces the file while no other process or thread does. The lock is on the
-/// file itself, which thus exists afterwards.
+// Editors ask for no lock; one that changed the file meanwhile is to be heard, but not for ever.
+constexpr int kAttempts = 16;
+
 template <typename Change>
-bool changeProfile(std::string_view path, Change change) {
-    const std::unique_ptr<FileLock> lock = FileLock::acquire(path);
-    if (!lock) return false;
+bool tryToChange(std::string_view path, Change change) {
+    const std::optional<FileStamp> stamp = fileStamp(path);
     const std::optional<std::string> before = readFile(path, kMaxProfileBytes);
     if (!before) return false;
     const std::string after = change(*before);
@@ -40,7 +41,20 @@ bool changeProfile(std::string_view path, Change change) {
         return false;
     }
     const FoundPath found = findPath(path);
-    return found.exists && replaceFile(path, after, found.status.st_mode & 07777, true);
+    return found.exists && replaceFile(path, after, found.status.st_mode & 07777, true, stamp);
+}
+
+/// Reads, changes and replaces the file while no other process or thread does. The lock is on the
+/// file itself, which thus exists afterwards.
+template <typename Change>
+bool changeProfile(std::string_view path, Change change) {
+    const std::unique_ptr<FileLock> lock = FileLock::acquire(path);
+    if (!lock) return false;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        if (tryToChange(path, change)) return true;
+        if (lastError() != kErrorFileChanged) break;
+    }
+    return false;
 }
 
 }  // namespace

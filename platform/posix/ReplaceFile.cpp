@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "platform/Error.h"
 #include "platform/Files.h"
 #include "platform/posix/Descriptor.h"
 #include "platform/posix/PathLookup.h"
@@ -73,15 +74,21 @@ bool syncDirectory(const std::string& native) {
 
 }  // namespace
 
-bool replaceFile(std::string_view path, std::string_view bytes, unsigned mode, bool durable) {
+bool replaceFile(std::string_view path, std::string_view bytes, unsigned mode, bool durable,
+                 const std::optional<FileStamp>& expected) {
     const FoundPath found = findPath(path);
     if (found.native.empty()) return false;
     const std::string target = behindLinks(found.native);
     NewFile file(temporaryNameBeside(target), mode);
     if (!file.made()) return false;
     if (found.exists) file.giveTo(found.status);
-    return file.write(bytes, mode, durable) && file.moveTo(target) &&
-           (!durable || syncDirectory(nativeParent(target)));
+    if (!file.write(bytes, mode, durable)) return false;
+    // Last of all, as writing takes its time.
+    if (expected && fileStamp(target) != expected) {
+        setLastError(kErrorFileChanged);
+        return false;
+    }
+    return file.moveTo(target) && (!durable || syncDirectory(nativeParent(target)));
 }
 
 }  // namespace platform

@@ -166,6 +166,11 @@ TEST_F(Files, AFailedReplacementLeavesTheOldFile) {
     });
     EXPECT_TRUE(endedWell(child));
     EXPECT_EQ(readFile(at("f"), 10), "old");
+    const auto stamp = fileStamp(at("f"));
+    EXPECT_TRUE(replaceFile(at("F"), "edited", 0640, false, stamp));
+    EXPECT_FALSE(replaceFile(at("f"), "late", 0640, false, stamp));
+    EXPECT_EQ(lastError(), kErrorFileChanged);
+    EXPECT_EQ(readFile(at("f"), 10), "edited");
     EXPECT_EQ(names(), std::vector<std::string>{"f"});
 }
 
