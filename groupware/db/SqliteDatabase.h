@@ -35,6 +35,7 @@ class SqliteDatabase : public Database {
     void itemsInSpan(FolderKey folder, int64_t fromMs, int64_t toMs,
                      const std::function<void(StoredItem&&)>& each) override;
     void eachItem(FolderKey folder, const std::function<void(StoredItem&&)>& each) override;
+    std::optional<FolderChanges> changesSince(FolderKey folder, const FolderState& since) override;
     std::optional<StoredItem> item(FolderKey folder, int64_t number) override;
     std::optional<StoredItem> itemByIdentifier(FolderKey folder,
                                                std::string_view identifier) override;

@@ -166,6 +166,15 @@ bool SqliteWriter::deleteItem(FolderKey folder, int64_t number) {
     database_.statement("DELETE FROM item WHERE account=?1 AND folder=?2 AND item=?3")
         .bind(folder.account, folder.folder, number)
         .run();
+    auto count = database_.statement(
+        "UPDATE folder SET deletions=deletions+1 WHERE account=?1 AND folder=?2"
+        " RETURNING deletions-1");
+    count.bind(folder.account, folder.folder).step();
+    database_
+        .statement("REPLACE INTO deleted_item(account, folder, slot, item) VALUES(?1, ?2, ?3, ?4)")
+        .bind(folder.account, folder.folder, count.integer(0) % kDeletionsKept, number)
+        .run();
+    count.run();
     return true;
 }
 

@@ -1,4 +1,5 @@
-// Truth values in the settings files. Read afresh at each call; safe from every thread.
+// What the store itself reads in the settings files. Read afresh at each call; safe from every
+// thread.
 #pragma once
 
 #include <string_view>
@@ -13,6 +14,8 @@ bool readTruth(std::string_view file, std::string_view section, std::string_view
 
 bool sharedFoldersEnabled(const DataPaths& paths);
 bool publicFoldersEnabled(const DataPaths& paths);
+/// How much memory folder contents may take up: [Store] CacheMegabytes, 256 when it tells none.
+size_t mostSnapshotBytes(const DataPaths& paths);
 /// False when the settings file cannot be written.
 bool enablePublicFolders(const DataPaths& paths);
 
