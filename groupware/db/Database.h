@@ -125,7 +125,8 @@ struct NewItem {
     ItemSpan span;
 };
 
-/// One change of the database: all of it, durably, at commit(), or nothing when it is dropped.
+/// One change of the database: all of it, durably, at commit(), or nothing when it is dropped or
+/// commit() raises.
 class WriteTransaction {
   public:
     virtual ~WriteTransaction() = default;
@@ -201,7 +202,12 @@ class Database {
                                                        std::string_view identifier) = 0;
     virtual std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) = 0;
 
+    /// All that was committed before can be read by everybody, and nothing else changes meanwhile.
     virtual std::unique_ptr<WriteTransaction> begin() = 0;
+    /// For a change that rests on what it reads within itself alone: it reaches the disk together
+    /// with those that other threads make at the same time. What it reads may be theirs and not be
+    /// on disk yet, so even one that finds nothing to do is committed before anybody is told.
+    virtual std::unique_ptr<WriteTransaction> beginGrouped() = 0;
 };
 
 /// UTC milliseconds since 1970; what stamps follow.

@@ -55,10 +55,12 @@ std::optional<StoredItem> oneItem(SqliteStatement& query) {
 }  // namespace
 
 void SqliteDatabase::prepare(bool create) {
-    if (hasNewestSchema(writing_.connection)) return;
-    const auto lock = platform::FileLock::acquire(writing_.lockPath);
-    if (!lock) throw DatabaseError("cannot lock " + platform::nativePath(writing_.lockPath), false);
-    upgradeSchema(writing_.connection, create);
+    if (hasNewestSchema(writing_.connection())) return;
+    const auto lock = platform::FileLock::acquire(writing_.lockPath());
+    if (!lock) {
+        throw DatabaseError("cannot lock " + platform::nativePath(writing_.lockPath()), false);
+    }
+    upgradeSchema(writing_.connection(), create);
 }
 
 std::vector<std::string> SqliteDatabase::domains() {
@@ -238,7 +240,11 @@ std::optional<int64_t> SqliteDatabase::itemNumber(FolderKey folder, std::string_
 }
 
 std::unique_ptr<WriteTransaction> SqliteDatabase::begin() {
-    return std::make_unique<SqliteWriter>(writing_);
+    return std::make_unique<SqliteWriter>(writing_, true);
+}
+
+std::unique_ptr<WriteTransaction> SqliteDatabase::beginGrouped() {
+    return std::make_unique<SqliteWriter>(writing_, false);
 }
 
 std::unique_ptr<Database> openSqliteDatabase(std::string_view path, bool create, Clock clock) {

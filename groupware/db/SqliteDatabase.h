@@ -42,6 +42,7 @@ class SqliteDatabase : public Database {
     std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) override;
 
     std::unique_ptr<WriteTransaction> begin() override;
+    std::unique_ptr<WriteTransaction> beginGrouped() override;
 
   private:
     SqliteWriting writing_;

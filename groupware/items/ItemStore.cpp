@@ -150,11 +150,14 @@ int32_t ItemStore::write(std::string_view path, StoreItem& record) {
 /// Stores a text under its UID, whether an item of that UID is there by now or not.
 ItemRow ItemStore::place(const FolderRow& folder, const std::string& uid,
                          const ParsedPointer& parsed) {
-    const auto transaction = engine_.database().begin();
+    const auto transaction = engine_.database().beginGrouped();
     const auto number =
         uid.empty() ? std::optional<int64_t>() : transaction->itemNumber(folder.key, uid);
     const auto stored = number ? transaction->item(folder.key, *number) : std::nullopt;
-    if (stored && stored->text == parsed->text) return stored->row;
+    if (stored && stored->text == parsed->text) {
+        transaction->commit();
+        return stored->row;
+    }
     const std::string identifier = stored ? stored->row.identifier : newIdentifier(kind_);
     const NewItem item = newItem(*parsed, uid, identifier);
     ItemRow row = stored ? transaction->updateItem(folder.key, stored->row.number, item).value()
@@ -208,14 +211,14 @@ int32_t ItemStore::replace(const FolderRow& folder, const StoredItem& stored,
                            const std::string& uid, const ParsedPointer& parsed, ItemRow& row) {
     row = stored.row;
     if (parsed->text == stored.text && uid == stored.row.uid) return STORE_OK;
-    const auto transaction = engine_.database().begin();
+    const auto transaction = engine_.database().beginGrouped();
     if (uid != stored.row.uid && !uid.empty() && transaction->itemNumber(folder.key, uid)) {
         return STORE_EXISTS;
     }
     const auto updated = transaction->updateItem(folder.key, stored.row.number,
                                                  newItem(*parsed, uid, stored.row.identifier));
-    if (!updated) return STORE_NOT_FOUND;
     commit(*transaction, folder);
+    if (!updated) return STORE_NOT_FOUND;
     row = *updated;
     remember(folder, row, parsed);
     return STORE_OK;
@@ -224,8 +227,9 @@ int32_t ItemStore::replace(const FolderRow& folder, const StoredItem& stored,
 int32_t ItemStore::remove(std::string_view path, int64_t number) {
     const auto folder = folderAt(path);
     if (!folder) return STORE_NOT_FOUND;
-    const auto transaction = engine_.database().begin();
-    if (transaction->deleteItem(folder->key, number)) commit(*transaction, *folder);
+    const auto transaction = engine_.database().beginGrouped();
+    transaction->deleteItem(folder->key, number);
+    commit(*transaction, *folder);
     return STORE_OK;
 }
 
