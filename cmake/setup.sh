@@ -7,7 +7,7 @@ build_packages=(
     libboost-dev libssl-dev libsqlite3-dev libical-dev libsodium-dev
     libcli11-dev nlohmann-json3-dev tzdata
 )
-test_packages=(libgtest-dev clang-format vdirsyncer curl openssl)
+test_packages=(libgtest-dev clang-format vdirsyncer curl openssl strace)
 
 say() { printf '== %s\n' "$*"; }
 
