@@ -286,11 +286,10 @@ PLATFORM_EXPORT int32_t CV_ContactItemToVCardString(const StoreContactItem* item
     *text = nullptr;
     if (item == nullptr) return STORE_BAD_DATA;
     return statusOf([&]() -> int32_t {
-        std::string own;
+        TextPointer own;
         const int32_t status = store(kContact).textOf(*item, own);
         if (status != STORE_OK) return status;
-        own = vCardAs(own, plainVCard != 0 ? "3.0" : "4.0");
-        *text = handOutText(withWholeCharacters(std::move(own)));
+        *text = handOutText(withWholeCharacters(vCardAs(*own, plainVCard != 0 ? "3.0" : "4.0")));
         return STORE_OK;
     });
 }

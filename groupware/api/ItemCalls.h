@@ -109,9 +109,9 @@ inline int32_t textOf(ItemKind kind, const StoreItem* item, char** text) {
     *text = nullptr;
     if (item == nullptr) return STORE_BAD_DATA;
     return statusOf([&]() -> int32_t {
-        std::string own;
+        TextPointer own;
         const int32_t status = store(kind).textOf(*item, own);
-        if (status == STORE_OK) *text = handOutText(withWholeCharacters(std::move(own)));
+        if (status == STORE_OK) *text = handOutText(withWholeCharacters(*own));
         return status;
     });
 }

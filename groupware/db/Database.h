@@ -8,6 +8,7 @@
 // A database that fails (disk, lock, damage) raises DatabaseError; "not there" is an empty result.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -53,7 +54,7 @@ struct FolderKey {
     int64_t account = -1;
     int64_t folder = -1;
 
-    friend bool operator==(const FolderKey&, const FolderKey&) = default;
+    friend auto operator<=>(const FolderKey&, const FolderKey&) = default;
 };
 
 struct FolderRow {
@@ -95,6 +96,28 @@ struct StoredItem {
     std::string text;  ///< as the client wrote it, unless the store has changed the item since
 };
 
+/// An item without its text, as those know it who keep a folder's contents in mind.
+struct ItemHead {
+    ItemRow row;
+    ItemSpan span;
+};
+
+/// Tells states of a folder's contents apart; the default is a folder of which nothing is known.
+struct FolderState {
+    int64_t stampMs = INT64_MIN;
+    int64_t deletions = 0;  ///< that there have ever been
+
+    friend bool operator==(const FolderState&, const FolderState&) = default;
+};
+
+/// The way from one state of a folder to a later one.
+struct FolderChanges {
+    FolderState now;
+    bool whole = false;             ///< `changed` is all there is; what was known before is void
+    std::vector<ItemHead> changed;  ///< in the order of their changes
+    std::vector<int64_t> deleted;   ///< numbers, of items that may not have been known
+};
+
 struct NewItem {
     std::string_view uid;
     std::string_view text;
@@ -102,7 +125,8 @@ struct NewItem {
     ItemSpan span;
 };
 
-/// One change of the database: all of it, durably, at commit(), or nothing when it is dropped.
+/// One change of the database: all of it, durably, at commit(), or nothing when it is dropped or
+/// commit() raises.
 class WriteTransaction {
   public:
     virtual ~WriteTransaction() = default;
@@ -170,12 +194,20 @@ class Database {
                              const std::function<void(StoredItem&&)>& each) = 0;
     /// Every item with its text, in the order of their numbers.
     virtual void eachItem(FolderKey folder, const std::function<void(StoredItem&&)>& each) = 0;
+    /// What has changed since a state that was told before; nothing when there is no such folder.
+    virtual std::optional<FolderChanges> changesSince(FolderKey folder,
+                                                      const FolderState& since) = 0;
     virtual std::optional<StoredItem> item(FolderKey folder, int64_t number) = 0;
     virtual std::optional<StoredItem> itemByIdentifier(FolderKey folder,
                                                        std::string_view identifier) = 0;
     virtual std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) = 0;
 
+    /// All that was committed before can be read by everybody, and nothing else changes meanwhile.
     virtual std::unique_ptr<WriteTransaction> begin() = 0;
+    /// For a change that rests on what it reads within itself alone: it reaches the disk together
+    /// with those that other threads make at the same time. What it reads may be theirs and not be
+    /// on disk yet, so even one that finds nothing to do is committed before anybody is told.
+    virtual std::unique_ptr<WriteTransaction> beginGrouped() = 0;
 };
 
 /// UTC milliseconds since 1970; what stamps follow.

@@ -102,4 +102,16 @@ void SqliteConnection::execute(const char* sql) {
     if (result != SQLITE_OK) raise(database_.get(), result);
 }
 
+SqliteReading::SqliteReading(SqliteConnection& connection) : connection_(connection) {
+    connection_.statement("BEGIN").run();
+}
+
+SqliteReading::~SqliteReading() {
+    // A failed read has ended it already, which comes to the same.
+    try {
+        connection_.statement("ROLLBACK").run();
+    } catch (const DatabaseError&) {
+    }
+}
+
 }  // namespace groupware

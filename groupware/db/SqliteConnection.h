@@ -81,4 +81,16 @@ class SqliteConnection {
     std::unordered_map<const char*, std::unique_ptr<sqlite3_stmt, Finalize>> statements_;
 };
 
+/// Several reads that see one and the same state of the database.
+class SqliteReading {
+  public:
+    explicit SqliteReading(SqliteConnection& connection);
+    ~SqliteReading();
+    SqliteReading(const SqliteReading&) = delete;
+    SqliteReading& operator=(const SqliteReading&) = delete;
+
+  private:
+    SqliteConnection& connection_;
+};
+
 }  // namespace groupware

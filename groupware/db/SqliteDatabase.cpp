@@ -55,10 +55,12 @@ std::optional<StoredItem> oneItem(SqliteStatement& query) {
 }  // namespace
 
 void SqliteDatabase::prepare(bool create) {
-    if (hasNewestSchema(writing_.connection)) return;
-    const auto lock = platform::FileLock::acquire(writing_.lockPath);
-    if (!lock) throw DatabaseError("cannot lock " + platform::nativePath(writing_.lockPath), false);
-    upgradeSchema(writing_.connection, create);
+    if (hasNewestSchema(writing_.connection())) return;
+    const auto lock = platform::FileLock::acquire(writing_.lockPath());
+    if (!lock) {
+        throw DatabaseError("cannot lock " + platform::nativePath(writing_.lockPath()), false);
+    }
+    upgradeSchema(writing_.connection(), create);
 }
 
 std::vector<std::string> SqliteDatabase::domains() {
@@ -158,7 +160,7 @@ size_t SqliteDatabase::itemCount(FolderKey folder) {
 std::vector<ItemRow> SqliteDatabase::items(FolderKey folder) {
     const auto reader = readers_.take();
     auto query = reader->statement(
-        "SELECT item, modified, uid, identifier FROM item INDEXED BY item_listing"
+        "SELECT item, modified, uid, identifier FROM item INDEXED BY item_changes"
         " WHERE account=?1 AND folder=?2 ORDER BY item");
     query.bind(folder.account, folder.folder);
     std::vector<ItemRow> rows;
@@ -171,7 +173,7 @@ void SqliteDatabase::itemsInSpan(FolderKey folder, int64_t fromMs, int64_t toMs,
     const auto reader = readers_.take();
     auto query =
         reader->statement("SELECT " GROUPWARE_ITEM_COLUMNS
-                          ", CASE exact WHEN 0 THEN text END FROM item INDEXED BY item_span"
+                          ", CASE exact WHEN 0 THEN text END FROM item INDEXED BY item_changes"
                           " WHERE account=?1 AND folder=?2 AND last_end>?3 AND first_start<?4");
     query.bind(folder.account, folder.folder, fromMs, toMs);
     while (query.step()) each(storedItemOf(query));
@@ -184,6 +186,35 @@ void SqliteDatabase::eachItem(FolderKey folder, const std::function<void(StoredI
                                    " ORDER BY item");
     query.bind(folder.account, folder.folder);
     while (query.step()) each(storedItemOf(query));
+}
+
+std::optional<FolderChanges> SqliteDatabase::changesSince(FolderKey folder,
+                                                          const FolderState& since) {
+    const auto reader = readers_.take();
+    const SqliteReading reading(*reader);
+    auto state =
+        reader->statement("SELECT stamp, deletions FROM folder WHERE account=?1 AND folder=?2");
+    if (!state.bind(folder.account, folder.folder).step()) return std::nullopt;
+
+    FolderChanges changes;
+    changes.now = {state.integer(0), state.integer(1)};
+    changes.whole = since == FolderState() || since.deletions > changes.now.deletions ||
+                    changes.now.deletions - since.deletions > kDeletionsKept;
+    auto items = reader->statement("SELECT " GROUPWARE_ITEM_COLUMNS
+                                   " FROM item INDEXED BY item_changes"
+                                   " WHERE account=?1 AND folder=?2 AND modified>?3"
+                                   " ORDER BY modified");
+    items.bind(folder.account, folder.folder, changes.whole ? INT64_MIN : since.stampMs);
+    while (items.step()) changes.changed.push_back(itemHeadOf(items));
+    if (changes.whole) return changes;
+
+    for (int64_t count = since.deletions; count < changes.now.deletions; ++count) {
+        auto deleted = reader->statement(
+            "SELECT item FROM deleted_item WHERE account=?1 AND folder=?2 AND slot=?3");
+        deleted.bind(folder.account, folder.folder, count % kDeletionsKept);
+        if (deleted.step()) changes.deleted.push_back(deleted.integer(0));
+    }
+    return changes;
 }
 
 std::optional<StoredItem> SqliteDatabase::item(FolderKey folder, int64_t number) {
@@ -209,7 +240,11 @@ std::optional<int64_t> SqliteDatabase::itemNumber(FolderKey folder, std::string_
 }
 
 std::unique_ptr<WriteTransaction> SqliteDatabase::begin() {
-    return std::make_unique<SqliteWriter>(writing_);
+    return std::make_unique<SqliteWriter>(writing_, true);
+}
+
+std::unique_ptr<WriteTransaction> SqliteDatabase::beginGrouped() {
+    return std::make_unique<SqliteWriter>(writing_, false);
 }
 
 std::unique_ptr<Database> openSqliteDatabase(std::string_view path, bool create, Clock clock) {

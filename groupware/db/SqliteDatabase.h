@@ -35,12 +35,14 @@ class SqliteDatabase : public Database {
     void itemsInSpan(FolderKey folder, int64_t fromMs, int64_t toMs,
                      const std::function<void(StoredItem&&)>& each) override;
     void eachItem(FolderKey folder, const std::function<void(StoredItem&&)>& each) override;
+    std::optional<FolderChanges> changesSince(FolderKey folder, const FolderState& since) override;
     std::optional<StoredItem> item(FolderKey folder, int64_t number) override;
     std::optional<StoredItem> itemByIdentifier(FolderKey folder,
                                                std::string_view identifier) override;
     std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) override;
 
     std::unique_ptr<WriteTransaction> begin() override;
+    std::unique_ptr<WriteTransaction> beginGrouped() override;
 
   private:
     SqliteWriting writing_;

@@ -24,6 +24,7 @@ class SqliteReaders {
         Lease& operator=(const Lease&) = delete;
 
         SqliteConnection* operator->() const { return connection_.get(); }
+        SqliteConnection& operator*() const { return *connection_; }
 
       private:
         SqliteReaders& readers_;

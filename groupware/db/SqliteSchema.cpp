@@ -11,7 +11,6 @@ namespace {
 
 // Every key begins with the account. Numbers of accounts, folders and items are never given twice
 // (last_folder, last_item), so what has been remembered about one cannot be taken for another.
-// item_listing holds all that a listing shows, so that listing never touches the texts.
 constexpr const char* kFirstSchema = R"(
 CREATE TABLE domain(
     name TEXT NOT NULL PRIMARY KEY
@@ -85,8 +84,27 @@ CREATE TABLE folder_grant(
 CREATE INDEX folder_grant_grantee ON folder_grant(grantee);
 )";
 
+// What has changed in a folder since a stamp is found without touching texts: changed items by
+// their stamps, the last deleted ones by the count of deletions, which goes round a fixed number of
+// slots.
+constexpr const char* kChanges = R"(
+ALTER TABLE folder ADD COLUMN deletions INTEGER NOT NULL DEFAULT 0;
+CREATE TABLE deleted_item(
+    account INTEGER NOT NULL,
+    folder INTEGER NOT NULL,
+    slot INTEGER NOT NULL,
+    item INTEGER NOT NULL,
+    PRIMARY KEY(account, folder, slot),
+    FOREIGN KEY(account, folder) REFERENCES folder(account, folder) ON DELETE CASCADE
+) WITHOUT ROWID;
+CREATE INDEX item_changes ON item(account, folder, modified, item, uid, identifier, first_start,
+                                  last_end, exact);
+DROP INDEX item_listing;
+DROP INDEX item_span;
+)";
+
 // Step n leads from version n to version n + 1; version 0 is an empty database.
-constexpr const char* kSteps[] = {kFirstSchema, kGrants};
+constexpr const char* kSteps[] = {kFirstSchema, kGrants, kChanges};
 constexpr int64_t kNewest = std::size(kSteps);
 
 int64_t schemaVersion(SqliteConnection& connection) {

@@ -1,52 +1,16 @@
 #include "groupware/db/SqliteWriter.h"
 
-#include <algorithm>
-#include <chrono>
-
 #include "groupware/db/SqliteRows.h"
 
 namespace groupware {
 
-namespace {
-
-constexpr std::chrono::milliseconds kLongestWait{15'000};
-
-WriteQueue& entered(WriteQueue& queue) {
-    if (!queue.enter(kLongestWait)) {
-        throw DatabaseError("the database stayed locked by other changes too long", true);
-    }
-    return queue;
-}
-
-std::string lockPathOf(std::string_view path) {
-    constexpr std::string_view kExtension = ".db";
-    if (path.ends_with(kExtension)) path.remove_suffix(kExtension.size());
-    return std::string(path) + ".lock";
-}
-
-}  // namespace
-
-SqliteWriting::SqliteWriting(std::string_view path, Clock time)
-    : lockPath(lockPathOf(path)), clock(std::move(time)), connection(path) {
-    connection.execute("PRAGMA synchronous=FULL; PRAGMA foreign_keys=1");
-}
-
-SqliteWriter::SqliteWriter(SqliteWriting& writing)
-    : turn_(entered(writing.queue)),
-      lock_(platform::FileLock::acquire(writing.lockPath)),
-      database_(writing.connection),
-      clock_(writing.clock) {
-    if (!lock_) throw DatabaseError("cannot lock " + platform::nativePath(writing.lockPath), false);
-    database_.execute("BEGIN IMMEDIATE");
+SqliteWriter::SqliteWriter(SqliteWriting& writing, bool alone)
+    : writing_(writing), database_(writing.connection()) {
+    writing_.enter(alone);
 }
 
 SqliteWriter::~SqliteWriter() {
-    if (!open_) return;
-    // Fails when an error has ended the transaction already, which comes to the same.
-    try {
-        database_.execute("ROLLBACK");
-    } catch (const DatabaseError&) {
-    }
+    if (open_) writing_.giveUp();
 }
 
 void SqliteWriter::addDomain(std::string_view domain) {
@@ -102,7 +66,7 @@ FolderKey SqliteWriter::addFolder(int64_t account, std::string_view name, ItemKi
         .statement(
             "INSERT INTO folder(account, folder, name, kind, is_default, stamp)"
             " VALUES(?1, ?2, ?3, ?4, ?5, ?6)")
-        .bind(key.account, key.folder, name, static_cast<int64_t>(kind), isDefault, clock_())
+        .bind(key.account, key.folder, name, static_cast<int64_t>(kind), isDefault, writing_.now())
         .run();
     changedAccounts_.insert(account);
     return key;
@@ -166,6 +130,15 @@ bool SqliteWriter::deleteItem(FolderKey folder, int64_t number) {
     database_.statement("DELETE FROM item WHERE account=?1 AND folder=?2 AND item=?3")
         .bind(folder.account, folder.folder, number)
         .run();
+    auto count = database_.statement(
+        "UPDATE folder SET deletions=deletions+1 WHERE account=?1 AND folder=?2"
+        " RETURNING deletions-1");
+    count.bind(folder.account, folder.folder).step();
+    database_
+        .statement("REPLACE INTO deleted_item(account, folder, slot, item) VALUES(?1, ?2, ?3, ?4)")
+        .bind(folder.account, folder.folder, count.integer(0) % kDeletionsKept, number)
+        .run();
+    count.run();
     return true;
 }
 
@@ -185,15 +158,15 @@ void SqliteWriter::commit() {
     for (const int64_t account : changedAccounts_) {
         database_.statement("UPDATE account SET version=version+1 WHERE id=?1").bind(account).run();
     }
-    database_.execute("COMMIT");
     open_ = false;
+    writing_.commit();
 }
 
 int64_t SqliteWriter::nextStamp(FolderKey folder) {
     auto query = database_.statement(
         "UPDATE folder SET stamp=max(?3, stamp+1) WHERE account=?1 AND folder=?2"
         " RETURNING stamp");
-    if (!query.bind(folder.account, folder.folder, clock_()).step()) {
+    if (!query.bind(folder.account, folder.folder, writing_.now()).step()) {
         throw DatabaseError("no such folder", false);
     }
     const int64_t stamp = query.integer(0);

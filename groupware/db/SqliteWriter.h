@@ -1,31 +1,18 @@
-// A change of the embedded database, and what all changes of one process share.
+// A change of the embedded database.
 #pragma once
 
-#include <memory>
 #include <set>
 #include <string>
 
 #include "groupware/db/Database.h"
 #include "groupware/db/SqliteConnection.h"
-#include "groupware/db/WriteQueue.h"
-#include "platform/Files.h"
+#include "groupware/db/SqliteWriting.h"
 
 namespace groupware {
 
-/// The one connection that writes, and the ways in which writers wait for each other: a queue in
-/// the process, a file lock between processes, both first come, first served.
-struct SqliteWriting {
-    SqliteWriting(std::string_view path, Clock time);
-
-    std::string lockPath;
-    Clock clock;
-    WriteQueue queue;
-    SqliteConnection connection;
-};
-
 class SqliteWriter : public WriteTransaction {
   public:
-    explicit SqliteWriter(SqliteWriting& writing);
+    SqliteWriter(SqliteWriting& writing, bool alone);
     ~SqliteWriter() override;
 
     void addDomain(std::string_view domain) override;
@@ -54,11 +41,8 @@ class SqliteWriter : public WriteTransaction {
     int64_t nextStamp(FolderKey folder);
     bool hasItem(FolderKey folder, int64_t number);
 
-    // Given back in the reverse order: first the lock between processes, then the turn.
-    WriteTurn turn_;
-    std::unique_ptr<platform::FileLock> lock_;
+    SqliteWriting& writing_;
     SqliteConnection& database_;
-    const Clock& clock_;
     std::set<int64_t> changedAccounts_;
     bool open_ = true;
 };

@@ -21,4 +21,14 @@ void WriteQueue::leave() {
     moved_.notify_all();
 }
 
+bool WriteQueue::leaveToNext() {
+    {
+        std::lock_guard lock(mutex_);
+        if (queue_.size() < 2) return false;
+        queue_.pop_front();
+    }
+    moved_.notify_all();
+    return true;
+}
+
 }  // namespace groupware

@@ -14,24 +14,14 @@ class WriteQueue {
     /// False when the turn did not come in time; otherwise leave() ends it.
     bool enter(std::chrono::milliseconds limit);
     void leave();
+    /// Leaves to whoever comes next; false, and nothing done, when nobody waits.
+    bool leaveToNext();
 
   private:
     std::mutex mutex_;
     std::condition_variable moved_;
     std::deque<uint64_t> queue_;  // its front has the turn
     uint64_t lastTicket_ = 0;
-};
-
-/// The holder's turn, ended when dropped.
-class WriteTurn {
-  public:
-    explicit WriteTurn(WriteQueue& queue) : queue_(queue) {}
-    ~WriteTurn() { queue_.leave(); }
-    WriteTurn(const WriteTurn&) = delete;
-    WriteTurn& operator=(const WriteTurn&) = delete;
-
-  private:
-    WriteQueue& queue_;
 };
 
 }  // namespace groupware

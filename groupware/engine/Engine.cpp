@@ -5,6 +5,8 @@
 #include "groupware/engine/Mirror.h"
 #include "groupware/engine/Names.h"
 #include "groupware/engine/PasswordChecker.h"
+#include "groupware/engine/Settings.h"
+#include "groupware/items/SnapshotCache.h"
 #include "platform/PrivateProfile.h"
 #include "platform/Registry.h"
 
@@ -73,7 +75,9 @@ Engine::Engine(DataPaths paths)
     : paths_(std::move(paths)),
       database_(openSqliteDatabase(paths_.database, false)),
       mirror_(std::make_unique<Mirror>(*database_)),
-      passwords_(std::make_unique<PasswordChecker>()) {}
+      passwords_(std::make_unique<PasswordChecker>()),
+      snapshots_(std::make_unique<SnapshotCache>(*database_,
+                                                 [this] { return mostSnapshotBytes(paths_); })) {}
 
 Engine::~Engine() = default;
 

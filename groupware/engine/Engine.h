@@ -17,6 +17,7 @@ namespace groupware {
 
 class Mirror;
 class PasswordChecker;
+class SnapshotCache;
 
 /// Where the pieces of a data directory stand; all by the product's path rule, directories without
 /// a closing backslash.
@@ -49,6 +50,7 @@ class Engine {
     const DataPaths& paths() const { return paths_; }
     Database& database() { return *database_; }
     PasswordChecker& passwords() { return *passwords_; }
+    SnapshotCache& snapshots() { return *snapshots_; }
 
     /// Brings the directories and marker files of an account (or of the public folders) up to date.
     void refreshMirror(int64_t account);
@@ -68,6 +70,7 @@ class Engine {
     std::unique_ptr<Database> database_;
     std::unique_ptr<Mirror> mirror_;
     std::unique_ptr<PasswordChecker> passwords_;
+    std::unique_ptr<SnapshotCache> snapshots_;
 };
 
 }  // namespace groupware

@@ -1,5 +1,7 @@
 #include "groupware/engine/Settings.h"
 
+#include <algorithm>
+
 #include "platform/PrivateProfile.h"
 
 namespace groupware {
@@ -29,6 +31,13 @@ bool sharedFoldersEnabled(const DataPaths& paths) {
 
 bool publicFoldersEnabled(const DataPaths& paths) {
     return readTruth(paths.mainSettings, kFoldersSection, kEnablePublicFolders, false);
+}
+
+size_t mostSnapshotBytes(const DataPaths& paths) {
+    constexpr int32_t kDefault = 256;
+    const int32_t megabytes =
+        platform::readProfileInt(paths.mainSettings, "Store", "CacheMegabytes", kDefault);
+    return static_cast<size_t>(std::max(megabytes, 0)) << 20;
 }
 
 bool enablePublicFolders(const DataPaths& paths) {

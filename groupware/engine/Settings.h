@@ -1,4 +1,5 @@
-// Truth values in the settings files. Read afresh at each call; safe from every thread.
+// What the store itself reads in the settings files. Read afresh at each call; safe from every
+// thread.
 #pragma once
 
 #include <string_view>
@@ -16,6 +17,8 @@ inline constexpr std::string_view kEnablePublicFolders = "EnablePublicFolders";
 
 bool sharedFoldersEnabled(const DataPaths& paths);
 bool publicFoldersEnabled(const DataPaths& paths);
+/// How much memory folder contents may take up: [Store] CacheMegabytes, 256 when it tells none.
+size_t mostSnapshotBytes(const DataPaths& paths);
 /// False when the settings file cannot be written.
 bool enablePublicFolders(const DataPaths& paths);
 

@@ -22,7 +22,7 @@ bool sayTheSame(uint16_t a, uint16_t b) {
 
 }  // namespace
 
-std::shared_ptr<const ParsedText> parsedText(ItemKind kind, std::string text) {
+ParsedPointer parsedText(ItemKind kind, std::string text) {
     std::string problem;
     auto facts = readItem(kind, text, problem);
     if (!facts) return nullptr;
@@ -34,8 +34,7 @@ std::string textForUid(const ItemContents& contents, const StoredItem& stored) {
     return withUid(contents.kind, stored.text, contents.row.uid);
 }
 
-std::shared_ptr<const ParsedText> withStatuses(const StoreItem& record,
-                                               std::shared_ptr<const ParsedText> parsed) {
+ParsedPointer withStatuses(const StoreItem& record, ParsedPointer parsed) {
     const auto& attendees = parsed->facts.attendees;
     if (attendees.size() != record.attendeeCount) return parsed;
     std::string text = parsed->text;

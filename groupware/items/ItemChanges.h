@@ -15,15 +15,14 @@
 namespace groupware {
 
 /// Null when the text holds no item of the kind.
-std::shared_ptr<const ParsedText> parsedText(ItemKind kind, std::string text);
+ParsedPointer parsedText(ItemKind kind, std::string text);
 
 /// The stored text, with the UID set there that the record was given since it was listed.
 std::string textForUid(const ItemContents& contents, const StoredItem& stored);
 
 /// The text with the statuses that the record's attendees were given; the same object when there is
 /// nothing to change. No status and "needs action" say the same.
-std::shared_ptr<const ParsedText> withStatuses(const StoreItem& record,
-                                               std::shared_ptr<const ParsedText> parsed);
+ParsedPointer withStatuses(const StoreItem& record, ParsedPointer parsed);
 
 /// The task's text with the instance of that time completed, as it is when it has been completed
 /// before; nothing when the text tells no such instance.

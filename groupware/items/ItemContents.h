@@ -6,9 +6,12 @@
 #include <string>
 
 #include "groupware/db/Database.h"
+#include "groupware/items/Counted.h"
 #include "groupware/items/ItemText.h"
 
 namespace groupware {
+
+struct FolderItem;
 
 /// An item's text and what was read in it.
 struct ParsedText {
@@ -16,14 +19,23 @@ struct ParsedText {
     ItemFacts facts;
 };
 
-struct ItemContents {
+using ParsedPointer = std::shared_ptr<const ParsedText>;
+
+struct ItemContents : Counted {
+    ItemContents() = default;
+    ItemContents(ItemKind ofKind, std::optional<FolderKey> in, ItemRow itsRow, ParsedPointer text)
+        : kind(ofKind), folder(in), row(std::move(itsRow)), parsed(std::move(text)) {}
+    virtual ~ItemContents() = default;
+
+    /// Null for contents of a record's own.
+    virtual const FolderItem* folderItem() const { return nullptr; }
+
     ItemKind kind = ItemKind::kEvent;
     std::optional<FolderKey> folder;  ///< where the item is stored; nothing for a client's new text
     ItemRow row;                      ///< its UID is the one that the record shows and Edit files
-    std::shared_ptr<const ParsedText>
-        parsed;  ///< null in a listing: the text is fetched when asked
+    ParsedPointer parsed;             ///< null in a listing: the text is fetched when asked
 };
 
-using ContentsPointer = std::shared_ptr<const ItemContents>;
+using ContentsPointer = Reference<ItemContents>;
 
 }  // namespace groupware

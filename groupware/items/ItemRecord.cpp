@@ -16,6 +16,15 @@ Element* copied(const Element* elements, uint32_t count) {
     return copy.release();
 }
 
+const ItemContents* held(const StoreItem& record) {
+    return static_cast<const ItemContents*>(record.contents);
+}
+
+/// The record keeps its contents until it is freed.
+void hold(StoreItem& record, ContentsPointer contents) {
+    record.contents = const_cast<ItemContents*>(contents.release());
+}
+
 void showFacts(StoreItem& record, const ItemFacts& facts) {
     record.organizer = facts.organizer.empty() ? nullptr : facts.organizer.c_str();
     record.reference = std::bit_cast<StoreDateTime>(facts.reference);
@@ -47,16 +56,14 @@ void initRecord(StoreItem& record) {
 void freeRecord(StoreItem& record) {
     const std::unique_ptr<StoreAttendee[]> attendees(record.attendees);
     const std::unique_ptr<StoreTaskOccurrence[]> occurrences(record.occurrences);
-    const std::unique_ptr<ContentsPointer> contents(static_cast<ContentsPointer*>(record.contents));
+    const auto contents = ContentsPointer::adopt(held(record));
     initRecord(record);
 }
 
 void copyRecord(StoreItem& to, const StoreItem& from) {
     if (&to == &from) return;
     freeRecord(to);
-    if (const ContentsPointer contents = contentsOf(from)) {
-        to.contents = std::make_unique<ContentsPointer>(contents).release();
-    }
+    hold(to, contentsOf(from));
     to.attendees = copied(from.attendees, from.attendeeCount);
     to.attendeeCount = from.attendeeCount;
     to.occurrences = copied(from.occurrences, from.occurrenceCount);
@@ -71,11 +78,10 @@ void copyRecord(StoreItem& to, const StoreItem& from) {
 }
 
 void fillRecord(StoreItem& record, ContentsPointer contents) {
-    auto holder = std::make_unique<ContentsPointer>(std::move(contents));
-    const ItemContents& own = **holder;
+    const ItemContents& own = *contents;
     const uint16_t exportFlag = record.exportFlag;
     freeRecord(record);
-    record.contents = holder.release();
+    hold(record, std::move(contents));
     record.exportFlag = exportFlag;
     record.itemNumber = static_cast<uint32_t>(own.row.number);
     own.row.identifier.copy(record.identifier, sizeof record.identifier - 1);
@@ -97,8 +103,7 @@ void refreshRecord(StoreItem& record, ContentsPointer contents) {
 }
 
 ContentsPointer contentsOf(const StoreItem& record) {
-    if (record.contents == nullptr) return nullptr;
-    return *static_cast<const ContentsPointer*>(record.contents);
+    return ContentsPointer(held(record));
 }
 
 }  // namespace groupware

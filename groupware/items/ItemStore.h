@@ -13,8 +13,11 @@
 #include "groupware/engine/Engine.h"
 #include "groupware/ical/Occurrences.h"
 #include "groupware/items/Listing.h"
+#include "groupware/items/SnapshotCache.h"
 
 namespace groupware {
+
+using TextPointer = std::shared_ptr<const std::string>;
 
 class ItemStore {
   public:
@@ -30,7 +33,7 @@ class ItemStore {
     std::optional<int64_t> numberOfIdentifier(std::string_view path, std::string_view identifier);
 
     /// The item's text as it is to go to a client.
-    int32_t textOf(const StoreItem& record, std::string& text);
+    int32_t textOf(const StoreItem& record, TextPointer& text);
     /// Reads a client's text into the record; nothing is stored.
     int32_t read(std::string_view text, StoreItem& record);
 
@@ -50,14 +53,15 @@ class ItemStore {
     int32_t completeOccurrence(StoreItem& record);
 
   private:
-    std::optional<FolderRow> folderOf(std::string_view path);
-    ContentsList everyItem(FolderKey folder);
-    ContentsList itemsInRange(FolderKey folder, TimeRange range);
-    int32_t fill(StoreItem& record, FolderKey folder, const std::optional<StoredItem>& stored);
-    ItemRow place(FolderKey folder, const std::string& uid, const ParsedText& parsed);
+    std::optional<FolderRow> folderAt(std::string_view path);
+    SnapshotPointer contentsAt(std::string_view path);
+    int32_t fill(StoreItem& record, const FolderItem* item);
+    std::optional<StoredItem> storedItem(const FolderRow& folder, int64_t number);
+    ItemRow place(const FolderRow& folder, const std::string& uid, const ParsedPointer& parsed);
     int32_t replace(const FolderRow& folder, const StoredItem& stored, const std::string& uid,
-                    const ParsedText& parsed, ItemRow& row);
-    void commit(WriteTransaction& transaction, FolderKey folder);
+                    const ParsedPointer& parsed, ItemRow& row);
+    void commit(WriteTransaction& transaction, const FolderRow& folder);
+    void remember(FolderRow folder, const ItemRow& row, const ParsedPointer& parsed);
 
     Engine& engine_;
     ItemKind kind_;

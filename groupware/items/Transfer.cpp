@@ -73,10 +73,9 @@ class Import {
 
     void store() {
         if (read_.empty()) return;
-        const auto transaction = engine_.database().begin();
+        const auto transaction = engine_.database().beginGrouped();
         uint32_t changed = 0;
         for (const Parsed& item : read_) changed += storeOne(*transaction, *item) ? 1 : 0;
-        if (changed == 0) return;
         transaction->commit();
         counts_.imported += changed;
     }

@@ -1,0 +1,106 @@
+#include "groupware/db/SqliteWriting.h"
+
+#include <chrono>
+
+namespace groupware {
+
+namespace {
+
+constexpr std::chrono::milliseconds kLongestWait{15'000};
+/// Other processes wait meanwhile.
+constexpr size_t kMostMembers = 32;
+
+std::string lockPathOf(std::string_view path) {
+    constexpr std::string_view kExtension = ".db";
+    if (path.ends_with(kExtension)) path.remove_suffix(kExtension.size());
+    return std::string(path) + ".lock";
+}
+
+}  // namespace
+
+SqliteWriting::SqliteWriting(std::string_view path, Clock clock)
+    : lockPath_(lockPathOf(path)), clock_(std::move(clock)), connection_(path) {
+    connection_.execute("PRAGMA synchronous=FULL; PRAGMA foreign_keys=1");
+}
+
+void SqliteWriting::enter(bool alone) {
+    if (!queue_.enter(kLongestWait)) {
+        throw DatabaseError("the database stayed locked by other changes too long", true);
+    }
+    try {
+        if (batch_ && alone) finish();
+        if (!batch_) open();
+        connection_.statement("SAVEPOINT change").run();
+    } catch (...) {
+        leave();
+        throw;
+    }
+}
+
+void SqliteWriting::open() {
+    auto lock = platform::FileLock::acquire(lockPath_);
+    if (!lock) throw DatabaseError("cannot lock " + platform::nativePath(lockPath_), false);
+    connection_.statement("BEGIN IMMEDIATE").run();
+    lock_ = std::move(lock);
+    batch_ = std::make_shared<CommitBatch>();
+}
+
+void SqliteWriting::commit() {
+    try {
+        connection_.statement("RELEASE change").run();
+    } catch (...) {
+        giveUp();
+        throw;
+    }
+    const std::shared_ptr<CommitBatch> batch = batch_;
+    ++batch->members;
+    if (batch->members == kMostMembers || !queue_.leaveToNext()) {
+        finish();
+        queue_.leave();
+    }
+    batch->wait();
+}
+
+void SqliteWriting::giveUp() noexcept {
+    try {
+        connection_.statement("ROLLBACK TO change").run();
+        connection_.statement("RELEASE change").run();
+    } catch (const DatabaseError& error) {
+        // What failed has ended the whole transaction, and with it what others had done in it.
+        close(error);
+    }
+    leave();
+}
+
+/// Ends the turn of one who adds nothing to the open transaction.
+void SqliteWriting::leave() noexcept {
+    if (batch_ && batch_->members > 0 && queue_.leaveToNext()) return;
+    finish();
+    queue_.leave();
+}
+
+void SqliteWriting::finish() noexcept {
+    if (!batch_) return;
+    try {
+        connection_.statement("COMMIT").run();
+        close(std::nullopt);
+    } catch (const DatabaseError& error) {
+        close(error);
+    }
+}
+
+void SqliteWriting::close(std::optional<DatabaseError> failure) noexcept {
+    if (!batch_) return;
+    if (failure) {
+        // Some errors have rolled back already, which comes to the same.
+        try {
+            connection_.statement("ROLLBACK").run();
+        } catch (const DatabaseError&) {
+        }
+    }
+    lock_.reset();
+    batch_->finish(std::move(failure));
+    batch_.reset();
+}
+
+}  // namespace groupware

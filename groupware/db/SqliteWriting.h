@@ -1,0 +1,51 @@
+// The one connection that writes, and how the changes of a process share it and their way to disk.
+//
+// Writers wait for each other in a queue in the process and on a file lock between processes, both
+// first come, first served. A writer that is done while others wait leaves the transaction open to
+// the next one and waits for its commit, so that one sync serves all who came meanwhile; within the
+// transaction each has a savepoint of its own, so what one gives up does not concern the others.
+// Each function but the constructor is called from enter() on by the thread that has the turn.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "groupware/db/CommitBatch.h"
+#include "groupware/db/SqliteConnection.h"
+#include "groupware/db/WriteQueue.h"
+#include "platform/Files.h"
+
+namespace groupware {
+
+class SqliteWriting {
+  public:
+    SqliteWriting(std::string_view path, Clock clock);
+
+    /// Waits for the turn. Alone: what others have left open is committed first.
+    void enter(bool alone);
+    /// Ends the turn; returns when the change is on disk, and raises DatabaseError when it is not
+    /// and never will be.
+    void commit();
+    /// Ends the turn and undoes the change.
+    void giveUp() noexcept;
+
+    SqliteConnection& connection() { return connection_; }
+    const std::string& lockPath() const { return lockPath_; }
+    int64_t now() const { return clock_(); }
+
+  private:
+    void open();
+    void close(std::optional<DatabaseError> failure) noexcept;
+    void finish() noexcept;
+    void leave() noexcept;
+
+    std::string lockPath_;
+    Clock clock_;
+    WriteQueue queue_;
+    SqliteConnection connection_;
+    std::unique_ptr<platform::FileLock> lock_;
+    std::shared_ptr<CommitBatch> batch_;  ///< of the open transaction, if one is open
+};
+
+}  // namespace groupware
