@@ -12,6 +12,9 @@
 #include "admin/Commands.h"
 #include "admin/Rights.h"
 #include "admin/Session.h"
+#include "platform/Error.h"
+#include "platform/Files.h"
+#include "platform/User.h"
 
 namespace admin {
 
@@ -134,6 +137,11 @@ int report(std::string_view problem, int status) {
 
 int run(const Command& command, const std::string& directory, const Arguments& arguments) {
     try {
+        // The server could not use what root makes in its directory.
+        if (!platform::becomeOwnerOf(platform::fromNativePath(directory))) {
+            throw CommandError("cannot become the user who owns " + directory + ": " +
+                               platform::describeError(platform::lastError()));
+        }
         Session session(directory);
         command.run(session, arguments);
         std::cout.flush();

@@ -49,6 +49,12 @@ fi
 
 admin init --domain example.test >/dev/null
 echo secret | admin user add alice@example.test --password-stdin
+if [ "$(id -u)" -eq 0 ]; then
+    chmod 711 "$work" && chown -R nobody "$data"
+    echo secret | admin user add bob@example.test --password-stdin
+    [ -z "$(find "$data" ! -user nobody)" ] || fail "cvadmin as root makes files of root's own"
+    chown -R root "$data"
+fi
 [ "$(realpath "$data/bin/CVUser.so")" = "$(realpath "$root"/usr/lib/*/cvwebdav/CVUser.so)" ] ||
     fail "the data directory links other libraries"
 
