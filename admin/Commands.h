@@ -50,7 +50,7 @@ enum Takes : unsigned {
     kTakesRights = 1U << 14U,
     kTakesRevoke = 1U << 15U,
     kTakesPublicFolder = 1U << 16U,
-    kTakesServer = 1U << 17U,
+    kTakesServer = 1U << 24U,
 };
 
 struct Command {
