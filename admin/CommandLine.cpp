@@ -1,6 +1,7 @@
 #include "admin/CommandLine.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -11,6 +12,9 @@
 #include "admin/Commands.h"
 #include "admin/Rights.h"
 #include "admin/Session.h"
+#include "platform/Error.h"
+#include "platform/Files.h"
+#include "platform/User.h"
 
 namespace admin {
 
@@ -44,6 +48,9 @@ constexpr TextArgument kTextArguments[] = {
     {kTakesTo, "--to", "An account, mailbox@domain, or anyone", &Arguments::grantee, true},
     {kTakesRights, "--rights", "Of read,write,insert,delete,all, with commas between them",
      &Arguments::rights, true},
+    {kTakesServer, "--host", "The server's name; the domain itself when not given",
+     &Arguments::host, false},
+    {kTakesServer, "--port", "Its port for HTTPS (443)", &Arguments::port, false},
     {kTakesFile, "FILE", "The file; - for standard input", &Arguments::file, true},
 };
 
@@ -74,6 +81,15 @@ CLI::App* addSubcommand(CLI::App& root, std::string_view words, const char* help
     return parent->add_subcommand(std::string(words), help);
 }
 
+/// Empty when the text is the number of a port.
+std::string problemOfPort(const std::string& text) {
+    unsigned port = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, port);
+    if (error == std::errc() && rest == end && port > 0 && port <= 65535) return {};
+    return text + " is no port from 1 to 65535";
+}
+
 /// Empty when the text is a list of rights.
 std::string problemOfRights(const std::string& list) {
     if (rightsOfList(list)) return {};
@@ -88,6 +104,7 @@ void addArguments(CLI::App& subcommand, unsigned takes, Arguments& arguments) {
         if (row.bit == kTakesKind) option->check(CLI::IsMember({"calendar", "tasks", "contacts"}));
         if (row.bit == kTakesOnOrOff) option->check(CLI::IsMember({"on", "off"}));
         if (row.bit == kTakesRights) option->check(problemOfRights);
+        if (row.value == &Arguments::port) option->check(problemOfPort);
     }
     for (const FlagArgument& row : kFlagArguments) {
         if ((takes & row.bit) == 0) continue;
@@ -120,6 +137,11 @@ int report(std::string_view problem, int status) {
 
 int run(const Command& command, const std::string& directory, const Arguments& arguments) {
     try {
+        // The server could not use what root makes in its directory.
+        if (!platform::becomeOwnerOf(platform::fromNativePath(directory))) {
+            throw CommandError("cannot become the user who owns " + directory + ": " +
+                               platform::describeError(platform::lastError()));
+        }
         Session session(directory);
         command.run(session, arguments);
         std::cout.flush();

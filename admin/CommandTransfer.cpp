@@ -50,7 +50,8 @@ std::string readInput(const std::string& name) {
     if (name == "-") return readStandardInput();
     const std::string path = platform::fromNativePath(name);
     if (!platform::fileExists(path)) {
-        throw CommandError("there is no file " + name + " to import; - reads standard input");
+        throw CommandError("there is no file " + name +
+                           " that this user may read; - takes standard input");
     }
     auto text = platform::readFile(path, kLargestFile);
     if (!text) {

@@ -20,6 +20,8 @@ constexpr Command kCommands[] = {
     {"init", "Makes the data directory", kTakesDomainOption, initDirectory},
     {"domain add", "Adds a domain", kTakesDomain, addDomain},
     {"domain list", "Lists the domains", kTakesJson, listDomains},
+    {"dns", "Prints the DNS records by which clients find the server of a domain",
+     kTakesDomain | kTakesServer | kTakesJson, printDnsRecords},
     {"user add", "Makes an account with its default folders", kAddressAndPassword | kTakesFullName,
      addUser},
     {"user list", "Lists the accounts", kTakesJson, listUsers},

@@ -23,6 +23,8 @@ struct Arguments {
     std::string file;
     std::string grantee;
     std::string rights;
+    std::string host;
+    std::string port = "443";
     bool passwordFromInput = false;
     bool json = false;
     bool revoke = false;
@@ -48,6 +50,7 @@ enum Takes : unsigned {
     kTakesRights = 1U << 14U,
     kTakesRevoke = 1U << 15U,
     kTakesPublicFolder = 1U << 16U,
+    kTakesServer = 1U << 24U,
 };
 
 struct Command {
@@ -71,6 +74,8 @@ void initDirectory(Session& session, const Arguments& arguments);
 // CommandDomain.cpp
 void addDomain(Session& session, const Arguments& arguments);
 void listDomains(Session& session, const Arguments& arguments);
+// CommandDns.cpp
+void printDnsRecords(Session& session, const Arguments& arguments);
 // CommandUser.cpp
 void addUser(Session& session, const Arguments& arguments);
 void listUsers(Session& session, const Arguments& arguments);

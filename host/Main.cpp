@@ -81,9 +81,8 @@ int main(int argc, char** argv) {
         return fail("cannot make " + platform::nativePath(registry) + " the registry");
 
     warnOfForeignSettings(options->dataDirectory);
-    const std::string path = options->module.empty()
-                                 ? platform::programDirectory() + "..\\lib\\CVWebDAV"
-                                 : platform::fromNativePath(options->module);
+    const std::string path = options->module.empty() ? platform::libraryDirectory() + "CVWebDAV"
+                                                     : platform::fromNativePath(options->module);
     host::ExtensionModule module;
     if (const auto problem = module.load(path)) {
         return fail("cannot load the extension " + platform::nativePath(path) + ": " + *problem +

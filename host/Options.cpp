@@ -70,7 +70,7 @@ void describe(CLI::App& app, Options& options, ListenTexts& listen) {
             ->needs(tls);
     tls->needs(certificate)->needs(key);
     app.add_option("--module", options.module,
-                   "The extension (CVWebDAV in ../lib beside the program)")
+                   "The extension (CVWebDAV, as installed with the program)")
         ->type_name("FILE");
     app.add_option("--threads", server.threads, "Requests handled at once")
         ->check(CLI::Range(size_t{1}, kMaximumThreads))

@@ -38,7 +38,8 @@ class DynamicLibrary {
     std::string problem_;
 };
 
-/// The directory of the running program's file, with a closing backslash.
-std::string programDirectory();
+/// The directory of the libraries that came with the program, with a closing backslash: where they
+/// are installed below its prefix, or lib beside bin, as they were built.
+std::string libraryDirectory();
 
 }  // namespace platform

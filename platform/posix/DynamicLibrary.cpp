@@ -64,10 +64,13 @@ void* DynamicLibrary::symbol(const char* name) const {
     return handle_ == nullptr ? nullptr : ::dlsym(handle_, name);
 }
 
-std::string programDirectory() {
+std::string libraryDirectory() {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return fromNativePath(program.parent_path().native()) + '\\';
+    const std::filesystem::path prefix = program.parent_path().parent_path();
+    std::filesystem::path libraries = prefix / CVWEBDAV_LIBRARY_DIRECTORY;
+    if (!std::filesystem::is_directory(libraries, error)) libraries = prefix / "lib";
+    return fromNativePath(libraries.native()) + '\\';
 }
 
 }  // namespace platform

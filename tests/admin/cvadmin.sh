@@ -52,6 +52,15 @@ password '' | expect 1 'password' user add bob@example.test --password-stdin
 expect 0 '' domain add elsewhere.test
 expect 0 '^elsewhere.test$' domain list
 password | expect 0 '' user add bob@elsewhere.test --password-stdin
+dns='dns elsewhere.test --host Dav.example.test.'
+expect 0 '^_caldavs\._tcp\.elsewhere\.test\. +IN +SRV +0 1 443 dav\.example\.test\.$' $dns
+expect 0 '^_carddavs\._tcp\.elsewhere\.test\. +IN +TXT +"path=/webdav/principals/"$' $dns
+expect 0 '^_carddav\._tcp\.elsewhere\.test\. +IN +SRV +0 0 0 \.$' $dns
+expect 0 'SRV +0 1 8443 elsewhere\.test\.$' dns ELSEWHERE.test --port 8443
+expect 0 '"data": "0 1 443 dav.example.test."' $dns --json
+expect 2 'port' dns elsewhere.test --port 65536
+expect 1 'no host name' dns elsewhere.test --host 'a b'
+expect 1 'not hosted' dns nowhere.test
 
 expect 0 '^alice@example.test +enabled +Älice Example$' user list
 expect 0 '"address": "bob@elsewhere.test"' user list --json

@@ -47,7 +47,7 @@ void* realOperation(const char* name) {
     static platform::DynamicLibrary calendar;
     platform::DynamicLibrary& library = find(kUserOperations, name) != nullptr ? user : calendar;
     const char* file = &library == &user ? "CVUser" : "CVCalendar";
-    if (!library.loaded()) library.load(platform::programDirectory() + "..\\lib\\" + file);
+    if (!library.loaded()) library.load(platform::libraryDirectory() + file);
     void* const operation = library.symbol(name);
     if (operation != nullptr) return operation;
     std::cerr << "the store has no " << name << ": " << library.problem() << '\n';

@@ -35,7 +35,7 @@ class CVCalendarFixture : public ::testing::Test {
         EXPECT_FALSE(addUser(*engine_, kActor, "Alice A.", "secret"));
         setenv("CORVANE_REGISTRY", store_.native("registry.ini").c_str(), 1);
         Engine::closeOfProcess();
-        EXPECT_EQ(library_.load(platform::programDirectory() + "..\\lib\\CVCalendar"), 0U)
+        EXPECT_EQ(library_.load(platform::libraryDirectory() + "CVCalendar"), 0U)
             << library_.problem();
         events_ = pathOf(ItemKind::kEvent);
         tasks_ = pathOf(ItemKind::kTask);

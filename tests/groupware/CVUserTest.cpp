@@ -22,8 +22,7 @@ class CVUserTest : public ::testing::Test {
     CVUserTest() : engine_(store_.open()) {
         EXPECT_FALSE(addUser(*engine_, "alice@example.test", "Alice A.", "secret"));
         setenv("CORVANE_REGISTRY", store_.native("registry.ini").c_str(), 1);
-        EXPECT_EQ(library_.load(platform::programDirectory() + "..\\lib\\CVUser"), 0U)
-            << library_.problem();
+        EXPECT_EQ(library_.load(platform::libraryDirectory() + "CVUser"), 0U) << library_.problem();
         CALL(CV_ReloadUsers);
     }
     ~CVUserTest() override {

@@ -136,7 +136,7 @@ TEST_F(System, LibrariesAreLoadedByTheirPath) {
     DynamicLibrary other = std::move(library);
     EXPECT_FALSE(library.loaded());
     EXPECT_EQ(other.load(directory_.path("CVMath.so")), 0U);
-    EXPECT_TRUE(fileExists(programDirectory() + "test_platform"));
+    EXPECT_TRUE(fileExists(libraryDirectory() + "..\\bin\\test_platform"));
 }
 
 TEST_F(System, RandomBytesComeInSteps) {

@@ -108,7 +108,7 @@ BOOL WINAPI serverSupport(HCONN connection, DWORD request, LPVOID buffer, LPDWOR
 }  // namespace
 
 WireServer::WireServer() {
-    if (library_.load(platform::programDirectory() + "..\\lib\\CVWebDAV") != 0)
+    if (library_.load(platform::libraryDirectory() + "CVWebDAV") != 0)
         throw WireError(library_.problem());
     const auto start = library_.function<PFN_GETEXTENSIONVERSION>("GetExtensionVersion");
     HSE_VERSION_INFO version{};

@@ -97,9 +97,9 @@ std::string manyEvents(int count) {
 WireStore::WireStore() {
     const std::string native = makeTemporaryDirectory();
     paths_ = groupware::DataPaths::below(platform::fromNativePath(native));
-    std::string libraries = platform::programDirectory() + "..\\lib";
+    const std::string libraries = platform::libraryDirectory();
     require(groupware::initDataDirectory(paths_, "example.test", libraries));
-    const std::string doubled = libraries + "\\StoreDouble.so";
+    const std::string doubled = libraries + "StoreDouble.so";
     for (const char* name : {"\\bin\\CVUser.so", "\\bin\\CVCalendar.so"}) {
         if (!platform::linkFile(doubled, directory() + name)) throw WireError("cannot link it");
     }
