@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace host {
 namespace {
@@ -16,6 +17,7 @@ constexpr StatusRow kStatuses[] = {
     {308, "Permanent Redirect", "This is to be found at another address."},
     {400, "Bad Request", "The request is malformed."},
     {404, "Not Found", "There is nothing at this address."},
+    {405, "Method Not Allowed", "This address is only to be read."},
     {413, "Content Too Large", "The request body is larger than this server takes."},
     {414, "URI Too Long", "The address is longer than this server takes."},
     {417, "Expectation Failed", "The expectation of the request is not known."},
@@ -26,20 +28,31 @@ constexpr StatusRow kStatuses[] = {
     {505, "HTTP Version Not Supported", "This server speaks HTTP/1.1 and HTTP/1.0."},
 };
 
+constexpr std::string_view kPlainText = "text/plain; charset=utf-8";
+
+HostAnswer finished(std::string head, std::string_view contentType, std::string body) {
+    head.append("Content-Type: ").append(contentType).append("\r\nContent-Length: ");
+    head.append(std::to_string(body.size())).append("\r\nConnection: close\r\n\r\n");
+    return {std::move(head), std::move(body)};
+}
+
 }  // namespace
 
 HostAnswer makeHostAnswer(unsigned status, std::string_view location) {
     const StatusRow* row = std::ranges::find(kStatuses, status, &StatusRow::status);
     if (row == std::end(kStatuses)) row = std::ranges::find(kStatuses, 400U, &StatusRow::status);
-    HostAnswer answer;
-    answer.body.append(row->text).append("\n");
-    answer.head.append("HTTP/1.1 ").append(std::to_string(row->status)).append(" ");
-    answer.head.append(row->phrase).append("\r\n");
-    if (!location.empty()) answer.head.append("Location: ").append(location).append("\r\n");
-    if (status == 503) answer.head.append("Retry-After: 1\r\n");
-    answer.head.append("Content-Type: text/plain; charset=utf-8\r\nContent-Length: ");
-    answer.head.append(std::to_string(answer.body.size())).append("\r\nConnection: close\r\n\r\n");
-    return answer;
+    std::string head = "HTTP/1.1 ";
+    head.append(std::to_string(row->status)).append(" ").append(row->phrase).append("\r\n");
+    if (!location.empty()) head.append("Location: ").append(location).append("\r\n");
+    if (status == 405) head.append("Allow: GET, HEAD\r\n");
+    if (status == 503) head.append("Retry-After: 1\r\n");
+    return finished(std::move(head), kPlainText, std::string(row->text).append("\n"));
+}
+
+HostAnswer makeDocument(std::string_view contentType, std::string_view headerLines,
+                        std::string body) {
+    std::string head = "HTTP/1.1 200 OK\r\n";
+    return finished(std::move(head.append(headerLines)), contentType, std::move(body));
 }
 
 }  // namespace host

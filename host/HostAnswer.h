@@ -1,4 +1,4 @@
-// The answers that the host makes itself: refusals and redirects, short and final.
+// The answers that the host makes itself: refusals, redirects and pages, each final.
 #pragma once
 
 #include <string>
@@ -13,5 +13,9 @@ struct HostAnswer {
 
 /// The answer of a status number; the location is for redirects.
 HostAnswer makeHostAnswer(unsigned status, std::string_view location = {});
+
+/// The answer 200 with a body. The header lines besides those of the body end in CR LF each.
+HostAnswer makeDocument(std::string_view contentType, std::string_view headerLines,
+                        std::string body);
 
 }  // namespace host

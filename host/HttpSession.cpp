@@ -25,6 +25,7 @@
 #include "host/Request.h"
 #include "host/RequestBody.h"
 #include "host/Routes.h"
+#include "host/SetupPage.h"
 
 namespace host {
 namespace {
@@ -130,7 +131,7 @@ class HttpSession final : public Connection,
     awaitable<void> serveExtension();
     awaitable<unsigned> readBody();
     awaitable<bool> runExtension();
-    awaitable<void> sendHostAnswer(unsigned status, std::string_view location = {});
+    awaitable<void> sendHostAnswer(HostAnswer answer);
     awaitable<bool> send(std::string_view head, std::string_view body);
     awaitable<void> finish();
 
@@ -162,16 +163,18 @@ awaitable<void> HttpSession<Stream>::serve() {
     ReadResult refusal = co_await readHead();
     if (!refusal) co_return;
     if (*refusal != 0) {
-        co_await sendHostAnswer(*refusal);
+        co_await sendHostAnswer(makeHostAnswer(*refusal));
         co_return;
     }
     const Route route = routeOf(request_.head.method(), request_.target.path);
     if (route.kind == Route::Kind::kExtension) {
         co_await serveExtension();
     } else if (route.kind == Route::Kind::kRedirect) {
-        co_await sendHostAnswer(308, route.location);
+        co_await sendHostAnswer(makeHostAnswer(308, route.location));
+    } else if (route.kind == Route::Kind::kSetup) {
+        co_await sendHostAnswer(setupAnswer(request_));
     } else {
-        co_await sendHostAnswer(404);
+        co_await sendHostAnswer(makeHostAnswer(404));
     }
 }
 
@@ -219,13 +222,13 @@ template <typename Stream>
 awaitable<void> HttpSession<Stream>::serveExtension() {
     const unsigned refusal = co_await readBody();
     if (refusal != 0) {
-        co_await sendHostAnswer(refusal);
+        co_await sendHostAnswer(makeHostAnswer(refusal));
         co_return;
     }
     call_.emplace(request_);
     const bool accepted = co_await runExtension();
     if (!accepted) {
-        co_await sendHostAnswer(503);
+        co_await sendHostAnswer(makeHostAnswer(503));
         co_return;
     }
     // A client may take its time over the answer; the request need not stay for that.
@@ -281,8 +284,7 @@ awaitable<bool> HttpSession<Stream>::runExtension() {
 }
 
 template <typename Stream>
-awaitable<void> HttpSession<Stream>::sendHostAnswer(unsigned status, std::string_view location) {
-    HostAnswer answer = makeHostAnswer(status, location);
+awaitable<void> HttpSession<Stream>::sendHostAnswer(HostAnswer answer) {
     if (request_.head.method() == "HEAD") answer.body.clear();
     co_await send(answer.head, answer.body);
 }

@@ -17,17 +17,24 @@ bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
+/// The byte that an escape at the start of the text stands for.
+std::optional<char> escapedByte(std::string_view text) {
+    if (text.size() < 3) return std::nullopt;
+    const int high = hexValue(text[1]);
+    const int low = hexValue(text[2]);
+    if (high < 0 || low < 0) return std::nullopt;
+    return static_cast<char>(high * 16 + low);
+}
+
 std::optional<std::string> decodePath(std::string_view text) {
     std::string path;
     path.reserve(text.size());
     for (size_t i = 0; i < text.size(); ++i) {
         char c = text[i];
         if (c == '%') {
-            if (text.size() - i < 3) return std::nullopt;
-            const int high = hexValue(text[i + 1]);
-            const int low = hexValue(text[i + 2]);
-            if (high < 0 || low < 0) return std::nullopt;
-            c = static_cast<char>(high * 16 + low);
+            const std::optional<char> byte = escapedByte(text.substr(i));
+            if (!byte) return std::nullopt;
+            c = *byte;
             // A slash within a name must not divide it into two.
             if (c == '/') {
                 path.append("%2");
@@ -39,6 +46,22 @@ std::optional<std::string> decodePath(std::string_view text) {
         path.push_back(c);
     }
     return path;
+}
+
+/// As the fields of a form are sent, with "+" for a blank.
+std::optional<std::string> decodeFormText(std::string_view text) {
+    std::string decoded;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            decoded.push_back(text[i] == '+' ? ' ' : text[i]);
+            continue;
+        }
+        const std::optional<char> byte = escapedByte(text.substr(i));
+        if (!byte) return std::nullopt;
+        decoded.push_back(*byte);
+        i += 2;
+    }
+    return decoded;
 }
 
 size_t schemeLength(std::string_view text) {
@@ -78,6 +101,16 @@ std::optional<RequestTarget> parseRequestTarget(std::string_view text) {
     target.path = path->empty() ? "/" : std::move(*path);
     if (mark < text.size()) target.query = text.substr(mark + 1);
     return target;
+}
+
+std::optional<std::string> formField(std::string_view query, std::string_view name) {
+    while (!query.empty()) {
+        const std::string_view field = query.substr(0, query.find('&'));
+        query.remove_prefix(std::min(field.size() + 1, query.size()));
+        if (!field.starts_with(name) || field.substr(name.size(), 1) != "=") continue;
+        return decodeFormText(field.substr(name.size() + 1));
+    }
+    return std::string();
 }
 
 bool isAuthority(std::string_view text) {

@@ -19,6 +19,10 @@ struct RequestTarget {
 /// escape, or a control byte in the decoded path.
 std::optional<RequestTarget> parseRequestTarget(std::string_view text);
 
+/// A field of a query, decoded as forms send it; empty when it is not there. Nothing when an escape
+/// in it is malformed.
+std::optional<std::string> formField(std::string_view query, std::string_view name);
+
 /// True for a host name or address, with or without a port behind a colon.
 bool isAuthority(std::string_view text);
 

@@ -1,4 +1,4 @@
-// Where a request goes: to the extension, to another address, or nowhere.
+// Where a request goes: to the extension, to another address, to a page of the host, or nowhere.
 #pragma once
 
 #include <string_view>
@@ -6,7 +6,7 @@
 namespace host {
 
 struct Route {
-    enum class Kind { kExtension, kRedirect, kNotFound };
+    enum class Kind { kExtension, kRedirect, kSetup, kNotFound };
     Kind kind;
     std::string_view location;  ///< of a redirect
 };
