@@ -1,7 +1,6 @@
 #include "host/Options.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <thread>
 
@@ -37,12 +36,19 @@ size_t defaultThreads() {
     return std::max<size_t>(kMinimumThreads, std::thread::hardware_concurrency() * size_t{2});
 }
 
-struct ListenTexts {
+std::string checkNetwork(const std::string& text) {
+    if (Network::parse(text)) return {};
+    return "expected a network such as 10.0.0.0/8 or an address, got " + text;
+}
+
+/// Values as they were typed, until all of them are known to be right.
+struct Texts {
     std::vector<std::string> plain;
     std::vector<std::string> tls;
+    std::vector<std::string> proxies;
 };
 
-void describe(CLI::App& app, Options& options, ListenTexts& listen) {
+void describe(CLI::App& app, Options& options, Texts& texts) {
     ServerSettings& server = options.server;
     app.set_version_flag("--version", "cvwebdavd " CVWEBDAV_VERSION);
     app.footer(kFooter);
@@ -50,13 +56,13 @@ void describe(CLI::App& app, Options& options, ListenTexts& listen) {
         ->required()
         ->type_name("DIR");
     const CLI::Validator isAddress(checkListenAddress, "");
-    app.add_option("--listen", listen.plain,
+    app.add_option("--listen", texts.plain,
                    "Serve HTTP here (127.0.0.1:8008 when no listener is given); port 0 takes a "
                    "free one")
         ->check(isAddress)
         ->type_name("ADDR:PORT")
         ->allow_extra_args(false);
-    CLI::Option* tls = app.add_option("--tls-listen", listen.tls, "Serve HTTPS here")
+    CLI::Option* tls = app.add_option("--tls-listen", texts.tls, "Serve HTTPS here")
                            ->check(isAddress)
                            ->type_name("ADDR:PORT")
                            ->allow_extra_args(false);
@@ -72,6 +78,12 @@ void describe(CLI::App& app, Options& options, ListenTexts& listen) {
     app.add_option("--module", options.module,
                    "The extension (CVWebDAV in ../lib beside the program)")
         ->type_name("FILE");
+    app.add_option("--trusted-proxy", texts.proxies,
+                   "Believe X-Forwarded-For and X-Forwarded-Proto from here; the proxy must set "
+                   "both; may be given again")
+        ->check(CLI::Validator(checkNetwork, ""))
+        ->type_name("CIDR")
+        ->allow_extra_args(false);
     app.add_option("--threads", server.threads, "Requests handled at once")
         ->check(CLI::Range(size_t{1}, kMaximumThreads))
         ->type_name("N")
@@ -90,30 +102,12 @@ std::vector<ListenAddress> addressesOf(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-std::optional<ListenAddress> parseListenAddress(const std::string& text) {
-    const size_t colon = text.rfind(':');
-    if (colon == std::string::npos || colon + 1 == text.size()) return std::nullopt;
-    ListenAddress listen;
-    const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data() + colon + 1, end, listen.port);
-    if (error != std::errc() || rest != end) return std::nullopt;
-    listen.address = text.substr(0, colon);
-    if (listen.address.size() > 2 && listen.address.front() == '[' &&
-        listen.address.back() == ']') {
-        listen.address = listen.address.substr(1, listen.address.size() - 2);
-    } else if (listen.address.find(':') != std::string::npos) {
-        return std::nullopt;
-    }
-    if (listen.address.empty()) return std::nullopt;
-    return listen;
-}
-
 std::optional<Options> parseOptions(int argc, const char* const* argv, int& exitCode) {
     Options options;
     options.server.threads = defaultThreads();
-    ListenTexts listen;
+    Texts texts;
     CLI::App app(kDescription, "cvwebdavd");
-    describe(app, options, listen);
+    describe(app, options, texts);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
@@ -124,8 +118,11 @@ std::optional<Options> parseOptions(int argc, const char* const* argv, int& exit
         exitCode = kWrongUsage;
         return std::nullopt;
     }
-    options.server.plain = addressesOf(listen.plain);
-    options.server.tls = addressesOf(listen.tls);
+    options.server.plain = addressesOf(texts.plain);
+    options.server.tls = addressesOf(texts.tls);
+    for (const std::string& text : texts.proxies) {
+        options.server.trustedProxies.push_back(Network::parse(text).value());
+    }
     if (options.server.plain.empty() && options.server.tls.empty()) {
         options.server.plain.push_back({"127.0.0.1", 8008});
     }

@@ -18,7 +18,4 @@ struct Options {
 /// what was to be said then has been printed.
 std::optional<Options> parseOptions(int argc, const char* const* argv, int& exitCode);
 
-/// Reads "ADDR:PORT", an IPv6 address in brackets.
-std::optional<ListenAddress> parseListenAddress(const std::string& text);
-
 }  // namespace host

@@ -4,7 +4,6 @@
 // from any. The extension must have been started before run() and is not terminated here.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,19 +11,17 @@
 
 #include "host/ExtensionModule.h"
 #include "host/Limits.h"
+#include "host/ListenAddress.h"
+#include "host/Network.h"
 
 namespace host {
-
-struct ListenAddress {
-    std::string address;  ///< an IP address, without brackets
-    uint16_t port = 0;    ///< 0: the system chooses
-};
 
 struct ServerSettings {
     std::vector<ListenAddress> plain;
     std::vector<ListenAddress> tls;
     std::string certificateFile;
     std::string keyFile;
+    std::vector<Network> trustedProxies;
     size_t threads = 4;
     Limits limits;
 };
