@@ -76,6 +76,13 @@ std::string Network::text() const {
     return shown(address) + "/" + std::to_string(bits);
 }
 
+bool isLoopback(std::string_view address) {
+    const std::optional<ip::address_v6> v6 = readAddress(address);
+    if (!v6) return false;
+    return v6->is_v4_mapped() ? ip::make_address_v4(ip::v4_mapped, *v6).is_loopback()
+                              : v6->is_loopback();
+}
+
 std::optional<std::string> plainAddress(std::string_view text) {
     if (text.size() > 2 && text.front() == '[' && text.back() == ']') {
         text = text.substr(1, text.size() - 2);

@@ -40,4 +40,7 @@ class Network {
 /// nothing when the text is none.
 std::optional<std::string> plainAddress(std::string_view text);
 
+/// True for an address that no other machine can reach.
+bool isLoopback(std::string_view address);
+
 }  // namespace host

@@ -17,6 +17,7 @@ constexpr size_t kMaximumBody = 0x7FFFFFFF;
 constexpr const char* kDescription =
     "Serves the calendars, tasks and contacts of a data directory over CalDAV and CardDAV.\n"
     "Runs until SIGTERM or SIGINT, then finishes the requests in progress and exits 0.\n"
+    "SIGHUP reads certificate and key again.\n"
     "Prints one line for each listener when it is ready.";
 
 constexpr const char* kFooter =
@@ -46,7 +47,53 @@ struct Texts {
     std::vector<std::string> plain;
     std::vector<std::string> tls;
     std::vector<std::string> proxies;
+    bool allowPlain = false;
 };
+
+/// Empty when passwords that travel in plain text stay on this machine, or are meant to leave it.
+std::string problemOfPlain(const std::vector<ListenAddress>& listeners, bool allowed) {
+    for (const ListenAddress& listener : listeners) {
+        if (allowed || isLoopback(listener.address)) continue;
+        return "--listen " + listener.address +
+               " lets other machines send passwords in plain text; use --tls-listen, or add "
+               "--allow-plain if something in between encrypts them";
+    }
+    return {};
+}
+
+CLI::Option* addList(CLI::App& app, const char* name, std::vector<std::string>& values,
+                     const CLI::Validator& check, const char* help, const char* type) {
+    return app.add_option(name, values, help)
+        ->check(check)
+        ->type_name(type)
+        ->allow_extra_args(false);
+}
+
+void describeListeners(CLI::App& app, ServerSettings& server, Texts& texts) {
+    const CLI::Validator isAddress(checkListenAddress, "");
+    addList(app, "--listen", texts.plain, isAddress,
+            "Serve HTTP here (127.0.0.1:8008 when no listener is given); port 0 takes a free one; "
+            "may be given again",
+            "ADDR:PORT");
+    app.add_flag("--allow-plain", texts.allowPlain,
+                 "Let other machines send passwords over plain HTTP");
+    CLI::Option* tls = addList(app, "--tls-listen", texts.tls, isAddress,
+                               "Serve HTTPS here; may be given again", "ADDR:PORT");
+    CLI::Option* certificate =
+        app.add_option("--tls-cert", server.certificateFile,
+                       "Certificate chain for HTTPS (PEM); read again on SIGHUP")
+            ->type_name("FILE")
+            ->needs(tls);
+    CLI::Option* key =
+        app.add_option("--tls-key", server.keyFile, "Private key of the certificate (PEM)")
+            ->type_name("FILE")
+            ->needs(tls);
+    tls->needs(certificate)->needs(key);
+    addList(app, "--trusted-proxy", texts.proxies, CLI::Validator(checkNetwork, ""),
+            "Believe X-Forwarded-For and X-Forwarded-Proto from here; the proxy must set both; "
+            "may be given again",
+            "CIDR");
+}
 
 void describe(CLI::App& app, Options& options, Texts& texts) {
     ServerSettings& server = options.server;
@@ -55,35 +102,12 @@ void describe(CLI::App& app, Options& options, Texts& texts) {
     app.add_option("--data", options.dataDirectory, "The data directory")
         ->required()
         ->type_name("DIR");
-    const CLI::Validator isAddress(checkListenAddress, "");
-    app.add_option("--listen", texts.plain,
-                   "Serve HTTP here (127.0.0.1:8008 when no listener is given); port 0 takes a "
-                   "free one")
-        ->check(isAddress)
-        ->type_name("ADDR:PORT")
-        ->allow_extra_args(false);
-    CLI::Option* tls = app.add_option("--tls-listen", texts.tls, "Serve HTTPS here")
-                           ->check(isAddress)
-                           ->type_name("ADDR:PORT")
-                           ->allow_extra_args(false);
-    CLI::Option* certificate =
-        app.add_option("--tls-cert", server.certificateFile, "Certificate chain for HTTPS (PEM)")
-            ->type_name("FILE")
-            ->needs(tls);
-    CLI::Option* key =
-        app.add_option("--tls-key", server.keyFile, "Private key of the certificate (PEM)")
-            ->type_name("FILE")
-            ->needs(tls);
-    tls->needs(certificate)->needs(key);
+    describeListeners(app, server, texts);
+    app.add_option("--user", options.user, "Go on as this user once the listeners are open")
+        ->type_name("NAME");
     app.add_option("--module", options.module,
                    "The extension (CVWebDAV in ../lib beside the program)")
         ->type_name("FILE");
-    app.add_option("--trusted-proxy", texts.proxies,
-                   "Believe X-Forwarded-For and X-Forwarded-Proto from here; the proxy must set "
-                   "both; may be given again")
-        ->check(CLI::Validator(checkNetwork, ""))
-        ->type_name("CIDR")
-        ->allow_extra_args(false);
     app.add_option("--threads", server.threads, "Requests handled at once")
         ->check(CLI::Range(size_t{1}, kMaximumThreads))
         ->type_name("N")
@@ -100,6 +124,11 @@ std::vector<ListenAddress> addressesOf(const std::vector<std::string>& texts) {
     return addresses;
 }
 
+int wrongUsage(const std::string& problem) {
+    std::cerr << "cvwebdavd: " << problem << " (see cvwebdavd --help)\n";
+    return kWrongUsage;
+}
+
 }  // namespace
 
 std::optional<Options> parseOptions(int argc, const char* const* argv, int& exitCode) {
@@ -114,8 +143,7 @@ std::optional<Options> parseOptions(int argc, const char* const* argv, int& exit
         exitCode = app.exit(request);
         return std::nullopt;
     } catch (const CLI::ParseError& problem) {
-        std::cerr << "cvwebdavd: " << problem.what() << " (see cvwebdavd --help)\n";
-        exitCode = kWrongUsage;
+        exitCode = wrongUsage(problem.what());
         return std::nullopt;
     }
     options.server.plain = addressesOf(texts.plain);
@@ -126,7 +154,10 @@ std::optional<Options> parseOptions(int argc, const char* const* argv, int& exit
     if (options.server.plain.empty() && options.server.tls.empty()) {
         options.server.plain.push_back({"127.0.0.1", 8008});
     }
-    return options;
+    const std::string problem = problemOfPlain(options.server.plain, texts.allowPlain);
+    if (problem.empty()) return options;
+    exitCode = wrongUsage(problem);
+    return std::nullopt;
 }
 
 }  // namespace host

@@ -11,6 +11,7 @@ namespace host {
 struct Options {
     std::string dataDirectory;
     std::string module;  ///< empty: the one that was installed with the program
+    std::string user;    ///< to go on as, once all is open; empty: as before
     ServerSettings server;
 };
 

@@ -10,6 +10,8 @@
 
 #include "host/HttpSession.h"
 #include "host/Listener.h"
+#include "host/Log.h"
+#include "host/ServiceManager.h"
 #include "host/TlsContext.h"
 
 namespace host {
@@ -26,6 +28,8 @@ struct Server::Impl {
           pool(settings.threads, settings.limits.queueLength) {}
 
     void startOn(const Listener& listener, tcp::socket socket, ConnectionInfo connection);
+    void obeySignals();
+    void reload();
     void beginStop();
 
     const ServerSettings settings;
@@ -36,6 +40,7 @@ struct Server::Impl {
     std::shared_ptr<asio::ssl::context> tls;
     asio::io_context io{1};
     asio::signal_set signals{io};
+    ServiceManager manager{io};
     std::list<Listener> listeners;
     bool stopping = false;
     // After the loop, so that it goes first: its threads hand their results to the loop.
@@ -51,8 +56,30 @@ void Server::Impl::startOn(const Listener& listener, tcp::socket socket,
     }
 }
 
+void Server::Impl::obeySignals() {
+    signals.async_wait([this](error_code error, int signal) {
+        if (error) return;
+        if (signal != SIGHUP) return beginStop();
+        reload();
+        obeySignals();
+    });
+}
+
+/// Connections go on with what they began with.
+void Server::Impl::reload() {
+    manager.reloading();
+    if (tls != nullptr) {
+        std::string problem;
+        auto fresh = makeTlsContext(settings.certificateFile, settings.keyFile, problem);
+        if (fresh == nullptr) logProblem(problem + "; the ones in use are kept");
+        if (fresh != nullptr) tls = std::move(fresh);
+    }
+    manager.ready();
+}
+
 void Server::Impl::beginStop() {
     if (std::exchange(stopping, true)) return;
+    manager.stopping();
     error_code ignored;
     for (Listener& listener : listeners) listener.close();
     signals.cancel(ignored);
@@ -87,12 +114,9 @@ std::vector<std::string> Server::urls() const {
     return urls;
 }
 
-void Server::stopOnSignals() {
-    impl_->signals.add(SIGTERM);
-    impl_->signals.add(SIGINT);
-    impl_->signals.async_wait([impl = impl_.get()](error_code error, int) {
-        if (!error) impl->beginStop();
-    });
+void Server::obeySignals() {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) impl_->signals.add(signal);
+    impl_->obeySignals();
 }
 
 bool Server::run() {
@@ -101,12 +125,17 @@ bool Server::run() {
             impl->startOn(listener, std::move(socket), std::move(info));
         });
     }
+    impl_->manager.ready();
     impl_->io.run();
     impl_->io.restart();
     const auto deadline = std::chrono::steady_clock::now() + impl_->settings.limits.drainTime;
     impl_->io.run_until(deadline);
     // The last answer may be out while its worker has not come back yet.
     return impl_->pool.waitUntilIdle(deadline);
+}
+
+void Server::reload() {
+    asio::post(impl_->io, [impl = impl_.get()] { impl->reload(); });
 }
 
 void Server::stop() {
