@@ -22,4 +22,11 @@ constexpr bool isAlphanumeric(char c) {
     return isDigit(c) || (lowered(c) >= 'a' && lowered(c) <= 'z');
 }
 
+/// Without the blanks and tabs around it.
+constexpr std::string_view trimmed(std::string_view text) {
+    const size_t first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
 }  // namespace host

@@ -1,8 +1,9 @@
-// The open connections of a server, so that the end of service reaches those that wait for a
-// request. On the event loop only.
+// The open connections of a server, those that still wait for the head of a request in the order
+// in which they came: so that the end of service and a lack of room reach them. Event loop only.
 #pragma once
 
-#include <unordered_set>
+#include <cstddef>
+#include <list>
 
 namespace host {
 
@@ -11,18 +12,47 @@ class Connection {
     virtual ~Connection() = default;
     /// Closes the connection when nothing of a request has arrived on it yet.
     virtual void closeIfIdle() = 0;
+    virtual void close() = 0;
+
+  private:
+    friend class ConnectionList;
+    bool waiting_ = false;
+    std::list<Connection*>::iterator place_;
 };
 
 class ConnectionList {
   public:
-    void add(Connection& connection) { open_.insert(&connection); }
-    void remove(Connection& connection) { open_.erase(&connection); }
+    void add(Connection& connection) {
+        ++size_;
+        connection.waiting_ = true;
+        connection.place_ = waiting_.insert(waiting_.end(), &connection);
+    }
+    /// The head of its request is there, or refused.
+    void endWait(Connection& connection) {
+        if (connection.waiting_) waiting_.erase(connection.place_);
+        connection.waiting_ = false;
+    }
+    void remove(Connection& connection) {
+        endWait(connection);
+        --size_;
+    }
+    size_t size() const { return size_; }
+
     void closeIdle() {
-        for (Connection* connection : open_) connection->closeIfIdle();
+        for (Connection* connection : waiting_) connection->closeIfIdle();
+    }
+    /// Makes room by closing the one that has waited longest; false when none waits.
+    bool closeOldest() {
+        if (waiting_.empty()) return false;
+        Connection* oldest = waiting_.front();
+        endWait(*oldest);
+        oldest->close();
+        return true;
     }
 
   private:
-    std::unordered_set<Connection*> open_;
+    std::list<Connection*> waiting_;
+    size_t size_ = 0;
 };
 
 }  // namespace host

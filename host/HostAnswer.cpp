@@ -21,6 +21,7 @@ constexpr StatusRow kStatuses[] = {
     {413, "Content Too Large", "The request body is larger than this server takes."},
     {414, "URI Too Long", "The address is longer than this server takes."},
     {417, "Expectation Failed", "The expectation of the request is not known."},
+    {429, "Too Many Requests", "Too many logins have failed; try again later."},
     {431, "Request Header Fields Too Large",
      "The request header is larger than this server takes."},
     {501, "Not Implemented", "The transfer coding of the request is not known."},
@@ -36,17 +37,27 @@ HostAnswer finished(std::string head, std::string_view contentType, std::string 
     return {std::move(head), std::move(body)};
 }
 
-}  // namespace
-
-HostAnswer makeHostAnswer(unsigned status, std::string_view location) {
+HostAnswer shortAnswer(unsigned status, std::string_view headerLines) {
     const StatusRow* row = std::ranges::find(kStatuses, status, &StatusRow::status);
     if (row == std::end(kStatuses)) row = std::ranges::find(kStatuses, 400U, &StatusRow::status);
     std::string head = "HTTP/1.1 ";
     head.append(std::to_string(row->status)).append(" ").append(row->phrase).append("\r\n");
-    if (!location.empty()) head.append("Location: ").append(location).append("\r\n");
-    if (status == 405) head.append("Allow: GET, HEAD\r\n");
-    if (status == 503) head.append("Retry-After: 1\r\n");
+    head.append(headerLines);
     return finished(std::move(head), kPlainText, std::string(row->text).append("\n"));
+}
+
+}  // namespace
+
+HostAnswer makeHostAnswer(unsigned status, std::string_view location) {
+    std::string lines;
+    if (!location.empty()) lines.append("Location: ").append(location).append("\r\n");
+    if (status == 405) lines.append("Allow: GET, HEAD\r\n");
+    return shortAnswer(status, lines);
+}
+
+HostAnswer makeBusyAnswer(unsigned status, std::chrono::milliseconds comeBackAfter) {
+    const auto seconds = std::chrono::ceil<std::chrono::seconds>(comeBackAfter);
+    return shortAnswer(status, "Retry-After: " + std::to_string(seconds.count()) + "\r\n");
 }
 
 HostAnswer makeDocument(std::string_view contentType, std::string_view headerLines,

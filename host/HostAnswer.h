@@ -1,6 +1,7 @@
 // The answers that the host makes itself: refusals, redirects and pages, each final.
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,9 @@ struct HostAnswer {
 
 /// The answer of a status number; the location is for redirects.
 HostAnswer makeHostAnswer(unsigned status, std::string_view location = {});
+
+/// The answer of a status that is over after a time: 429 or 503.
+HostAnswer makeBusyAnswer(unsigned status, std::chrono::milliseconds comeBackAfter);
 
 /// The answer 200 with a body. The header lines besides those of the body end in CR LF each.
 HostAnswer makeDocument(std::string_view contentType, std::string_view headerLines,

@@ -13,18 +13,19 @@
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
-#include <boost/asio/post.hpp>
 #include <boost/asio/redirect_error.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 #include <boost/beast/ssl/ssl_stream.hpp>
 
+#include "host/Exchange.h"
 #include "host/ExtensionCall.h"
 #include "host/HostAnswer.h"
-#include "host/Request.h"
 #include "host/RequestBody.h"
 #include "host/Routes.h"
+#include "host/RunOnPool.h"
 #include "host/SetupPage.h"
 
 namespace host {
@@ -69,22 +70,17 @@ uint32_t systemErrorOf(error_code error) {
     return static_cast<uint32_t>(error.value());
 }
 
-std::string addressText(asio::ip::address address) {
-    if (address.is_v4()) return address.to_string();
-    asio::ip::address_v6 v6 = address.to_v6();
-    if (v6.is_v4_mapped()) return asio::ip::make_address_v4(asio::ip::v4_mapped, v6).to_string();
-    v6.scope_id(0);
-    return v6.to_string();
-}
-
 template <typename Stream>
 class HttpSession final : public Connection,
                           public std::enable_shared_from_this<HttpSession<Stream>> {
   public:
     template <typename... StreamArguments>
-    explicit HttpSession(SessionServices& services, StreamArguments&&... arguments)
+    HttpSession(SessionServices& services, ConnectionInfo connection,
+                StreamArguments&&... arguments)
         : services_(services),
           limits_(services.limits),
+          exchange_(std::move(connection), services),
+          request_(exchange_.request()),
           stream_(std::forward<StreamArguments>(arguments)...),
           buffer_(limits_.maxHead + kBodyPiece) {
         services_.connections.add(*this);
@@ -92,7 +88,6 @@ class HttpSession final : public Connection,
     ~HttpSession() override { services_.connections.remove(*this); }
 
     awaitable<void> run() {
-        if (!describeConnection()) co_return;
         if constexpr (kTls) {
             error_code error;
             socket().expires_after(limits_.headTime);
@@ -109,6 +104,7 @@ class HttpSession final : public Connection,
     void closeIfIdle() override {
         if (buffer_.size() == 0 && !parser_) socket().close();
     }
+    void close() override { socket().close(); }
 
   private:
     static constexpr bool kTls = std::is_same_v<Stream, TlsStream>;
@@ -124,43 +120,30 @@ class HttpSession final : public Connection,
         socket().expires_at(std::min(Clock::now() + limits_.pieceTime, end));
     }
 
-    bool describeConnection();
     awaitable<void> serve();
     awaitable<ReadResult> readHead();
     unsigned acceptHead(size_t length);
     awaitable<void> serveExtension();
+    awaitable<bool> admitLogin();
     awaitable<unsigned> readBody();
-    awaitable<bool> runExtension();
     awaitable<void> sendHostAnswer(HostAnswer answer);
     awaitable<bool> send(std::string_view head, std::string_view body);
     awaitable<void> finish();
 
     SessionServices& services_;
     const Limits& limits_;
+    Exchange exchange_;
+    Request& request_;
     Stream stream_;
     beast::flat_buffer buffer_;
     std::optional<http::request_parser<RequestBody>> parser_;
-    Request request_;
     std::optional<ExtensionCall> call_;
 };
 
 template <typename Stream>
-bool HttpSession<Stream>::describeConnection() {
-    error_code error;
-    tcp::socket& plain = socket().socket();
-    const tcp::endpoint remote = plain.remote_endpoint(error);
-    if (error) return false;
-    const tcp::endpoint local = plain.local_endpoint(error);
-    if (error) return false;
-    plain.set_option(tcp::no_delay(true), error);
-    request_.connection = {addressText(remote.address()), remote.port(),
-                           addressText(local.address()), local.port(), kTls};
-    return true;
-}
-
-template <typename Stream>
 awaitable<void> HttpSession<Stream>::serve() {
-    ReadResult refusal = co_await readHead();
+    const ReadResult refusal = co_await readHead();
+    services_.connections.endWait(*this);
     if (!refusal) co_return;
     if (*refusal != 0) {
         co_await sendHostAnswer(makeHostAnswer(*refusal));
@@ -204,6 +187,7 @@ unsigned HttpSession<Stream>::acceptHead(size_t length) {
     if (!target) return 400;
     if (target->path.size() > limits_.maxPath) return 414;
     request_.target = std::move(*target);
+    exchange_.headIsWhole();
 
     parser_.emplace();
     parser_->header_limit(static_cast<uint32_t>(length + 1));
@@ -220,20 +204,42 @@ unsigned HttpSession<Stream>::acceptHead(size_t length) {
 
 template <typename Stream>
 awaitable<void> HttpSession<Stream>::serveExtension() {
+    const bool admitted = co_await admitLogin();
+    if (!admitted) co_return;
     const unsigned refusal = co_await readBody();
     if (refusal != 0) {
         co_await sendHostAnswer(makeHostAnswer(refusal));
         co_return;
     }
     call_.emplace(request_);
-    const bool accepted = co_await runExtension();
+    WorkerPool::Job job = [self = this->shared_from_this()] {
+        self->call_->run(self->services_.module);
+    };
+    const bool accepted = co_await runOnPool(services_.pool, std::move(job));
     if (!accepted) {
-        co_await sendHostAnswer(makeHostAnswer(503));
+        co_await sendHostAnswer(makeBusyAnswer(503, std::chrono::seconds(1)));
         co_return;
     }
     // A client may take its time over the answer; the request need not stay for that.
     request_.body = std::string();
+    exchange_.extensionAnswers(call_->answerHead());
     co_await send(call_->answerHead(), call_->answerBody());
+}
+
+/// Lets those wait whose logins fail, or refuses them; false then.
+template <typename Stream>
+awaitable<bool> HttpSession<Stream>::admitLogin() {
+    const PenaltyBox::Verdict verdict = exchange_.judgeLogin();
+    if (verdict.refused) {
+        co_await sendHostAnswer(makeBusyAnswer(429, verdict.wait));
+        co_return false;
+    }
+    if (verdict.wait.count() > 0) {
+        asio::steady_timer pause(executor(), verdict.wait);
+        error_code error;
+        co_await pause.async_wait(redirect_error(use_awaitable, error));
+    }
+    co_return true;
 }
 
 /// The status to refuse the request with, or 0. A body that is cut short is the extension's to
@@ -260,27 +266,6 @@ awaitable<unsigned> HttpSession<Stream>::readBody() {
     }
     request_.body = std::move(parser_->get().body());
     co_return 0;
-}
-
-/// False when the queue of the workers is full.
-template <typename Stream>
-awaitable<bool> HttpSession<Stream>::runExtension() {
-    auto initiate = [self = this->shared_from_this()](auto handler) {
-        auto resume = std::make_shared<decltype(handler)>(std::move(handler));
-        // The session goes back to its event loop with the result: it must not end elsewhere.
-        const auto complete = [](auto session, decltype(resume) waiting, bool accepted) {
-            const auto executor = session->executor();
-            asio::post(executor, [session = std::move(session), waiting = std::move(waiting),
-                                  accepted] { (*waiting)(accepted); });
-        };
-        const bool accepted = self->services_.pool.submit([self, resume, complete]() mutable {
-            self->call_->run(self->services_.module);
-            complete(std::move(self), std::move(resume), true);
-        });
-        if (!accepted) complete(self, resume, false);
-    };
-    auto token = use_awaitable;
-    return asio::async_initiate<decltype(token), void(bool)>(std::move(initiate), token);
 }
 
 template <typename Stream>
@@ -324,9 +309,9 @@ awaitable<void> HttpSession<Stream>::finish() {
 }
 
 template <typename Stream, typename... StreamArguments>
-void start(SessionServices& services, StreamArguments&&... arguments) {
+void start(SessionServices& services, ConnectionInfo connection, StreamArguments&&... arguments) {
     auto session = std::make_shared<HttpSession<Stream>>(
-        services, std::forward<StreamArguments>(arguments)...);
+        services, std::move(connection), std::forward<StreamArguments>(arguments)...);
     const auto executor = session->executor();
     asio::co_spawn(
         executor, [session = std::move(session)] { return session->run(); }, asio::detached);
@@ -334,12 +319,13 @@ void start(SessionServices& services, StreamArguments&&... arguments) {
 
 }  // namespace
 
-void startSession(tcp::socket socket, SessionServices& services) {
-    start<PlainStream>(services, std::move(socket));
+void startSession(tcp::socket socket, ConnectionInfo connection, SessionServices& services) {
+    start<PlainStream>(services, std::move(connection), std::move(socket));
 }
 
-void startTlsSession(tcp::socket socket, asio::ssl::context& tls, SessionServices& services) {
-    start<TlsStream>(services, std::move(socket), tls);
+void startTlsSession(tcp::socket socket, ConnectionInfo connection, asio::ssl::context& tls,
+                     SessionServices& services) {
+    start<TlsStream>(services, std::move(connection), std::move(socket), tls);
 }
 
 }  // namespace host

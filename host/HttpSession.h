@@ -8,24 +8,15 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
 
-#include "host/ConnectionList.h"
-#include "host/ExtensionModule.h"
-#include "host/Limits.h"
-#include "host/WorkerPool.h"
+#include "host/Request.h"
+#include "host/SessionServices.h"
 
 namespace host {
 
-/// What all sessions of a server share; outlives them.
-struct SessionServices {
-    const Limits& limits;
-    const ExtensionModule& module;
-    WorkerPool& pool;
-    ConnectionList& connections;
-};
+void startSession(boost::asio::ip::tcp::socket socket, ConnectionInfo connection,
+                  SessionServices& services);
 
-void startSession(boost::asio::ip::tcp::socket socket, SessionServices& services);
-
-void startTlsSession(boost::asio::ip::tcp::socket socket, boost::asio::ssl::context& tls,
-                     SessionServices& services);
+void startTlsSession(boost::asio::ip::tcp::socket socket, ConnectionInfo connection,
+                     boost::asio::ssl::context& tls, SessionServices& services);
 
 }  // namespace host

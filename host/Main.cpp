@@ -13,6 +13,7 @@
 #include "platform/DynamicLibrary.h"
 #include "platform/Error.h"
 #include "platform/Files.h"
+#include "platform/Process.h"
 #include "platform/Registry.h"
 
 namespace {
@@ -20,6 +21,8 @@ namespace {
 constexpr int kCannot = 1;
 constexpr const char* kProductKey = "SOFTWARE\\Quindle Software\\Corvane";
 constexpr size_t kLongestPath = 1024;
+/// Nothing of the data is for people who are neither the user nor in its group.
+constexpr unsigned kCreationMask = 027;
 
 int fail(const std::string& problem) {
     host::logProblem(problem);
@@ -29,7 +32,13 @@ int fail(const std::string& problem) {
 int serve(const host::Options& options, host::ExtensionModule& module) {
     host::Server server(options.server, module);
     if (const auto problem = server.open()) return fail(*problem);
-    server.stopOnSignals();
+    // From here on nothing needs the rights of the user who opened low ports and read the key.
+    if (!options.user.empty()) {
+        if (const auto problem = platform::becomeUser(options.user)) {
+            return fail("cannot go on as the user " + options.user + ": " + *problem);
+        }
+    }
+    server.obeySignals();
     if (!module.start()) {
         return fail("the extension refused to start, error " +
                     std::to_string(platform::lastError()) +
@@ -69,6 +78,8 @@ int main(int argc, char** argv) {
     int exitCode = 0;
     const auto options = host::parseOptions(argc, argv, exitCode);
     if (!options) return exitCode;
+    platform::setFileCreationMask(kCreationMask);
+    platform::raiseOpenFileLimit();
 
     const std::string registry =
         platform::fromNativePath(options->dataDirectory) + "\\registry.ini";

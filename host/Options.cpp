@@ -1,7 +1,6 @@
 #include "host/Options.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <thread>
 
@@ -18,6 +17,7 @@ constexpr size_t kMaximumBody = 0x7FFFFFFF;
 constexpr const char* kDescription =
     "Serves the calendars, tasks and contacts of a data directory over CalDAV and CardDAV.\n"
     "Runs until SIGTERM or SIGINT, then finishes the requests in progress and exits 0.\n"
+    "SIGHUP reads certificate and key again.\n"
     "Prints one line for each listener when it is ready.";
 
 constexpr const char* kFooter =
@@ -37,31 +37,51 @@ size_t defaultThreads() {
     return std::max<size_t>(kMinimumThreads, std::thread::hardware_concurrency() * size_t{2});
 }
 
-struct ListenTexts {
+std::string checkNetwork(const std::string& text) {
+    if (Network::parse(text)) return {};
+    return "expected a network such as 10.0.0.0/8 or an address, got " + text;
+}
+
+/// Values as they were typed, until all of them are known to be right.
+struct Texts {
     std::vector<std::string> plain;
     std::vector<std::string> tls;
+    std::vector<std::string> proxies;
+    bool allowPlain = false;
 };
 
-void describe(CLI::App& app, Options& options, ListenTexts& listen) {
-    ServerSettings& server = options.server;
-    app.set_version_flag("--version", "cvwebdavd " CVWEBDAV_VERSION);
-    app.footer(kFooter);
-    app.add_option("--data", options.dataDirectory, "The data directory")
-        ->required()
-        ->type_name("DIR");
-    const CLI::Validator isAddress(checkListenAddress, "");
-    app.add_option("--listen", listen.plain,
-                   "Serve HTTP here (127.0.0.1:8008 when no listener is given); port 0 takes a "
-                   "free one")
-        ->check(isAddress)
-        ->type_name("ADDR:PORT")
+/// Empty when passwords that travel in plain text stay on this machine, or are meant to leave it.
+std::string problemOfPlain(const std::vector<ListenAddress>& listeners, bool allowed) {
+    for (const ListenAddress& listener : listeners) {
+        if (allowed || isLoopback(listener.address)) continue;
+        return "--listen " + listener.address +
+               " lets other machines send passwords in plain text; use --tls-listen, or add "
+               "--allow-plain if something in between encrypts them";
+    }
+    return {};
+}
+
+CLI::Option* addList(CLI::App& app, const char* name, std::vector<std::string>& values,
+                     const CLI::Validator& check, const char* help, const char* type) {
+    return app.add_option(name, values, help)
+        ->check(check)
+        ->type_name(type)
         ->allow_extra_args(false);
-    CLI::Option* tls = app.add_option("--tls-listen", listen.tls, "Serve HTTPS here")
-                           ->check(isAddress)
-                           ->type_name("ADDR:PORT")
-                           ->allow_extra_args(false);
+}
+
+void describeListeners(CLI::App& app, ServerSettings& server, Texts& texts) {
+    const CLI::Validator isAddress(checkListenAddress, "");
+    addList(app, "--listen", texts.plain, isAddress,
+            "Serve HTTP here (127.0.0.1:8008 when no listener is given); port 0 takes a free one; "
+            "may be given again",
+            "ADDR:PORT");
+    app.add_flag("--allow-plain", texts.allowPlain,
+                 "Let other machines send passwords over plain HTTP");
+    CLI::Option* tls = addList(app, "--tls-listen", texts.tls, isAddress,
+                               "Serve HTTPS here; may be given again", "ADDR:PORT");
     CLI::Option* certificate =
-        app.add_option("--tls-cert", server.certificateFile, "Certificate chain for HTTPS (PEM)")
+        app.add_option("--tls-cert", server.certificateFile,
+                       "Certificate chain for HTTPS (PEM); read again on SIGHUP")
             ->type_name("FILE")
             ->needs(tls);
     CLI::Option* key =
@@ -69,6 +89,22 @@ void describe(CLI::App& app, Options& options, ListenTexts& listen) {
             ->type_name("FILE")
             ->needs(tls);
     tls->needs(certificate)->needs(key);
+    addList(app, "--trusted-proxy", texts.proxies, CLI::Validator(checkNetwork, ""),
+            "Believe X-Forwarded-For and X-Forwarded-Proto from here; the proxy must set both; "
+            "may be given again",
+            "CIDR");
+}
+
+void describe(CLI::App& app, Options& options, Texts& texts) {
+    ServerSettings& server = options.server;
+    app.set_version_flag("--version", "cvwebdavd " CVWEBDAV_VERSION);
+    app.footer(kFooter);
+    app.add_option("--data", options.dataDirectory, "The data directory")
+        ->required()
+        ->type_name("DIR");
+    describeListeners(app, server, texts);
+    app.add_option("--user", options.user, "Go on as this user once the listeners are open")
+        ->type_name("NAME");
     app.add_option("--module", options.module,
                    "The extension (CVWebDAV, as installed with the program)")
         ->type_name("FILE");
@@ -88,48 +124,40 @@ std::vector<ListenAddress> addressesOf(const std::vector<std::string>& texts) {
     return addresses;
 }
 
-}  // namespace
-
-std::optional<ListenAddress> parseListenAddress(const std::string& text) {
-    const size_t colon = text.rfind(':');
-    if (colon == std::string::npos || colon + 1 == text.size()) return std::nullopt;
-    ListenAddress listen;
-    const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data() + colon + 1, end, listen.port);
-    if (error != std::errc() || rest != end) return std::nullopt;
-    listen.address = text.substr(0, colon);
-    if (listen.address.size() > 2 && listen.address.front() == '[' &&
-        listen.address.back() == ']') {
-        listen.address = listen.address.substr(1, listen.address.size() - 2);
-    } else if (listen.address.find(':') != std::string::npos) {
-        return std::nullopt;
-    }
-    if (listen.address.empty()) return std::nullopt;
-    return listen;
+int wrongUsage(const std::string& problem) {
+    std::cerr << "cvwebdavd: " << problem << " (see cvwebdavd --help)\n";
+    return kWrongUsage;
 }
+
+}  // namespace
 
 std::optional<Options> parseOptions(int argc, const char* const* argv, int& exitCode) {
     Options options;
     options.server.threads = defaultThreads();
-    ListenTexts listen;
+    Texts texts;
     CLI::App app(kDescription, "cvwebdavd");
-    describe(app, options, listen);
+    describe(app, options, texts);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
         exitCode = app.exit(request);
         return std::nullopt;
     } catch (const CLI::ParseError& problem) {
-        std::cerr << "cvwebdavd: " << problem.what() << " (see cvwebdavd --help)\n";
-        exitCode = kWrongUsage;
+        exitCode = wrongUsage(problem.what());
         return std::nullopt;
     }
-    options.server.plain = addressesOf(listen.plain);
-    options.server.tls = addressesOf(listen.tls);
+    options.server.plain = addressesOf(texts.plain);
+    options.server.tls = addressesOf(texts.tls);
+    for (const std::string& text : texts.proxies) {
+        options.server.trustedProxies.push_back(Network::parse(text).value());
+    }
     if (options.server.plain.empty() && options.server.tls.empty()) {
         options.server.plain.push_back({"127.0.0.1", 8008});
     }
-    return options;
+    const std::string problem = problemOfPlain(options.server.plain, texts.allowPlain);
+    if (problem.empty()) return options;
+    exitCode = wrongUsage(problem);
+    return std::nullopt;
 }
 
 }  // namespace host

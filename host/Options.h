@@ -11,14 +11,12 @@ namespace host {
 struct Options {
     std::string dataDirectory;
     std::string module;  ///< empty: the one that was installed with the program
+    std::string user;    ///< to go on as, once all is open; empty: as before
     ServerSettings server;
 };
 
 /// Reads the command line. Nothing when the program is to end at once with the given exit code;
 /// what was to be said then has been printed.
 std::optional<Options> parseOptions(int argc, const char* const* argv, int& exitCode);
-
-/// Reads "ADDR:PORT", an IPv6 address in brackets.
-std::optional<ListenAddress> parseListenAddress(const std::string& text);
 
 }  // namespace host

@@ -19,12 +19,6 @@ bool isToken(std::string_view text) {
     return !text.empty() && std::ranges::all_of(text, isTokenByte);
 }
 
-std::string_view trimmed(std::string_view text) {
-    const size_t first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
 /// Cuts off and returns what stands before the separator, or everything when there is none.
 std::string_view takeUntil(std::string_view& text, std::string_view separator) {
     const size_t end = text.find(separator);

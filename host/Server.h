@@ -1,10 +1,9 @@
 // The web server: its listeners and its life from the first connection to the last.
 //
-// open() and run() are called by one thread, which becomes the event loop; stop() may be called
-// from any. The extension must have been started before run() and is not terminated here.
+// open() and run() are called by one thread, which becomes the event loop; stop() and reload() may
+// be called from any. The extension must have been started before run() and is not terminated here.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,19 +11,17 @@
 
 #include "host/ExtensionModule.h"
 #include "host/Limits.h"
+#include "host/ListenAddress.h"
+#include "host/Network.h"
 
 namespace host {
-
-struct ListenAddress {
-    std::string address;  ///< an IP address, without brackets
-    uint16_t port = 0;    ///< 0: the system chooses
-};
 
 struct ServerSettings {
     std::vector<ListenAddress> plain;
     std::vector<ListenAddress> tls;
     std::string certificateFile;
     std::string keyFile;
+    std::vector<Network> trustedProxies;
     size_t threads = 4;
     Limits limits;
 };
@@ -40,11 +37,13 @@ class Server {
     /// The address of each listener, with the port that it really has.
     std::vector<std::string> urls() const;
 
-    /// Lets SIGTERM and SIGINT stop the server.
-    void stopOnSignals();
+    /// Lets SIGTERM and SIGINT stop the server, and SIGHUP reload it.
+    void obeySignals();
     /// Serves until it is stopped, then finishes the requests in progress as long as the drain
     /// time lasts. False when an extension call was still running after that.
     bool run();
+    /// Reads certificate and key again; ones that cannot be used change nothing.
+    void reload();
     void stop();
 
   private:

@@ -84,12 +84,19 @@ void block(EXTENSION_CONTROL_BLOCK& control) {
     answer(control, "went on");
 }
 
+/// Takes every name and password of a request that says that they are right.
+void logIn(EXTENSION_CONTROL_BLOCK& block) {
+    const bool right = variable(block, "HTTP_X_RIGHT", 4096).starts_with("yes/");
+    sendHead(block, right ? "200 OK" : "401 Unauthorized", "\r\n");
+}
+
 DWORD WINAPI call(EXTENSION_CONTROL_BLOCK* control) {
     const std::string path = control->lpszPathInfo;
     if (path == "/webdav/variables") showVariables(*control);
     if (path.starts_with("/webdav/echo")) echo(*control);
     if (path == "/webdav/misuse") misuse(*control);
     if (path == "/webdav/block") block(*control);
+    if (path == "/webdav/login") logIn(*control);
     if (path == "/webdav/large") answer(*control, std::string(4'000'000, 'x'));
     if (path == "/webdav/throw") throw std::runtime_error("on purpose");
     return HSE_STATUS_SUCCESS;

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -35,6 +36,11 @@ class TestCertificate {
         : directory_(std::filesystem::temp_directory_path() /
                      ("cvwebdavd-tls-" + std::to_string(std::random_device()()))) {
         std::filesystem::create_directory(directory_);
+        writeNew();
+    }
+    ~TestCertificate() { std::filesystem::remove_all(directory_); }
+
+    void writeNew() const {
         const Key key(EVP_EC_gen("P-256"));
         const Certificate certificate(X509_new());
         X509_gmtime_adj(X509_getm_notBefore(certificate.get()), 0);
@@ -48,7 +54,6 @@ class TestCertificate {
         PEM_write_PrivateKey(file, key.get(), nullptr, nullptr, 0, nullptr, nullptr);
         std::fclose(file);
     }
-    ~TestCertificate() { std::filesystem::remove_all(directory_); }
 
     std::string certificateFile() const { return directory_ / "certificate.pem"; }
     std::string keyFile() const { return directory_ / "key.pem"; }
@@ -56,6 +61,14 @@ class TestCertificate {
   private:
     std::filesystem::path directory_;
 };
+
+/// What tells one certificate from another.
+std::string certificateText(const X509& certificate) {
+    const ASN1_BIT_STRING* signature = nullptr;
+    const X509_ALGOR* algorithm = nullptr;
+    X509_get0_signature(&signature, &algorithm, &certificate);
+    return {reinterpret_cast<const char*>(signature->data), static_cast<size_t>(signature->length)};
+}
 
 class TlsHost : public testing::Test {
   protected:
@@ -123,6 +136,69 @@ TEST_F(TlsHost, RefusesOldVersionsAndPlainText) {
     EXPECT_FALSE(connect(server.port()));
     const std::string answer = host::exchange(server.port(), "GET / HTTP/1.1\r\nHost: x\r\n\r\n");
     EXPECT_EQ(answer.find("HTTP/1.1"), std::string::npos);
+    EXPECT_TRUE(server.stop());
+}
+
+TEST_F(TlsHost, ReloadsItsCertificateUnlessTheNewOneIsBad) {
+    RunningServer server(settings(certificate_));
+    const auto shown = [&] {
+        const auto stream = connect(server.port());
+        if (!stream) return std::string();
+        const Certificate seen(SSL_get1_peer_certificate(stream->native_handle()));
+        return certificateText(*seen);
+    };
+    const std::string first = shown();
+    EXPECT_FALSE(first.empty());
+    const auto early = connect(server.port());
+
+    certificate_.writeNew();
+    server.server().reload();
+    const std::string second = shown();
+    EXPECT_NE(second, first);
+    const std::string request = "GET /webdav/echo HTTP/1.1\r\nHost: x\r\n\r\n";
+    EXPECT_TRUE(exchange(*early, request).starts_with("HTTP/1.1 299 "));
+
+    testing::internal::CaptureStderr();
+    std::filesystem::remove(certificate_.keyFile());
+    server.server().reload();
+    EXPECT_EQ(shown(), second);
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_NE(said.find("private key " + certificate_.keyFile()), std::string::npos) << said;
+    EXPECT_EQ(std::ranges::count(said, '\n'), 1) << said;
+    EXPECT_TRUE(server.stop());
+}
+
+TEST_F(TlsHost, AgreesOnHttp11OrNothing) {
+    RunningServer server(settings(certificate_));
+    struct Case {
+        std::string offered;
+        bool agreed;
+    };
+    const Case cases[] = {{"\x08http/1.1", true}, {"\x02h2\x08http/1.1", true}, {"\x02h2", false}};
+    for (const Case& expected : cases) {
+        SSL_CTX_set_alpn_protos(context_.native_handle(),
+                                reinterpret_cast<const unsigned char*>(expected.offered.data()),
+                                static_cast<unsigned>(expected.offered.size()));
+        const auto stream = connect(server.port());
+        ASSERT_EQ(stream != nullptr, expected.agreed) << expected.offered;
+        if (!stream) continue;
+        const unsigned char* chosen = nullptr;
+        unsigned size = 0;
+        SSL_get0_alpn_selected(stream->native_handle(), &chosen, &size);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(chosen), size), "http/1.1");
+    }
+    EXPECT_TRUE(server.stop());
+}
+
+TEST_F(TlsHost, SpeaksModernCiphersOnly) {
+    RunningServer server(settings(certificate_));
+    SSL_CTX_set_max_proto_version(context_.native_handle(), TLS1_2_VERSION);
+    for (const auto& [ciphers, agreed] :
+         {std::pair("ECDHE-ECDSA-CHACHA20-POLY1305", true), std::pair("ECDHE+AESGCM", true),
+          std::pair("ECDHE-ECDSA-AES128-SHA256", false), std::pair("AES128-GCM-SHA256", false)}) {
+        SSL_CTX_set_cipher_list(context_.native_handle(), ciphers);
+        EXPECT_EQ(connect(server.port()) != nullptr, agreed) << ciphers;
+    }
     EXPECT_TRUE(server.stop());
 }
 

@@ -1,0 +1,46 @@
+// One listening socket: opens it and hands over what connects. Event loop only.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <boost/asio/awaitable.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+
+#include "host/ListenAddress.h"
+#include "host/Request.h"
+
+namespace host {
+
+class Listener {
+  public:
+    /// Made for each connection.
+    using Handler = std::function<void(boost::asio::ip::tcp::socket, ConnectionInfo)>;
+
+    Listener(boost::asio::io_context& io, bool secure) : acceptor_(io), secure_(secure) {}
+
+    /// Connections wait until start(). Result: what went wrong, or nothing.
+    std::optional<std::string> open(const ListenAddress& where);
+    /// Hands over connections until the listener is closed; it must outlive the event loop's work.
+    void start(Handler handler);
+    void close();
+
+    bool secure() const { return secure_; }
+    /// With the port that it really has.
+    std::string url() const;
+
+  private:
+    boost::asio::awaitable<void> accept();
+    std::optional<ConnectionInfo> describe(const boost::asio::ip::tcp::socket& socket,
+                                           const boost::asio::ip::tcp::endpoint& remote) const;
+
+    boost::asio::ip::tcp::acceptor acceptor_;
+    boost::asio::ip::tcp::endpoint local_;
+    const bool secure_;
+    Handler handler_;
+};
+
+}  // namespace host

@@ -1,0 +1,138 @@
+#include "host/PenaltyBox.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "host/Escape.h"
+#include "host/Log.h"
+#include "host/Network.h"
+
+namespace host {
+namespace {
+
+using Seconds = PenaltyBox::Seconds;
+
+struct Step {
+    unsigned failures;  ///< from this number on
+    Seconds pause;      ///< between one try and the next
+};
+
+constexpr Step kSteps[] = {
+    {0, Seconds(0)},   {3, Seconds(1)},   {5, Seconds(2)},    {7, Seconds(4)},
+    {10, Seconds(15)}, {20, Seconds(60)}, {40, Seconds(300)},
+};
+
+/// A try waits that long for its turn; it is refused if that is not enough.
+constexpr Seconds kLongestWait{5};
+constexpr std::chrono::minutes kForgetAfter{30};
+constexpr unsigned kV4NetworkBits = 32;
+constexpr unsigned kV6NetworkBits = 48;
+
+Seconds pauseAfter(unsigned failures) {
+    const auto beyond = std::ranges::upper_bound(kSteps, failures, {}, &Step::failures);
+    return std::prev(beyond)->pause;
+}
+
+}  // namespace
+
+/// Empty where the suspect does not say.
+struct PenaltyBox::Keys {
+    explicit Keys(const Suspect& suspect) : login(suspect.login) {
+        const auto around = Network::around(suspect.address, kV4NetworkBits, kV6NetworkBits);
+        if (around) network = around->text();
+        pair = network + " " + login;
+    }
+
+    std::string network;
+    std::string login;
+    std::string pair;
+};
+
+PenaltyBox::Culprit* PenaltyBox::culprit(Culprits& culprits, const std::string& key, Time now) {
+    if (key.empty()) return nullptr;
+    Culprit* found = culprits.find(key);
+    if (found == nullptr || now - found->last < kForgetAfter) return found;
+    culprits.erase(key);
+    return nullptr;
+}
+
+PenaltyBox::Verdict PenaltyBox::judge(const Suspect& suspect, Time now) {
+    const Keys keys(suspect);
+    if (const Pair* pair = pairs_.find(keys.pair); pair != nullptr && pair->hasLoggedIn) return {};
+    Culprit* const culprits[] = {culprit(networks_, keys.network, now),
+                                 culprit(logins_, keys.login, now)};
+    Time turn = now;
+    for (const Culprit* one : culprits) {
+        if (one != nullptr) turn = std::max(turn, one->nextTry);
+    }
+    Verdict verdict{std::chrono::ceil<std::chrono::milliseconds>(turn - now), false};
+    if (verdict.wait > kLongestWait) {
+        verdict.refused = true;
+        ++counts_.refused;
+        return verdict;
+    }
+    // Tries that come at once take their turns one after the other.
+    for (Culprit* one : culprits) {
+        if (one != nullptr) one->nextTry = turn + pauseAfter(one->failures);
+    }
+    if (verdict.wait.count() > 0) ++counts_.delayed;
+    return verdict;
+}
+
+void PenaltyBox::failed(const Suspect& suspect, Time now) {
+    const Keys keys(suspect);
+    ++counts_.failures;
+    Pair& pair = pairs_.at(keys.pair);
+    pair.hasLoggedIn = false;
+    ++pair.failures;
+    addFailure(networks_, keys.network, "client " + suspect.address + ", network " + keys.network,
+               now);
+    addFailure(logins_, keys.login,
+               "client " + suspect.address + ", login \"" + escaped(keys.login) + "\"", now);
+}
+
+void PenaltyBox::addFailure(Culprits& culprits, const std::string& key, const std::string& who,
+                            Time now) {
+    if (key.empty()) return;
+    culprit(culprits, key, now);  // forgets what is long ago
+    Culprit& one = culprits.at(key);
+    const Seconds before = pauseAfter(one.failures);
+    ++one.failures;
+    one.last = now;
+    const Seconds pause = pauseAfter(one.failures);
+    one.nextTry = std::max(one.nextTry, now + pause);
+    if (pause == before) return;
+    logProblem("logins fail: " + who + ", failures " + std::to_string(one.failures) + ", pause " +
+               std::to_string(pause.count()) + " s");
+}
+
+void PenaltyBox::succeeded(const Suspect& suspect, Time) {
+    const Keys keys(suspect);
+    if (keys.login.empty()) return;
+    Pair& pair = pairs_.at(keys.pair);
+    pair.hasLoggedIn = true;
+    const unsigned failures = std::exchange(pair.failures, 0U);
+    if (failures == 0) return;
+    takeBack(networks_, keys.network, failures);
+    takeBack(logins_, keys.login, failures);
+}
+
+void PenaltyBox::takeBack(Culprits& culprits, const std::string& key, unsigned failures) {
+    Culprit* one = culprits.find(key);
+    if (one == nullptr) return;
+    if (one->failures <= failures) {
+        culprits.erase(key);
+        return;
+    }
+    one->failures -= failures;
+    one->nextTry = one->last + pauseAfter(one->failures);
+}
+
+PenaltyBox::Counts PenaltyBox::counts() const {
+    Counts counts = counts_;
+    counts.networks = networks_.size();
+    counts.logins = logins_.size();
+    return counts;
+}
+
+}  // namespace host

@@ -1,0 +1,22 @@
+// What all sessions of a server share; outlives them.
+#pragma once
+
+#include "host/ConnectionList.h"
+#include "host/ExtensionModule.h"
+#include "host/Limits.h"
+#include "host/PenaltyBox.h"
+#include "host/TrustedProxies.h"
+#include "host/WorkerPool.h"
+
+namespace host {
+
+struct SessionServices {
+    const Limits& limits;
+    const ExtensionModule& module;
+    const TrustedProxies& proxies;
+    WorkerPool& pool;
+    ConnectionList& connections;
+    PenaltyBox& penalties;
+};
+
+}  // namespace host
