@@ -93,7 +93,7 @@ StoreFolderRecord recordOf(const AccountRow& owner, const FolderRow& folder,
 }
 
 std::vector<StoreFolderRecord> ownFolders(const AccountRow& account) {
-    engine().refreshMirror(account.id);
+    engine().followChanges(account.id);
     std::vector<StoreFolderRecord> records;
     for (const FolderRow& folder : engine().database().folders(account.id)) {
         records.push_back(recordOf(account, folder, ""));
@@ -162,7 +162,7 @@ PLATFORM_EXPORT void CV_GetMailDir(StoreUserHandle user, char* directory) {
     guarded([&] {
         const AccountHandle* account = behind(user);
         if (!account) return;
-        engine().refreshMirror(account->account.id);
+        engine().followChanges(account->account.id);
         fill(directory, STORE_PATH_SIZE, account->mailDirectory);
     });
 }

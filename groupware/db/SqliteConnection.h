@@ -68,6 +68,7 @@ class SqliteConnection {
     SqliteStatement statement(const char* sql);
     /// Runs one or several statements that have no result.
     void execute(const char* sql);
+    sqlite3* handle() const { return database_.get(); }
 
   private:
     struct Close {

@@ -47,48 +47,79 @@ std::optional<AccountRow> oneAccount(SqliteStatement& query) {
     return accountOf(query);
 }
 
+std::optional<FolderRow> oneFolder(int64_t account, SqliteStatement& query) {
+    if (!query.step()) return std::nullopt;
+    return folderOf(account, query);
+}
+
 std::optional<StoredItem> oneItem(SqliteStatement& query) {
     if (!query.step()) return std::nullopt;
     return storedItemOf(query);
 }
 
+std::string partOf(std::string_view text) {
+    return std::string(text);
+}
+
+std::string partOf(int64_t number) {
+    return std::to_string(number);
+}
+
+/// The text that the answer to a question is remembered under. No part but the last is a text.
+template <typename... Parts>
+std::string question(const char* name, const Parts&... parts) {
+    std::string text = name;
+    ((text += ' ', text += partOf(parts)), ...);
+    return text;
+}
+
 }  // namespace
 
 void SqliteDatabase::prepare(bool create) {
-    if (hasNewestSchema(writing_.connection())) return;
-    const auto lock = platform::FileLock::acquire(writing_.lockPath());
-    if (!lock) {
-        throw DatabaseError("cannot lock " + platform::nativePath(writing_.lockPath()), false);
+    if (!hasNewestSchema(writing_.connection())) {
+        const auto lock = platform::FileLock::acquire(writing_.lockPath());
+        if (!lock) {
+            throw DatabaseError("cannot lock " + platform::nativePath(writing_.lockPath()), false);
+        }
+        upgradeSchema(writing_.connection(), create);
     }
-    upgradeSchema(writing_.connection(), create);
+    answers_ = std::make_unique<AnswerCache>(path_);
 }
 
 std::vector<std::string> SqliteDatabase::domains() {
-    const auto reader = readers_.take();
-    auto query = reader->statement("SELECT name FROM domain ORDER BY name");
-    std::vector<std::string> names;
-    while (query.step()) names.push_back(query.text(0));
-    return names;
+    return answers_->answer("domains", [&] {
+        const auto reader = readers_.take();
+        auto query = reader->statement("SELECT name FROM domain ORDER BY name");
+        std::vector<std::string> names;
+        while (query.step()) names.push_back(query.text(0));
+        return names;
+    });
 }
 
 std::optional<AccountRow> SqliteDatabase::account(std::string_view address) {
-    const auto reader = readers_.take();
-    auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.address=?1 AND a.id>0");
-    return oneAccount(query.bind(address));
+    return answers_->answer(question("account", address), [&] {
+        const auto reader = readers_.take();
+        auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.address=?1 AND a.id>0");
+        return oneAccount(query.bind(address));
+    });
 }
 
 std::optional<AccountRow> SqliteDatabase::accountById(int64_t id) {
-    const auto reader = readers_.take();
-    auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.id=?1");
-    return oneAccount(query.bind(id));
+    return answers_->answer(question("id", id), [&] {
+        const auto reader = readers_.take();
+        auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.id=?1");
+        return oneAccount(query.bind(id));
+    });
 }
 
 std::optional<AccountRow> SqliteDatabase::accountByAlias(std::string_view address) {
     if (auto found = account(address)) return found;
-    const auto reader = readers_.take();
-    auto query = reader->statement(GROUPWARE_ACCOUNT
-                                   " JOIN alias ON alias.account=a.id WHERE alias.address=?1");
-    return oneAccount(query.bind(address));
+    return answers_->answer(question("alias", address), [&] {
+        const auto reader = readers_.take();
+        auto query = reader->statement(GROUPWARE_ACCOUNT
+                                       " JOIN alias ON alias.account=a.id WHERE alias.address=?1");
+        return oneAccount(query.bind(address));
+    });
 }
 
 std::vector<AccountRow> SqliteDatabase::accounts() {
@@ -100,54 +131,63 @@ std::vector<AccountRow> SqliteDatabase::accounts() {
 }
 
 int64_t SqliteDatabase::accountVersion(int64_t id) {
-    const auto reader = readers_.take();
-    auto query = reader->statement("SELECT version FROM account WHERE id=?1");
-    return query.bind(id).step() ? query.integer(0) : 0;
+    const auto account = accountById(id);
+    return account ? account->version : 0;
 }
 
 std::vector<FolderRow> SqliteDatabase::folders(int64_t account) {
-    const auto reader = readers_.take();
-    auto query = reader->statement(GROUPWARE_FOLDER " ORDER BY folder");
-    query.bind(account);
-    std::vector<FolderRow> rows;
-    while (query.step()) rows.push_back(folderOf(account, query));
-    return rows;
+    return answers_->answer(question("folders", account), [&] {
+        const auto reader = readers_.take();
+        auto query = reader->statement(GROUPWARE_FOLDER " ORDER BY folder");
+        query.bind(account);
+        std::vector<FolderRow> rows;
+        while (query.step()) rows.push_back(folderOf(account, query));
+        return rows;
+    });
 }
 
 std::optional<FolderRow> SqliteDatabase::folder(int64_t account, std::string_view name) {
-    const auto reader = readers_.take();
-    auto query = reader->statement(GROUPWARE_FOLDER " AND name=?2");
-    if (!query.bind(account, name).step()) return std::nullopt;
-    return folderOf(account, query);
+    return answers_->answer(question("folder", account, name), [&] {
+        const auto reader = readers_.take();
+        auto query = reader->statement(GROUPWARE_FOLDER " AND name=?2");
+        return oneFolder(account, query.bind(account, name));
+    });
 }
 
 std::optional<FolderRow> SqliteDatabase::defaultFolder(int64_t account, ItemKind kind) {
-    const auto reader = readers_.take();
-    auto query = reader->statement(GROUPWARE_FOLDER " AND kind=?2 AND is_default=1");
-    if (!query.bind(account, static_cast<int64_t>(kind)).step()) return std::nullopt;
-    return folderOf(account, query);
+    return answers_->answer(question("default", account, static_cast<int64_t>(kind)), [&] {
+        const auto reader = readers_.take();
+        auto query = reader->statement(GROUPWARE_FOLDER " AND kind=?2 AND is_default=1");
+        return oneFolder(account, query.bind(account, static_cast<int64_t>(kind)));
+    });
 }
 
 std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {
-    const auto reader = readers_.take();
-    auto query =
-        reader->statement(GROUPWARE_GRANT " WHERE g.account=?1 ORDER BY g.folder, a.address");
-    return allGrants(query.bind(account));
+    return answers_->answer(question("on", account), [&] {
+        const auto reader = readers_.take();
+        auto query =
+            reader->statement(GROUPWARE_GRANT " WHERE g.account=?1 ORDER BY g.folder, a.address");
+        return allGrants(query.bind(account));
+    });
 }
 
 std::vector<GrantRow> SqliteDatabase::grantsTo(int64_t grantee) {
-    const auto reader = readers_.take();
-    auto query =
-        reader->statement(GROUPWARE_GRANT " WHERE g.grantee=?1 ORDER BY g.account, g.folder");
-    return allGrants(query.bind(grantee));
+    return answers_->answer(question("to", grantee), [&] {
+        const auto reader = readers_.take();
+        auto query =
+            reader->statement(GROUPWARE_GRANT " WHERE g.grantee=?1 ORDER BY g.account, g.folder");
+        return allGrants(query.bind(grantee));
+    });
 }
 
 uint32_t SqliteDatabase::grantedRights(FolderKey folder, int64_t grantee) {
-    const auto reader = readers_.take();
-    auto query = reader->statement(
-        "SELECT rights FROM folder_grant WHERE account=?1 AND folder=?2 AND grantee=?3");
-    if (!query.bind(folder.account, folder.folder, grantee).step()) return 0;
-    return static_cast<uint32_t>(query.integer(0));
+    return answers_->answer(question("rights", folder.account, folder.folder, grantee), [&] {
+        const auto reader = readers_.take();
+        auto query = reader->statement(
+            "SELECT rights FROM folder_grant WHERE account=?1 AND folder=?2 AND grantee=?3");
+        const bool granted = query.bind(folder.account, folder.folder, grantee).step();
+        return granted ? static_cast<uint32_t>(query.integer(0)) : 0;
+    });
 }
 
 size_t SqliteDatabase::itemCount(FolderKey folder) {

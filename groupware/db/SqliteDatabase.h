@@ -1,6 +1,7 @@
 // The groupware's database in one SQLite file, shared by any number of processes of one machine.
 #pragma once
 
+#include "groupware/db/AnswerCache.h"
 #include "groupware/db/Database.h"
 #include "groupware/db/SqliteReaders.h"
 #include "groupware/db/SqliteWriter.h"
@@ -10,9 +11,9 @@ namespace groupware {
 class SqliteDatabase : public Database {
   public:
     SqliteDatabase(std::string_view path, Clock clock)
-        : writing_(path, std::move(clock)), readers_(path) {}
+        : path_(path), writing_(path, std::move(clock)), readers_(path) {}
 
-    /// Makes or upgrades the tables if need be, while all other writers wait.
+    /// Makes or upgrades the tables if need be, while all other writers wait. To be called first.
     void prepare(bool create);
 
     std::vector<std::string> domains() override;
@@ -45,8 +46,10 @@ class SqliteDatabase : public Database {
     std::unique_ptr<WriteTransaction> beginGrouped() override;
 
   private:
+    std::string path_;
     SqliteWriting writing_;
     SqliteReaders readers_;
+    std::unique_ptr<AnswerCache> answers_;
 };
 
 }  // namespace groupware

@@ -82,7 +82,8 @@ void SqliteWriting::leave() noexcept {
 void SqliteWriting::finish() noexcept {
     if (!batch_) return;
     try {
-        connection_.statement("COMMIT").run();
+        // To commit what was given up would cost a sync for nothing.
+        connection_.statement(batch_->members > 0 ? "COMMIT" : "ROLLBACK").run();
         close(std::nullopt);
     } catch (const DatabaseError& error) {
         close(error);

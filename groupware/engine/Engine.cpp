@@ -95,7 +95,12 @@ void Engine::closeOfProcess() {
 
 void Engine::refreshMirror(int64_t account) {
     const auto row = database_->accountById(account);
-    if (row) mirror_->refresh(account, mailDirectory(*row));
+    if (row) mirror_->refresh(account, [&] { return mailDirectory(*row); });
+}
+
+void Engine::followChanges(int64_t account) {
+    const auto row = database_->accountById(account);
+    if (row) mirror_->follow(account, [&] { return mailDirectory(*row); });
 }
 
 std::string Engine::publicDirectory() const {
@@ -116,21 +121,20 @@ std::string Engine::folderDirectory(const AccountRow& account, const FolderRow& 
 
 std::optional<FolderRow> Engine::folderByDirectory(std::string_view directory) {
     const std::string_view path = withoutClosingBackslash(directory);
-    int64_t owner = kPublicAccount;
-    auto rest = below(path, publicDirectory());
-    if (!rest) {
-        rest = below(path, paths_.mail);
-        if (!rest) return std::nullopt;
+    const auto folderOf = [&](int64_t owner, std::string_view rest) -> std::optional<FolderRow> {
+        const auto name = folderNameOf(rest);
+        return name ? database_->folder(owner, *name) : std::nullopt;
+    };
+    // Nearly all are people's, and where the public folders stand is a setting to be read.
+    if (auto rest = below(path, paths_.mail)) {
         const std::string_view domain = takeName(*rest);
         const std::string_view mailbox = takeName(*rest);
         const auto account =
             database_->account(lowerAscii(std::string(mailbox) + "@" + std::string(domain)));
-        if (!account) return std::nullopt;
-        owner = account->id;
+        if (account) return folderOf(account->id, *rest);
     }
-    const auto name = folderNameOf(*rest);
-    if (!name) return std::nullopt;
-    return database_->folder(owner, *name);
+    const auto rest = below(path, publicDirectory());
+    return rest ? folderOf(kPublicAccount, *rest) : std::nullopt;
 }
 
 }  // namespace groupware

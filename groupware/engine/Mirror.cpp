@@ -22,17 +22,18 @@ std::unique_ptr<platform::FileLock> lockTree(const std::string& root) {
 
 }  // namespace
 
-void Mirror::refresh(int64_t account, const std::string& root) {
+void Mirror::refresh(int64_t account, const RootOf& rootOf) {
     StatePointer known = stateOf(account);
-    bool standing = known != nullptr && stands(*known, root);
+    bool standing = known != nullptr && stands(*known, rootOf);
     if (standing && known->version == database_.accountVersion(account)) return;
 
+    const std::string root = rootOf();
     // Within the lock all is asked again: whoever comes last writes the newest.
     const auto lock = lockTree(root);
     const int64_t version = database_.accountVersion(account);
     if (const StatePointer now = stateOf(account); now != known) {
         known = now;
-        standing = known != nullptr && stands(*known, root);
+        standing = known != nullptr && stands(*known, rootOf);
     }
     if (standing && known->version == version) return;
     auto tree = bringUpToDate(account, standing ? known.get() : nullptr, root);
@@ -42,6 +43,12 @@ void Mirror::refresh(int64_t account, const std::string& root) {
     state->version = version;
     state->tree = std::move(*tree);
     keep(account, std::move(state));
+}
+
+void Mirror::follow(int64_t account, const RootOf& rootOf) {
+    const StatePointer known = stateOf(account);
+    if (known && known->version == database_.accountVersion(account)) return;
+    refresh(account, rootOf);
 }
 
 Mirror::StatePointer Mirror::stateOf(int64_t account) {
@@ -60,11 +67,12 @@ void Mirror::keep(int64_t account, StatePointer state) {
 }
 
 /// Whether the markers are the files that were last seen: all, or the next ones of very many.
-bool Mirror::stands(const State& state, const std::string& root) {
+bool Mirror::stands(const State& state, const RootOf& rootOf) {
     constexpr size_t kMostLookedAt = 64;
     const size_t size = state.tree.size();
     const size_t count = std::min(size, kMostLookedAt);
     if (count == 0) return true;
+    const std::string root = rootOf();
     const size_t first = state.nextLook.fetch_add(count, std::memory_order_relaxed) % size;
     auto folder = std::next(state.tree.begin(), static_cast<std::ptrdiff_t>(first));
     for (size_t i = 0; i < count; ++i, ++folder) {

@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -27,8 +28,12 @@ class Mirror {
   public:
     explicit Mirror(Database& database) : database_(database) {}
 
-    /// The root is the account's directory, with a closing backslash.
-    void refresh(int64_t account, const std::string& root);
+    /// Tells the account's directory, with a closing backslash; asked only when it is needed.
+    using RootOf = std::function<std::string()>;
+
+    void refresh(int64_t account, const RootOf& rootOf);
+    /// The same without a look at the files, for whoever was shown the way in a moment ago.
+    void follow(int64_t account, const RootOf& rootOf);
 
   private:
     /// A folder as it stands on disk.
@@ -50,7 +55,7 @@ class Mirror {
 
     StatePointer stateOf(int64_t account);
     void keep(int64_t account, StatePointer state);
-    static bool stands(const State& state, const std::string& root);
+    static bool stands(const State& state, const RootOf& rootOf);
     /// The folders now mirrored, or nothing when not all could be written.
     std::optional<Tree> bringUpToDate(int64_t account, const State* known, const std::string& root);
 

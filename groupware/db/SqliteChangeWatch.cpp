@@ -1,0 +1,40 @@
+#include "groupware/db/SqliteChangeWatch.h"
+
+#include <atomic>
+
+#include <sqlite3.h>
+
+namespace groupware {
+
+namespace {
+
+/// The layout of the index that is known here, as its first word tells it.
+constexpr uint32_t kKnownLayout = 3'007'000;
+constexpr int kIndexPageBytes = 32 * 1024;
+
+const volatile uint32_t* mappedHeader(sqlite3* database) {
+    sqlite3_file* file = nullptr;
+    sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    constexpr int kWithSharedMemory = 2;
+    if (!file || !file->pMethods || file->pMethods->iVersion < kWithSharedMemory) return nullptr;
+    volatile void* page = nullptr;
+    const int result = file->pMethods->xShmMap(file, 0, kIndexPageBytes, 0, &page);
+    return result == SQLITE_OK ? static_cast<const volatile uint32_t*>(page) : nullptr;
+}
+
+}  // namespace
+
+SqliteChangeWatch::SqliteChangeWatch(std::string_view path) : connection_(path) {
+    connection_.execute("SELECT count(*) FROM sqlite_master");  // the index is there from now on
+    header_ = mappedHeader(connection_.handle());
+}
+
+std::optional<SqliteChangeWatch::State> SqliteChangeWatch::state() const {
+    if (!header_ || header_[0] != kKnownLayout) return std::nullopt;
+    State state;
+    for (size_t i = 0; i < state.size(); ++i) state[i] = header_[i];
+    std::atomic_thread_fence(std::memory_order_acquire);
+    return state;
+}
+
+}  // namespace groupware
