@@ -8,14 +8,30 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace platform {
 
+class ProfileText;
+
 /// Reads a text; a value that does not fit is cut to bufferSize - 1 bytes.
 std::string readProfileText(std::string_view path, std::string_view section, std::string_view key,
                             std::string_view defaultValue, size_t bufferSize);
+
+/// One file as it stands when this is made, for whoever asks for several keys of it.
+class Profile {
+  public:
+    explicit Profile(std::string_view path);
+
+    /// As it stands in the file, for as long as this object lives; nothing when missing.
+    std::optional<std::string_view> find(std::string_view section, std::string_view key) const;
+
+  private:
+    std::shared_ptr<const ProfileText> text_;
+};
 
 /// Reads a whole number: leading blanks, a sign and digits, as far as they go; 0 when there are
 /// none, the default when there is no such key.

@@ -72,6 +72,8 @@ std::optional<std::string> readAll(const Descriptor& file, size_t maxBytes) {
             errno = EFBIG;
             return std::nullopt;
         }
+        // A file gives less than was asked for at its end alone.
+        if (S_ISREG(status.st_mode) && used < bytes.size()) break;
         if (used == bytes.size()) bytes.resize(std::min(used * 2 + kChunk, maxBytes + 1));
     }
     bytes.resize(used);

@@ -15,10 +15,12 @@
 
 namespace platform {
 
-// A set event is a counter above zero, which every waiting poll sees until it is read.
+// A set event is a counter above zero, which every waiting poll sees until it is read. Whether it
+// is set is known besides, as a queue sets the event of its reader with every entry.
 struct Event::Impl {
     Descriptor counter{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     std::mutex setting;
+    bool isSet = false;  ///< guarded by setting
 
     /// Who learns that the event is set sees all that was done before, and may destroy it: set()
     /// is through with it.
@@ -56,21 +58,22 @@ bool Event::valid() const {
 bool Event::set() {
     const uint64_t one = 1;
     const std::lock_guard lock(impl_->setting);
-    const ssize_t written = ::write(impl_->counter.get(), &one, sizeof one);
-    return written == sizeof one || errno == EAGAIN;  // a full counter is set already
+    if (impl_->isSet) return true;
+    impl_->isSet = ::write(impl_->counter.get(), &one, sizeof one) == sizeof one;
+    return impl_->isSet;
 }
 
 bool Event::reset() {
     uint64_t count = 0;
-    const ssize_t got = ::read(impl_->counter.get(), &count, sizeof count);
-    return got == sizeof count || errno == EAGAIN;  // an empty counter is clear already
+    const std::lock_guard lock(impl_->setting);
+    if (!impl_->isSet) return valid();
+    impl_->isSet = ::read(impl_->counter.get(), &count, sizeof count) != sizeof count;
+    return !impl_->isSet;
 }
 
 bool Event::isSet() const {
-    pollfd entry{.fd = impl_->counter.get(), .events = POLLIN, .revents = 0};
-    if (::poll(&entry, 1, 0) != 1 || (entry.revents & POLLIN) == 0) return false;
-    impl_->awaitSetting();
-    return true;
+    const std::lock_guard lock(impl_->setting);
+    return impl_->isSet;
 }
 
 WaitResult waitForAny(std::span<Event* const> events, uint32_t timeoutMs) {

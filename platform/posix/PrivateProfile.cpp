@@ -59,19 +59,24 @@ bool changeProfile(std::string_view path, Change change) {
 
 }  // namespace
 
+Profile::Profile(std::string_view path) : text_(ProfileCache::instance().read(path)) {}
+
+std::optional<std::string_view> Profile::find(std::string_view section,
+                                              std::string_view key) const {
+    return text_ ? text_->find(section, key) : std::nullopt;
+}
+
 std::string readProfileText(std::string_view path, std::string_view section, std::string_view key,
                             std::string_view defaultValue, size_t bufferSize) {
-    const std::shared_ptr<const ProfileText> file = ProfileCache::instance().read(path);
-    const std::string_view value =
-        file ? file->find(section, key).value_or(defaultValue) : defaultValue;
+    const Profile file(path);
+    const std::string_view value = file.find(section, key).value_or(defaultValue);
     return std::string(value.substr(0, bufferSize == 0 ? 0 : bufferSize - 1));
 }
 
 int32_t readProfileInt(std::string_view path, std::string_view section, std::string_view key,
                        int32_t defaultValue) {
-    const std::shared_ptr<const ProfileText> file = ProfileCache::instance().read(path);
-    if (!file) return defaultValue;
-    const std::optional<std::string_view> value = file->find(section, key);
+    const Profile file(path);
+    const std::optional<std::string_view> value = file.find(section, key);
     return value ? leadingNumber(*value) : defaultValue;
 }
 

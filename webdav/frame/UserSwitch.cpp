@@ -11,40 +11,30 @@ namespace webdav {
 
 namespace {
 
-// No setting holds this byte alone, so it tells a value that is not set from an empty one.
-constexpr std::string_view kNotSet = "\xFF";
-constexpr size_t kValueSize = 4;
-
 struct Place {
-    std::string file;
+    const platform::Profile* file;  ///< null where there is nothing to ask for
     std::string section;
 };
-
-std::string readSwitch(const Place& place) {
-    if (place.file.empty()) return std::string(kNotSet);
-    return platform::readProfileText(place.file, place.section, "EnableWebDAV", kNotSet,
-                                     kValueSize);
-}
 
 }  // namespace
 
 bool UserSwitchIsOn(const std::string& email, const std::string& mailDirectory) {
     // Without an "@" the whole address counts as the domain.
     const std::string domain = email.substr(email.find('@') + 1);
-    const std::string settings = StoreFilePath(STORE_FILE_USER_SETTINGS);
-    const std::string domainSettings = domain.empty() ? std::string() : settings;
-    const std::string own = mailDirectory.empty() ? mailDirectory : mailDirectory + "WS\\User.ini";
+    const platform::Profile settings(StoreFilePath(STORE_FILE_USER_SETTINGS));
+    const platform::Profile own(mailDirectory + "WS\\User.ini");
+    const platform::Profile* ofDomain = domain.empty() ? nullptr : &settings;
     const Place places[] = {
-        {domainSettings, domain + ":UserOverrides"},
-        {settings, "Default:UserOverrides"},
-        {own, "User"},
-        {domainSettings, domain + ":UserDefaults"},
-        {settings, "Default:UserDefaults"},
+        {ofDomain, domain + ":UserOverrides"},
+        {&settings, "Default:UserOverrides"},
+        {mailDirectory.empty() ? nullptr : &own, "User"},
+        {ofDomain, domain + ":UserDefaults"},
+        {&settings, "Default:UserDefaults"},
     };
-    for (const Place& place : places) {
-        const std::string value = readSwitch(place);
-        if (value == kNotSet) continue;
-        const std::string folded = ToLowerAscii(value.substr(0, 1));
+    for (const auto& [file, section] : places) {
+        const auto value = file ? file->find(section, "EnableWebDAV") : std::nullopt;
+        if (!value) continue;
+        const std::string folded = ToLowerAscii(value->substr(0, 1));
         return folded == "y" || folded == "t" || folded == "1";
     }
     return false;
