@@ -2,7 +2,6 @@
 
 #include "admin/Commands.h"
 #include "admin/Session.h"
-#include "platform/DynamicLibrary.h"
 
 namespace admin {
 

@@ -5,7 +5,7 @@
 build_packages=(
     g++ cmake ninja-build ccache pkg-config
     libboost-dev libssl-dev libsqlite3-dev libical-dev libsodium-dev libcurl4-openssl-dev
-    libcli11-dev nlohmann-json3-dev tzdata
+    libarchive-dev libcli11-dev nlohmann-json3-dev tzdata
 )
 test_packages=(
     libgtest-dev clang-format vdirsyncer curl openssl strace
