@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034 # used by those who source it
 # Sourced by run and test: the packages that they need, and how they get them.
 #
 # The one place where packages are named. README.md tells what to install on other systems.
@@ -8,7 +9,7 @@ build_packages=(
     libarchive-dev libcli11-dev nlohmann-json3-dev tzdata
 )
 test_packages=(
-    libgtest-dev clang-format vdirsyncer curl openssl strace
+    libgtest-dev clang-format shellcheck vdirsyncer curl openssl strace
     evolution-data-server gir1.2-ecal-2.0 gir1.2-ebook-1.2 python3-gi dbus-daemon
     libbenchmark-dev clang libclang-rt-dev
 )

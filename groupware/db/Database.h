@@ -220,6 +220,7 @@ class Database {
     virtual uint32_t grantedRights(FolderKey folder, int64_t grantee) = 0;
 
     virtual size_t itemCount(FolderKey folder) = 0;
+    virtual size_t itemCount() = 0;  ///< of all folders
     /// In the order of their numbers. May return more than itemCount() told just before.
     virtual std::vector<ItemRow> items(FolderKey folder) = 0;
     /// Items whose span touches the range (start before toMs, end after fromMs), each handed over

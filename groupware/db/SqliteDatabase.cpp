@@ -26,9 +26,13 @@ AccountRow accountOf(const SqliteStatement& row) {
 }
 
 FolderRow folderOf(int64_t account, const SqliteStatement& row) {
+    const int64_t kind = row.integer(2);
+    if (kind < int64_t{1} || kind > int64_t{3}) {
+        throw DatabaseError("the folder " + row.text(1) + " is of an unknown kind", false);
+    }
     return {{account, row.integer(0)},
             row.text(1),
-            static_cast<ItemKind>(row.integer(2)),
+            static_cast<ItemKind>(kind),
             row.flag(3),
             row.integer(4),
             row.isNull(5) ? std::nullopt : std::optional(row.text(5))};
@@ -208,6 +212,13 @@ size_t SqliteDatabase::itemCount(FolderKey folder) {
     const auto reader = readers_.take();
     auto query = reader->statement("SELECT count(*) FROM item WHERE account=?1 AND folder=?2");
     query.bind(folder.account, folder.folder).step();
+    return static_cast<size_t>(query.integer(0));
+}
+
+size_t SqliteDatabase::itemCount() {
+    const auto reader = readers_.take();
+    auto query = reader->statement("SELECT count(*) FROM item");
+    query.step();
     return static_cast<size_t>(query.integer(0));
 }
 

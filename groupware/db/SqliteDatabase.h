@@ -33,6 +33,7 @@ class SqliteDatabase : public Database {
     uint32_t grantedRights(FolderKey folder, int64_t grantee) override;
 
     size_t itemCount(FolderKey folder) override;
+    size_t itemCount() override;
     std::vector<ItemRow> items(FolderKey folder) override;
     void itemsInSpan(FolderKey folder, int64_t fromMs, int64_t toMs,
                      const std::function<void(StoredItem&&)>& each) override;

@@ -36,9 +36,17 @@ bool isLeftOut(const std::string& name) {
     return name == "mirror.lock" || platform::isTemporaryName(name);
 }
 
+/// Links are followed where an administrator may have set one, at the top, and nowhere else.
+NameKind kindOf(const std::string& path, int level) {
+    const NameKind kind = platform::kindOf(path);
+    if (kind != NameKind::kLink || level > 0) return kind;
+    if (platform::directoryExists(path)) return NameKind::kDirectory;
+    return platform::fileExists(path) ? NameKind::kFile : NameKind::kNothing;
+}
+
 void addBelow(const std::string& name, const std::string& path, int level,
               std::vector<Source>& sources) {
-    const NameKind kind = platform::kindOf(path);
+    const NameKind kind = kindOf(path, level);
     if (kind == NameKind::kFile) sources.push_back({name, path, {}, false});
     if (kind != NameKind::kDirectory || level > kDeepestLevel) return;
     for (const std::string& each : platform::listDirectory(path)) {

@@ -6,20 +6,6 @@
 
 namespace groupware {
 
-namespace {
-
-/// A part whose data cannot be read ends with that as its last fault.
-template <typename Part>
-void guardedPart(CheckRun& run, Part part) {
-    try {
-        part();
-    } catch (const DatabaseError& error) {
-        run.tell(error.what());
-    }
-}
-
-}  // namespace
-
 void checkDatabase(CheckRun& run) {
     run.progress("database file", 0, 1);
     Database& database = run.engine.database();
@@ -41,10 +27,10 @@ void checkDatabase(CheckRun& run) {
 CheckReport checkDataDirectory(Engine& engine, std::string_view libraryDirectory, bool repair,
                                const StageCall& progress) {
     CheckRun run(engine, repair, progress);
-    guardedPart(run, [&] { checkFiles(run, libraryDirectory); });
-    guardedPart(run, [&] { checkDatabase(run); });
-    guardedPart(run, [&] { checkItems(run); });
-    guardedPart(run, [&] { checkMirrors(run); });
+    run.part([&] { checkFiles(run, libraryDirectory); });
+    run.part([&] { checkDatabase(run); });
+    run.part([&] { checkItems(run); });
+    run.part([&] { checkMirrors(run); });
     return std::move(run.report);
 }
 

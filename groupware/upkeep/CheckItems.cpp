@@ -81,7 +81,6 @@ void checkFolder(CheckRun& run, const FolderRow& folder, const std::string& owne
     if (!isFolderName(folder.name)) {
         run.tell(place + ": no folder can have that name; cvadmin folder rename gives another");
     }
-    if (folder.kind < ItemKind::kEvent || folder.kind > ItemKind::kContact) return;
     FolderCheck check(run, folder, place);
     run.engine.database().eachItem(folder.key, [&](StoredItem&& item) {
         if (++run.report.items % kItemsBetweenProgress == 0) {
@@ -102,16 +101,13 @@ void checkItems(CheckRun& run) {
         common->address = "public";
         accounts.push_back(std::move(*common));
     }
-    size_t total = 0;
+    const size_t total = database.itemCount();
     for (const AccountRow& account : accounts) {
-        for (const FolderRow& folder : database.folders(account.id)) {
-            total += database.itemCount(folder.key);
-        }
-    }
-    for (const AccountRow& account : accounts) {
-        for (const FolderRow& folder : database.folders(account.id)) {
-            checkFolder(run, folder, account.address, total);
-        }
+        run.part([&] {
+            for (const FolderRow& folder : database.folders(account.id)) {
+                checkFolder(run, folder, account.address, total);
+            }
+        });
     }
 }
 

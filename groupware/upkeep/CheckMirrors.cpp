@@ -13,7 +13,7 @@ namespace {
 
 /// A server writes a folder's marker after its change, and a temporary file for a moment: what is
 /// still the same after that time is nobody's work in progress.
-constexpr std::chrono::milliseconds kBetweenLooks{500};
+constexpr std::chrono::milliseconds kBetweenLooks{200};
 constexpr int64_t kOldMs = 3'600'000;
 
 /// What every account has beside its folders.
@@ -46,9 +46,13 @@ class MirrorsCheck {
         std::vector<Suspect> suspects;
         for (size_t i = 0; i < accounts.size(); ++i) {
             run_.progress("directories", i, accounts.size());
-            auto differences = engine_.mirrorDifferences(accounts[i]);
-            lookForLeftovers(accounts[i]);
-            if (!differences.empty()) suspects.emplace_back(accounts[i], std::move(differences));
+            run_.part([&] {
+                auto differences = engine_.mirrorDifferences(accounts[i]);
+                lookForLeftovers(accounts[i]);
+                if (!differences.empty()) {
+                    suspects.emplace_back(accounts[i], std::move(differences));
+                }
+            });
         }
         return suspects;
     }

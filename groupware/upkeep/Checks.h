@@ -23,6 +23,15 @@ class CheckRun {
     void progress(std::string_view stage, uint64_t done, uint64_t total) {
         if (progress_) progress_(stage, done, total);
     }
+    /// A part whose data cannot be read ends with that as its last fault.
+    template <typename Part>
+    void part(Part body) {
+        try {
+            body();
+        } catch (const DatabaseError& error) {
+            tell(error.what());
+        }
+    }
     bool repairs() const { return repair_; }
 
     Engine& engine;
