@@ -60,9 +60,10 @@ void checkData(Session& session, const Arguments& arguments) {
     }
     const auto left = std::ranges::count(report.faults, false, &Fault::mended);
     if (left == 0) return;
+    const auto mendable = std::ranges::count_if(
+        report.faults, [](const Fault& fault) { return fault.mendable && !fault.mended; });
     throw CommandError(std::to_string(left) + " of " + std::to_string(report.faults.size()) +
-                       " faults are not mended" +
-                       (arguments.repair ? "" : "; --repair mends those that can be"));
+                       " faults are not mended; --repair mends " + std::to_string(mendable));
 }
 
 void makeBackup(Session& session, const Arguments& arguments) {

@@ -146,7 +146,7 @@ using ProgressCall = std::function<void(uint64_t done, uint64_t total)>;
 class DatabaseSnapshot {
   public:
     virtual ~DatabaseSnapshot() = default;
-    /// Into a new file.
+    /// Into a new file; raises DatabaseError, too, when the database is damaged.
     virtual void copyTo(std::string_view path, const ProgressCall& progress) = 0;
 };
 

@@ -13,6 +13,19 @@ namespace {
 // or closes its log.
 constexpr int kBusyTimeoutMs = 10'000;
 
+const char* adviceFor(int primaryResult) {
+    switch (primaryResult) {
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+            return "; put the data directory aside and restore a backup";
+        case SQLITE_READONLY:
+        case SQLITE_CANTOPEN:
+            return "; this takes the user to whom the data directory belongs";
+        default:
+            return "";
+    }
+}
+
 /// SQLite takes a null pointer for the value NULL, which no column of ours is.
 const char* dataOf(std::string_view text) {
     return text.data() ? text.data() : "";
@@ -23,10 +36,8 @@ const char* dataOf(std::string_view text) {
 void raiseSqliteError(sqlite3* database, int result) {
     const int primary = result & 0xFF;
     const bool busy = primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
-    const bool damaged = primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
     const char* text = database ? sqlite3_errmsg(database) : sqlite3_errstr(result);
-    const char* advice = damaged ? "; put the data directory aside and restore a backup" : "";
-    throw DatabaseError(std::string("database: ") + text + advice, busy);
+    throw DatabaseError(std::string("database: ") + text + adviceFor(primary), busy);
 }
 
 SqliteStatement::~SqliteStatement() {

@@ -39,6 +39,11 @@ void SqliteSnapshot::copyTo(std::string_view path, const ProgressCall& progress)
         const auto left = static_cast<uint64_t>(sqlite3_backup_remaining(backup.get()));
         if (progress) progress(total - left, total);
     }
+    // A copy of damaged pages is no backup, and must not take the place of a good one.
+    auto check = target.statement("PRAGMA quick_check(1)");
+    if (check.step() && check.text(0) != "ok") {
+        throw DatabaseError("the database is damaged: " + check.text(0), false);
+    }
 }
 
 }  // namespace groupware

@@ -54,6 +54,11 @@ Problem problemOfPlace(const DataPaths& paths) {
         return platform::nativePath(paths.root) +
                " is neither empty nor a data directory; choose another one";
     }
+    if (!platform::fileExists(paths.database) && !platform::listDirectory(paths.mail).empty()) {
+        return platform::nativePath(paths.root) +
+               " is a data directory whose database is missing; " +
+               "choose another one, or restore a backup to another one";
+    }
     if (platform::fileExists(paths.database) &&
         !openSqliteDatabase(paths.database, true)->domains().empty()) {
         return platform::nativePath(paths.root) + " is a data directory already";

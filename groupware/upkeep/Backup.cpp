@@ -170,6 +170,10 @@ void writeBackup(Engine& engine, std::string_view file, platform::NewFile& targe
     writer.finish(paths.root);
 }
 
+std::string noBackup(const std::runtime_error& error) {
+    return "no backup was made: " + std::string(error.what());
+}
+
 std::string cannotWrite(std::string_view file) {
     return "cannot write " + platform::nativePath(file) + ": " +
            platform::describeError(platform::lastError());
@@ -186,7 +190,9 @@ Problem backUp(Engine& engine, std::string_view file, const StageCall& progress)
     try {
         writeBackup(engine, file, *target, progress);
     } catch (const ArchiveError& error) {
-        return "no backup was made: " + std::string(error.what());
+        return noBackup(error);
+    } catch (const DatabaseError& error) {
+        return noBackup(error);
     }
     if (target->place()) return std::nullopt;
     return platform::kindOf(file) != NameKind::kNothing ? exists : cannotWrite(file);

@@ -29,7 +29,8 @@ class CheckRun {
         try {
             body();
         } catch (const DatabaseError& error) {
-            tell(error.what());
+            const bool isTold = !report.faults.empty() && report.faults.back().what == error.what();
+            if (!isTold) tell(error.what());
         }
     }
     bool repairs() const { return repair_; }
