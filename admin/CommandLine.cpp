@@ -165,8 +165,9 @@ int run(const Command& command, const std::string& directory, const Arguments& a
         if (!std::cout) return report("standard output could not be written", kCannotBeDone);
         return kDone;
     } catch (const groupware::DatabaseError& error) {
-        const char* advice = error.busy() ? "; try again when the other program is done" : "";
-        return report("the database of " + directory + " failed: " + error.what() + advice,
+        const std::string what = error.what();
+        return report(error.busy() ? what + "; try again when the other program is done"
+                                   : "the database of " + directory + " failed: " + what,
                       kCannotBeDone);
     } catch (const std::exception& error) {
         return report(error.what(), kCannotBeDone);

@@ -168,7 +168,6 @@ class WriteTransaction {
     virtual void renameFolder(FolderKey folder, std::string_view name) = 0;
     /// With its items and grants.
     virtual void removeFolder(FolderKey folder) = 0;
-    virtual void setDefault(FolderKey folder, bool isDefault) = 0;
     virtual void setToken(FolderKey folder, std::string_view token) = 0;
     /// In the place of the rights that the grantee had there.
     virtual void setGrant(FolderKey folder, int64_t grantee, uint32_t rights) = 0;

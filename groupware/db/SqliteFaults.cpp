@@ -25,6 +25,9 @@ struct Question {
 #define NEWEST_STAMP \
     "(SELECT max(modified) FROM item i WHERE i.account=f.account AND i.folder=f.folder)"
 #define NEWEST_FOLDER "(SELECT max(folder) FROM folder WHERE account=account.id)"
+// Of an item: later than every stamp of its folder, and no other item's.
+#define LATER_STAMP \
+    "item+(SELECT stamp FROM folder f WHERE f.account=item.account AND f.folder=item.folder)"
 #define NAMELESS \
     "identifier='' AND (account, folder) IN (SELECT account, folder FROM folder WHERE kind=3)"
 
@@ -71,20 +74,20 @@ constexpr Question kQuestions[] = {
      "UPDATE account SET last_folder=" NEWEST_FOLDER " WHERE last_folder<" NEWEST_FOLDER},
     {"items are numbered beyond the last number", FOLDER " WHERE last_item<" NEWEST_ITEM,
      "UPDATE folder AS f SET last_item=" NEWEST_ITEM " WHERE last_item<" NEWEST_ITEM},
+    {"contacts without an identifier",
+     FOLDER " JOIN item i ON i.account=f.account AND i.folder=f.folder"
+            " WHERE f.kind=3 AND i.identifier=''",
+     "UPDATE item SET identifier=lower(hex(randomblob(16))), modified=" LATER_STAMP
+     " WHERE " NAMELESS},
     {"items have the same stamp",
      FOLDER " JOIN (SELECT account, folder FROM item GROUP BY account, folder, modified"
             " HAVING count(*)>1) s ON s.account=f.account AND s.folder=f.folder",
-     "UPDATE item SET modified=item+(SELECT stamp FROM folder f"
-     " WHERE f.account=item.account AND f.folder=item.folder)"
+     "UPDATE item SET modified=" LATER_STAMP
      " WHERE (account, folder, item) IN (SELECT account, folder, item FROM"
      " (SELECT account, folder, item, row_number() OVER"
      " (PARTITION BY account, folder, modified ORDER BY item) AS place FROM item) WHERE place>1)"},
     {"items are newer than the folder's stamp", FOLDER " WHERE stamp<" NEWEST_STAMP,
      "UPDATE folder AS f SET stamp=1+" NEWEST_STAMP " WHERE stamp<" NEWEST_STAMP},
-    {"contacts without an identifier",
-     FOLDER " JOIN item i ON i.account=f.account AND i.folder=f.folder"
-            " WHERE f.kind=3 AND i.identifier=''",
-     "UPDATE item SET identifier=lower(hex(randomblob(16))) WHERE " NAMELESS},
 };
 
 /// What SQLite finds in the file itself. An index can be made anew from its table.

@@ -90,13 +90,6 @@ void SqliteWriter::removeFolder(FolderKey folder) {
     changedAccounts_.insert(folder.account);
 }
 
-void SqliteWriter::setDefault(FolderKey folder, bool isDefault) {
-    database_.statement("UPDATE folder SET is_default=?3 WHERE account=?1 AND folder=?2")
-        .bind(folder.account, folder.folder, isDefault)
-        .run();
-    changedAccounts_.insert(folder.account);
-}
-
 void SqliteWriter::setToken(FolderKey folder, std::string_view token) {
     database_.statement("UPDATE folder SET token=?3 WHERE account=?1 AND folder=?2")
         .bind(folder.account, folder.folder, token)

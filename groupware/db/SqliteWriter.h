@@ -25,7 +25,6 @@ class SqliteWriter : public WriteTransaction {
                         bool isDefault) override;
     void renameFolder(FolderKey folder, std::string_view name) override;
     void removeFolder(FolderKey folder) override;
-    void setDefault(FolderKey folder, bool isDefault) override;
     void setToken(FolderKey folder, std::string_view token) override;
     void setGrant(FolderKey folder, int64_t grantee, uint32_t rights) override;
     bool removeGrant(FolderKey folder, int64_t grantee) override;

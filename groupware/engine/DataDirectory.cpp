@@ -38,18 +38,17 @@ Problem cannotMake(const std::string& path) {
            platform::describeError(platform::lastError());
 }
 
-/// Held while a data directory is made.
-std::string initLock(const DataPaths& paths) {
-    return paths.root + "\\init.lock";
-}
-
 bool isFree(const DataPaths& paths) {
     const auto names = platform::listDirectory(paths.root);
-    return names.empty() || names == std::vector<std::string>{"init.lock"};
+    return names.empty() || names == std::vector<std::string>{MakingLock::kName};
 }
 
 Problem problemOfPlace(const DataPaths& paths) {
     if (auto problem = problemOfRoot(paths)) return problem;
+    if (platform::directoryExists(paths.root + "\\" + kRestoringName)) {
+        return "a restore to " + platform::nativePath(paths.root) +
+               " is at work or was broken off; let it end, or begin it again";
+    }
     if (!isFree(paths) && !platform::fileExists(registryFile(paths))) {
         return platform::nativePath(paths.root) +
                " is neither empty nor a data directory; choose another one";
@@ -79,6 +78,13 @@ Problem linkLibrary(const DataPaths& paths, const std::string& libraryDirectory,
 }
 
 }  // namespace
+
+MakingLock::MakingLock(const DataPaths& paths)
+    : path_(paths.root + "\\" + kName), lock_(lockBetweenProcesses(path_)) {}
+
+MakingLock::~MakingLock() {
+    platform::removeFile(path_);
+}
 
 // The registry file comes first: it tells a directory of ours, complete or not.
 std::vector<Setting> firstSettings(const DataPaths& paths, const std::string& domain) {
@@ -181,11 +187,9 @@ Problem initDataDirectory(const DataPaths& paths, std::string_view domain,
     if (auto problem = problemOfPlace(paths)) return problem;
     if (!platform::createDirectories(paths.root)) return cannotMake(paths.root);
     // Whoever waited here for another one finds a data directory.
-    const auto lock = lockBetweenProcesses(initLock(paths));
-    auto problem = problemOfPlace(paths);
-    if (!problem) problem = makeDataDirectory(paths, lowerAscii(domain), libraryDirectory);
-    platform::removeFile(initLock(paths));
-    return problem;
+    const MakingLock lock(paths);
+    if (auto problem = problemOfPlace(paths)) return problem;
+    return makeDataDirectory(paths, lowerAscii(domain), libraryDirectory);
 }
 
 }  // namespace groupware

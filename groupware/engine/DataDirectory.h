@@ -2,14 +2,35 @@
 // store libraries. Used by what makes, checks and restores data directories.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "groupware/engine/Engine.h"
 #include "groupware/engine/Problem.h"
+#include "platform/Files.h"
 
 namespace groupware {
+
+/// Held in the directory by whoever makes a data directory of it. Raises DatabaseError when another
+/// one has it for too long.
+class MakingLock {
+  public:
+    explicit MakingLock(const DataPaths& paths);
+    ~MakingLock();
+    MakingLock(const MakingLock&) = delete;
+    MakingLock& operator=(const MakingLock&) = delete;
+
+    static constexpr const char* kName = "init.lock";
+
+  private:
+    std::string path_;
+    std::unique_ptr<platform::FileLock> lock_;
+};
+
+/// A directory in a data directory to be, in which a restore puts it together.
+inline constexpr const char* kRestoringName = "restoring";
 
 struct Setting {
     std::string file;

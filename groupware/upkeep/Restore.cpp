@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <array>
+#include <functional>
+#include <optional>
 
 #include "groupware/engine/DataDirectory.h"
 #include "groupware/engine/Names.h"
@@ -13,60 +15,96 @@ namespace groupware {
 
 namespace {
 
+constexpr const char* kDatabaseName = "corvane.db";
 constexpr std::array kTopNames = {"registry.ini", "Corvane.ini", "UserSettings.ini", "Domains.ini",
-                                  "Webstrand",    "Mail",        "Public",           "corvane.db"};
+                                  "Webstrand",    "Mail",        "Public",           kDatabaseName};
 constexpr std::array kSettingsFiles = {"\\registry.ini", "\\Corvane.ini", "\\UserSettings.ini",
                                        "\\Domains.ini", "\\Webstrand\\Webstrand.ini"};
 
-/// The directory in which all is put together, beside the one that it becomes.
+/// It must hold nothing, but for a restore that was broken off.
+Problem problemOfTarget(const DataPaths& paths) {
+    if (auto problem = problemOfRoot(paths)) return problem;
+    auto names = platform::listDirectory(paths.root);
+    std::erase(names, MakingLock::kName);
+    const bool isFree = platform::directoryExists(paths.root)
+                            ? names.empty() || (std::ranges::count(names, kRestoringName) > 0 &&
+                                                !platform::fileExists(paths.database))
+                            : platform::kindOf(paths.root) == platform::NameKind::kNothing;
+    if (isFree) return std::nullopt;
+    return platform::nativePath(paths.root) +
+           " is there already; restore to a directory that is not, or is empty";
+}
+
+/// Where all is put together: a directory within the one that it becomes, whose files go up into
+/// that in the end, the database last. What is half done is removed, by the next restore if need
+/// be.
 class Staging {
   public:
     explicit Staging(const DataPaths& target)
-        : paths_(DataPaths::below(target.root + ".restoring")),
-          lockPath_(paths_.root + "\\restore.lock") {}
+        : target_(target),
+          paths_(DataPaths::below(target.root + "\\" + kRestoringName)),
+          madeRoot_(!platform::directoryExists(target.root)) {}
     ~Staging() {
-        if (lock_ && !placed_) platform::removeDirectoryTree(paths_.root);
+        if (!isOurs_) return;
+        if (!placed_) clear();
+        platform::removeDirectoryTree(paths_.root);
+        lock_.reset();
+        const bool isEmpty = platform::listDirectory(target_.root).empty();
+        if (madeRoot_ && isEmpty) platform::removeDirectoryTree(target_.root);
     }
     Staging(const Staging&) = delete;
     Staging& operator=(const Staging&) = delete;
 
     const DataPaths& paths() const { return paths_; }
 
-    /// Takes the place of one that was broken off.
     Problem make() {
-        const std::string name = platform::nativePath(paths_.root);
-        if (!platform::createDirectories(paths_.root)) return cannotMake(name);
-        lock_ = platform::FileLock::acquire(lockPath_, std::chrono::milliseconds(0));
-        if (!lock_) {
-            if (!platform::isTimeout(platform::lastError())) return cannotMake(name);
-            return "another restore is at work in " + name + "; wait for its end";
-        }
-        for (const std::string& each : platform::listDirectory(paths_.root)) {
-            const std::string path = paths_.root + "\\" + each;
-            if (path == lockPath_) continue;
-            if (!platform::removeDirectoryTree(path)) platform::removeFile(path);
-        }
+        if (!platform::createDirectories(target_.root)) return cannotMake(target_.root);
+        lock_.emplace(target_);
+        // Whoever waited here for another one finds a data directory.
+        if (auto problem = problemOfTarget(target_)) return problem;
+        isOurs_ = true;
+        clear();
+        platform::removeDirectoryTree(paths_.root);
+        if (!platform::createDirectories(paths_.root)) return cannotMake(paths_.root);
         return std::nullopt;
     }
 
-    /// Gives it its name, durably.
-    Problem place(const std::string& root) {
-        platform::removeFile(lockPath_);
-        placed_ = platform::syncFileSystem(paths_.root) && platform::renameFile(paths_.root, root);
-        if (!placed_) return cannotMake(platform::nativePath(root));
-        platform::syncFileSystem(root);
-        return std::nullopt;
+    Problem place() {
+        const auto goesLast = [](const std::string& name) { return name == kDatabaseName; };
+        auto names = platform::listDirectory(paths_.root);
+        std::ranges::partition(names, std::not_fn(goesLast));
+        for (const std::string& name : names) {
+            const std::string to = target_.root + "\\" + name;
+            const bool synced = !goesLast(name) || platform::syncFileSystem(target_.root);
+            if (!synced || !platform::renameFile(paths_.root + "\\" + name, to)) {
+                return cannotMake(to);
+            }
+        }
+        placed_ = platform::syncFileSystem(target_.root);
+        return placed_ ? std::nullopt : cannotMake(target_.root);
     }
 
   private:
-    static Problem cannotMake(const std::string& name) {
-        return "cannot make " + name + ": " + platform::describeError(platform::lastError());
+    static Problem cannotMake(const std::string& path) {
+        return "cannot make " + platform::nativePath(path) + ": " +
+               platform::describeError(platform::lastError());
     }
 
+    /// Removes what a restore that was broken off has put in its place already.
+    void clear() {
+        for (const std::string& name : platform::listDirectory(target_.root)) {
+            if (name == kRestoringName || name == MakingLock::kName) continue;
+            const std::string path = target_.root + "\\" + name;
+            if (!platform::removeDirectoryTree(path)) platform::removeFile(path);
+        }
+    }
+
+    DataPaths target_;
     DataPaths paths_;
-    std::string lockPath_;
-    std::unique_ptr<platform::FileLock> lock_;
+    bool madeRoot_;
+    bool isOurs_ = false;
     bool placed_ = false;
+    std::optional<MakingLock> lock_;
 };
 
 bool isExpected(std::string_view name) {
@@ -76,7 +114,7 @@ bool isExpected(std::string_view name) {
 
 /// The database's password hashes and the folders' access tokens are for the owner alone.
 unsigned modeOf(std::string_view name) {
-    return name.ends_with(".mrk") || name == "corvane.db" ? 0600 : 0640;
+    return name.ends_with(".mrk") || name == kDatabaseName ? 0600 : 0640;
 }
 
 /// Takes the files out of the archive, and tells by its manifest whether they are all there and as
@@ -115,7 +153,7 @@ class Extraction {
     Manifest verified(const std::string& text) {
         const auto manifest = Manifest::parse(text);
         if (!manifest) throw ArchiveError("it holds no list of its files");
-        if (manifest->digests != seen_ || !seen_.contains("corvane.db")) {
+        if (manifest->digests != seen_ || !seen_.contains(kDatabaseName)) {
             throw ArchiveError("its files are not those of the backup");
         }
         return *manifest;
@@ -196,16 +234,6 @@ void makeMirrors(const DataPaths& staged, const StageCall& progress) {
     }
 }
 
-Problem problemOfTarget(const DataPaths& paths) {
-    if (auto problem = problemOfRoot(paths)) return problem;
-    const bool isFree = platform::directoryExists(paths.root)
-                            ? platform::listDirectory(paths.root).empty()
-                            : platform::kindOf(paths.root) == platform::NameKind::kNothing;
-    if (isFree) return std::nullopt;
-    return platform::nativePath(paths.root) +
-           " is there already; restore to a directory that is not, and then exchange them";
-}
-
 }  // namespace
 
 Problem restoreBackup(std::string_view file, const DataPaths& paths,
@@ -226,7 +254,7 @@ Problem restoreBackup(std::string_view file, const DataPaths& paths,
     } catch (const ArchiveError& error) {
         return platform::nativePath(file) + " cannot be restored: " + error.what();
     }
-    return staging.place(paths.root);
+    return staging.place();
 }
 
 }  // namespace groupware

@@ -74,6 +74,22 @@ CREATE TABLE folder_grant(
 CREATE INDEX folder_grant_grantee ON folder_grant(grantee);
 )";
 
+inline constexpr const char* kSchemaVersion3 = R"(
+ALTER TABLE folder ADD COLUMN deletions INTEGER NOT NULL DEFAULT 0;
+CREATE TABLE deleted_item(
+    account INTEGER NOT NULL,
+    folder INTEGER NOT NULL,
+    slot INTEGER NOT NULL,
+    item INTEGER NOT NULL,
+    PRIMARY KEY(account, folder, slot),
+    FOREIGN KEY(account, folder) REFERENCES folder(account, folder) ON DELETE CASCADE
+) WITHOUT ROWID;
+CREATE INDEX item_changes ON item(account, folder, modified, item, uid, identifier, first_start,
+                                  last_end, exact);
+DROP INDEX item_listing;
+DROP INDEX item_span;
+)";
+
 inline constexpr const char* kContentsVersion1 = R"(
 INSERT INTO domain(name) VALUES('example.test');
 INSERT INTO account VALUES(1, 'alice@example.test', 'Alice', 'hash', 0, 0, 0, 0, 7, 1);

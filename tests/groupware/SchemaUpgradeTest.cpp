@@ -39,6 +39,7 @@ class SchemaUpgradeTest : public ::testing::TestWithParam<int> {
             connection.execute(kSchemaVersion2);
             connection.execute(kContentsVersion2);
         }
+        if (GetParam() >= 3) connection.execute(kSchemaVersion3);
         connection.execute(("PRAGMA user_version=" + std::to_string(GetParam())).c_str());
     }
 
@@ -80,6 +81,6 @@ TEST_P(SchemaUpgradeTest, KeepsWhatWasThere) {
     EXPECT_EQ(database->accountVersion(alice->id), 8);
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryVersion, SchemaUpgradeTest, ::testing::Values(1, 2));
+INSTANTIATE_TEST_SUITE_P(EveryVersion, SchemaUpgradeTest, ::testing::Values(1, 2, 3));
 
 }  // namespace
