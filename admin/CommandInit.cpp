@@ -2,6 +2,7 @@
 
 #include "admin/Commands.h"
 #include "admin/Session.h"
+#include "platform/DynamicLibrary.h"
 
 namespace admin {
 

@@ -65,16 +65,14 @@ Problem problemOfPlace(const DataPaths& paths) {
     return std::nullopt;
 }
 
-Problem linkLibrary(const DataPaths& paths, const std::string& libraryDirectory,
-                    const std::string& stem) {
+/// The path of that library; empty when it is not in the directory.
+std::string libraryIn(std::string_view directory, const std::string& stem) {
+    while (directory.ends_with('\\')) directory.remove_suffix(1);
     for (const char* ending : kLibraryEndings) {
-        const std::string library = libraryDirectory + "\\" + stem + ending;
-        if (!platform::fileExists(library)) continue;
-        const std::string link = paths.root + "\\bin\\" + stem + ending;
-        if (!platform::linkFile(library, link)) return cannotMake(link);
-        return std::nullopt;
+        std::string path = std::string(directory) + "\\" + stem + ending;
+        if (platform::fileExists(path)) return path;
     }
-    return "the library " + stem + " is not in " + platform::nativePath(libraryDirectory);
+    return {};
 }
 
 }  // namespace
@@ -140,23 +138,27 @@ Problem makeDirectories(const DataPaths& paths) {
     return std::nullopt;
 }
 
-std::vector<std::string> missingLibraries(const DataPaths& paths) {
+std::vector<std::string> missingLibraries(std::string_view directory) {
     std::vector<std::string> missing;
     for (const char* stem : kLibraries) {
-        const std::string library = paths.root + "\\bin\\" + stem;
-        if (std::ranges::none_of(kLibraryEndings, [&](const char* ending) {
-                return platform::fileExists(library + ending);
-            })) {
-            missing.push_back(library);
-        }
+        if (libraryIn(directory, stem).empty()) missing.emplace_back(stem);
     }
     return missing;
 }
 
+Problem problemOfLibraries(std::string_view directory) {
+    const auto missing = missingLibraries(directory);
+    if (missing.empty()) return std::nullopt;
+    return "the library " + missing.front() + " is not in " + platform::nativePath(directory) +
+           "; cvadmin has to be installed with the libraries of the store";
+}
+
 Problem linkLibraries(const DataPaths& paths, std::string_view libraryDirectory) {
-    while (libraryDirectory.ends_with('\\')) libraryDirectory.remove_suffix(1);
+    if (auto problem = problemOfLibraries(libraryDirectory)) return problem;
     for (const char* stem : kLibraries) {
-        if (auto problem = linkLibrary(paths, std::string(libraryDirectory), stem)) return problem;
+        const std::string library = libraryIn(libraryDirectory, stem);
+        const std::string link = paths.root + "\\bin" + library.substr(library.rfind('\\'));
+        if (!platform::linkFile(library, link)) return cannotMake(link);
     }
     return std::nullopt;
 }
@@ -185,6 +187,7 @@ Problem initDataDirectory(const DataPaths& paths, std::string_view domain,
                           std::string_view libraryDirectory) {
     if (!isDomainName(domain)) return std::string(domain) + " is no domain name";
     if (auto problem = problemOfPlace(paths)) return problem;
+    if (auto problem = problemOfLibraries(libraryDirectory)) return problem;
     if (!platform::createDirectories(paths.root)) return cannotMake(paths.root);
     // Whoever waited here for another one finds a data directory.
     const MakingLock lock(paths);

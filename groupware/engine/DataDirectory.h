@@ -51,8 +51,9 @@ Problem problemOfRoot(const DataPaths& paths);
 std::vector<std::string> directoriesOf(const DataPaths& paths);
 Problem makeDirectories(const DataPaths& paths);
 
-/// Library files, or links to them, that are missing.
-std::vector<std::string> missingLibraries(const DataPaths& paths);
+/// The store's libraries, by their names without ending, that are not in that directory.
+std::vector<std::string> missingLibraries(std::string_view directory);
+Problem problemOfLibraries(std::string_view directory);
 Problem linkLibraries(const DataPaths& paths, std::string_view libraryDirectory);
 
 }  // namespace groupware

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "groupware/engine/Names.h"
+#include "groupware/mail/Spool.h"
 #include "groupware/upkeep/Archive.h"
 #include "groupware/upkeep/Manifest.h"
 #include "platform/Error.h"
@@ -33,7 +34,7 @@ bool isLeftOut(const std::string& name) {
     for (const ItemKind kind : {ItemKind::kEvent, ItemKind::kTask, ItemKind::kContact}) {
         if (equalsIgnoringCase(name, markerName(kind))) return true;
     }
-    return name == "mirror.lock" || platform::isTemporaryName(name);
+    return name == "mirror.lock" || name == Spool::kLockName || platform::isTemporaryName(name);
 }
 
 /// Links are followed where an administrator may have set one, at the top, and nowhere else.
@@ -146,6 +147,16 @@ class BackupWriter {
     Manifest manifest_;
 };
 
+/// Messages that wait to be sent. One that a sender renames while it is looked for would be missed.
+void addSpool(const DataPaths& paths, BackupWriter& writer) {
+    constexpr std::chrono::seconds kLongestWait{5};
+    const Spool spool(paths.root);
+    const auto pause = spool.tryLock(kLongestWait);
+    std::vector<Source> sources;
+    addBelow("Spool", spool.directory(), 0, sources);
+    for (const Source& source : sources) writer.add(source);
+}
+
 void writeBackup(Engine& engine, std::string_view file, platform::NewFile& target,
                  const StageCall& progress) {
     const DataPaths& paths = engine.paths();
@@ -156,6 +167,8 @@ void writeBackup(Engine& engine, std::string_view file, platform::NewFile& targe
         snapshot = engine.database().snapshot();
         sources = settingsOf(paths);
     }
+    BackupWriter writer([&](std::string_view bytes) { return target.write(bytes); }, progress);
+    addSpool(paths, writer);
     const TemporaryCopy copy(file);
     snapshot->copyTo(copy.path(), [&](uint64_t done, uint64_t total) {
         if (progress) progress("copying the database", done, total);
@@ -165,7 +178,6 @@ void writeBackup(Engine& engine, std::string_view file, platform::NewFile& targe
     addBelow("Public", engine.publicDirectory(), 0, sources);
     sources.push_back({"corvane.db", copy.path(), {}, false});
 
-    BackupWriter writer([&](std::string_view bytes) { return target.write(bytes); }, progress);
     for (const Source& source : sources) writer.add(source);
     writer.finish(paths.root);
 }

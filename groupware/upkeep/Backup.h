@@ -1,9 +1,9 @@
 // A whole data directory in one file, made while others serve from it, and back again.
 //
 // Used by cvadmin. A backup holds the database as it was at one moment, the settings files of that
-// moment, and what else stands below Mail\ and Public\; not the logs, and nothing that the database
-// tells anew. What cannot be done is told as a Problem and leaves nothing behind; DatabaseError is
-// raised when the database fails.
+// moment, and what else stands below Mail\, Public\ and Spool\; not the logs, and nothing that the
+// database tells anew. What cannot be done is told as a Problem and leaves nothing behind;
+// DatabaseError is raised when the database fails.
 #pragma once
 
 #include <string_view>

@@ -75,10 +75,11 @@ void checkFiles(CheckRun& run, std::string_view libraryDirectory) {
     const auto domains = run.engine.database().domains();
     checkSettings(run, firstSettings(paths, domains.empty() ? "localhost" : domains.front()));
     checkDomains(run, domains);
-    for (const std::string& library : missingLibraries(paths)) {
-        run.tell("there is no library " + platform::nativePath(library), [&] {
+    const std::string programs = paths.root + "\\bin";
+    for (const std::string& library : missingLibraries(programs)) {
+        run.tell("there is no library " + platform::nativePath(programs + "\\" + library), [&] {
             linkLibraries(paths, libraryDirectory);
-            return std::ranges::count(missingLibraries(paths), library) == 0;
+            return std::ranges::count(missingLibraries(programs), library) == 0;
         });
     }
 }

@@ -16,19 +16,34 @@ namespace groupware {
 namespace {
 
 constexpr const char* kDatabaseName = "corvane.db";
-constexpr std::array kTopNames = {"registry.ini", "Corvane.ini", "UserSettings.ini", "Domains.ini",
-                                  "Webstrand",    "Mail",        "Public",           kDatabaseName};
+constexpr std::array kTopNames = {"registry.ini", "Corvane.ini", "UserSettings.ini",
+                                  "Domains.ini",  "Webstrand",   "Mail",
+                                  "Public",       "Spool",       kDatabaseName};
 constexpr std::array kSettingsFiles = {"\\registry.ini", "\\Corvane.ini", "\\UserSettings.ini",
                                        "\\Domains.ini", "\\Webstrand\\Webstrand.ini"};
 
-/// It must hold nothing, but for a restore that was broken off.
+bool isExpected(std::string_view name) {
+    const std::string_view top = name.substr(0, name.find('/'));
+    return std::ranges::find(kTopNames, top) != kTopNames.end();
+}
+
+/// Whether the directory holds nothing but what a restore that was broken off has left.
+bool isUnfinished(const DataPaths& paths, const std::vector<std::string>& names) {
+    const auto directories = directoriesOf(paths);
+    const auto isOurs = [&](const std::string& name) {
+        return name == kRestoringName || isExpected(name) || name.starts_with("corvane.") ||
+               std::ranges::count(directories, paths.root + "\\" + name) > 0;
+    };
+    return std::ranges::count(names, kRestoringName) > 0 && std::ranges::all_of(names, isOurs) &&
+           !platform::fileExists(paths.database);
+}
+
 Problem problemOfTarget(const DataPaths& paths) {
     if (auto problem = problemOfRoot(paths)) return problem;
     auto names = platform::listDirectory(paths.root);
     std::erase(names, MakingLock::kName);
     const bool isFree = platform::directoryExists(paths.root)
-                            ? names.empty() || (std::ranges::count(names, kRestoringName) > 0 &&
-                                                !platform::fileExists(paths.database))
+                            ? names.empty() || isUnfinished(paths, names)
                             : platform::kindOf(paths.root) == platform::NameKind::kNothing;
     if (isFree) return std::nullopt;
     return platform::nativePath(paths.root) +
@@ -106,11 +121,6 @@ class Staging {
     bool placed_ = false;
     std::optional<MakingLock> lock_;
 };
-
-bool isExpected(std::string_view name) {
-    const std::string_view top = name.substr(0, name.find('/'));
-    return std::ranges::find(kTopNames, top) != kTopNames.end();
-}
 
 /// The database's password hashes and the folders' access tokens are for the owner alone.
 unsigned modeOf(std::string_view name) {

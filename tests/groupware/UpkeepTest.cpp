@@ -9,6 +9,7 @@
 #include "groupware/db/SqliteConnection.h"
 #include "groupware/engine/AccessToken.h"
 #include "groupware/engine/MirrorTree.h"
+#include "groupware/engine/Names.h"
 #include "groupware/items/Transfer.h"
 #include "groupware/upkeep/Archive.h"
 #include "groupware/upkeep/Backup.h"
@@ -49,6 +50,19 @@ class UpkeepTest : public ::testing::Test {
     }
     void sql(const char* statements) {
         SqliteConnection(store_.paths().database).execute(statements);
+    }
+    /// All that a client goes by to tell whether something has changed.
+    std::string stateOf(Engine& engine, const char* folder) {
+        const auto row = engine.database().folder(alice_.id, folder);
+        engine.refreshMirror(alice_.id);
+        const std::string marker =
+            engine.folderDirectory(alice_, *row) + "\\" + markerName(row->kind);
+        std::string state = platform::readFile(marker, 1000).value_or("no marker");
+        engine.database().eachItem(row->key, [&](StoredItem&& item) {
+            state += std::to_string(item.row.number) + " " + std::to_string(item.row.modifiedMs) +
+                     " " + item.row.uid + " " + item.row.identifier + "\n" + item.text;
+        });
+        return state;
     }
     std::string mailbox(const std::string& name) { return engine_->mailDirectory(alice_) + name; }
     std::vector<Fault> check(bool repair) {
@@ -168,6 +182,9 @@ TEST_F(UpkeepTest, ABackupIsOfOneMomentAndComesBackElsewhere) {
             change->commit();
         }
     });
+    const std::string message = "Spool\\1-0-1-abc.eml";
+    platform::createDirectories(store_.paths().root + "\\Spool\\failed");
+    platform::replaceFile(store_.paths().root + "\\" + message, "To: x");
     const std::string file = store_.beside("backup");
     const auto problem = backUp(*engine_, file, {});
     stop = true;
@@ -187,7 +204,11 @@ TEST_F(UpkeepTest, ABackupIsOfOneMomentAndComesBackElsewhere) {
                                         "SOFTWARE\\Quindle Software\\Corvane", "AppPath", "", 300),
               paths.root + "\\bin");
 
+    EXPECT_EQ(platform::readFile(paths.root + "\\" + message, 100), "To: x");
     Engine restored(paths);
+    for (const char* name : {"Calendar", "Contacts"}) {
+        EXPECT_EQ(stateOf(restored, name), stateOf(*engine_, name));
+    }
     const auto work = restored.database().folder(alice_.id, "Work");
     ASSERT_TRUE(work);
     EXPECT_EQ(restored.database().itemCount(work->key) % 2, 0U);
@@ -236,6 +257,17 @@ TEST_F(UpkeepTest, NothingIsRestoredFromWhatIsNoWholeBackup) {
         wrong.push_back(text);
     }
     const auto paths = DataPaths::below(store_.beside("restored"));
+    // What is not a restore's own never goes, whatever stands beside it.
+    const auto other = DataPaths::below(store_.beside("other"));
+    platform::createDirectories(other.root + "\\restoring");
+    platform::replaceFile(other.root + "\\thesis", "text");
+    EXPECT_TRUE(restoreBackup(good, other, store_.libraries(), {}));
+    EXPECT_TRUE(platform::fileExists(other.root + "\\thesis"));
+    platform::removeFile(other.root + "\\thesis");
+    platform::replaceFile(other.root + "\\Corvane.ini", "half done");
+    EXPECT_FALSE(restoreBackup(good, other, store_.libraries(), {}));
+    EXPECT_FALSE(platform::directoryExists(other.root + "\\restoring"));
+
     const std::string file = store_.beside("wrong");
     for (size_t i = 0; i < wrong.size(); ++i) {
         platform::replaceFile(file, wrong[i]);
