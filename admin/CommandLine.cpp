@@ -51,7 +51,13 @@ constexpr TextArgument kTextArguments[] = {
     {kTakesServer, "--host", "The server's name; the domain itself when not given",
      &Arguments::host, false},
     {kTakesServer, "--port", "Its port for HTTPS (443)", &Arguments::port, false},
+    {kTakesNewName, "NEWNAME", "Its new name; may be a path", &Arguments::newName, true},
+    {kTakesDays, "DAYS", "How many days a password is good, or never", &Arguments::days, true},
     {kTakesFile, "FILE", "The file; - for standard input", &Arguments::file, true},
+    {kTakesOutputFile, "FILE", "The file; - for standard output, as without it", &Arguments::file,
+     false},
+    {kTakesNewFile, "FILE", "The file to make; it must not be there yet", &Arguments::file, true},
+    {kTakesBackup, "FILE", "The file that backup made", &Arguments::file, true},
 };
 
 struct FlagArgument {
@@ -67,6 +73,9 @@ constexpr FlagArgument kFlagArguments[] = {
      &Arguments::passwordFromInput, true},
     {kTakesJson, "--json", "Prints JSON", &Arguments::json, false},
     {kTakesRevoke, "--revoke", "Makes the token void instead", &Arguments::revoke, false},
+    {kTakesYes, "--yes", "Asks nothing; nothing is asked either where no terminal is",
+     &Arguments::yes, false},
+    {kTakesRepair, "--repair", "Mends what can be", &Arguments::repair, false},
 };
 
 /// The words but the last name the group, which the table of groups has made before.
@@ -96,6 +105,13 @@ std::string problemOfRights(const std::string& list) {
     return list + " is no list of read,write,insert,delete,all";
 }
 
+/// Empty when the text is a number of days or means none.
+std::string problemOfDays(const std::string& text) {
+    if (daysOf(text)) return {};
+    return text + " is no number of days from 1 to " +
+           std::to_string(groupware::kMostPasswordDays) + ", and not never";
+}
+
 void addArguments(CLI::App& subcommand, unsigned takes, Arguments& arguments) {
     for (const TextArgument& row : kTextArguments) {
         if ((takes & row.bit) == 0) continue;
@@ -105,6 +121,7 @@ void addArguments(CLI::App& subcommand, unsigned takes, Arguments& arguments) {
         if (row.bit == kTakesOnOrOff) option->check(CLI::IsMember({"on", "off"}));
         if (row.bit == kTakesRights) option->check(problemOfRights);
         if (row.value == &Arguments::port) option->check(problemOfPort);
+        if (row.bit == kTakesDays) option->check(problemOfDays);
     }
     for (const FlagArgument& row : kFlagArguments) {
         if ((takes & row.bit) == 0) continue;
@@ -148,8 +165,9 @@ int run(const Command& command, const std::string& directory, const Arguments& a
         if (!std::cout) return report("standard output could not be written", kCannotBeDone);
         return kDone;
     } catch (const groupware::DatabaseError& error) {
-        const char* advice = error.busy() ? "; try again when the other program is done" : "";
-        return report("the database of " + directory + " failed: " + error.what() + advice,
+        const std::string what = error.what();
+        return report(error.busy() ? what + "; try again when the other program is done"
+                                   : "the database of " + directory + " failed: " + what,
                       kCannotBeDone);
     } catch (const std::exception& error) {
         return report(error.what(), kCannotBeDone);

@@ -11,12 +11,12 @@ void manageToken(Session& session, const Arguments& arguments) {
     const groupware::AccountRow owner = session.account(arguments.address);
     const groupware::FolderRow folder = session.folder(arguments.address, arguments.folder);
     if (arguments.revoke) {
-        require(groupware::removeAccessToken(engine, owner, folder));
+        require(groupware::removeAccessToken(engine, owner, folder.name));
         return;
     }
-    require(groupware::makeAccessToken(engine, owner, folder));
+    std::string token;
+    require(groupware::makeAccessToken(engine, owner, folder.name, token));
 
-    const std::string token = groupware::accessToken(engine, owner, folder);
     const std::string query = "?token=" + queryEncoded(token);
     const std::string path = folderUrlPath(owner, folder);
     const bool isCalendar = folder.kind == groupware::ItemKind::kEvent;

@@ -1,10 +1,11 @@
 #include <array>
-#include <chrono>
 #include <iostream>
 
 #include "admin/Commands.h"
+#include "admin/Progress.h"
 #include "admin/Session.h"
 #include "groupware/items/Transfer.h"
+#include "platform/Error.h"
 #include "platform/Files.h"
 
 namespace admin {
@@ -12,7 +13,6 @@ namespace admin {
 namespace {
 
 constexpr size_t kLargestFile = size_t{256} * 1024 * 1024;
-constexpr std::chrono::seconds kBetweenProgressLines{1};
 
 const char* itemWord(groupware::ItemKind kind) {
     switch (kind) {
@@ -61,21 +61,6 @@ std::string readInput(const std::string& name) {
     return *text;
 }
 
-/// Tells on standard error how far a long import has come; a short one stays silent.
-class Progress {
-  public:
-    void operator()(uint32_t done, uint32_t total) {
-        const auto now = std::chrono::steady_clock::now();
-        if (now < next_) return;
-        next_ = now + kBetweenProgressLines;
-        std::cerr << "imported " << done << " of " << total << '\n';
-    }
-
-  private:
-    std::chrono::steady_clock::time_point next_ =
-        std::chrono::steady_clock::now() + kBetweenProgressLines;
-};
-
 void refuseUnread(const groupware::ImportCounts& counts, const std::string& file,
                   const groupware::FolderRow& folder) {
     if (counts.found == 0) {
@@ -96,8 +81,13 @@ void refuseUnread(const groupware::ImportCounts& counts, const std::string& file
 void importFile(Session& session, const Arguments& arguments) {
     const groupware::FolderRow folder = session.folder(arguments.address, arguments.folder);
     const std::string text = readInput(arguments.file);
-    const groupware::ImportCounts counts =
-        groupware::importItems(session.engine(), folder, text, Progress());
+    groupware::ImportCounts counts;
+    {
+        Progress progress;
+        counts = groupware::importItems(
+            session.engine(), folder, text,
+            [&](uint32_t done, uint32_t total) { progress("importing", done, total); });
+    }
     refuseUnread(counts, arguments.file, folder);
     std::cout << counts.found << " items imported into " << folder.name;
     if (const uint32_t same = counts.found - counts.imported; same > 0)
@@ -105,9 +95,21 @@ void importFile(Session& session, const Arguments& arguments) {
     std::cout << '\n';
 }
 
-void exportToOutput(Session& session, const Arguments& arguments) {
+void exportFolderTo(Session& session, const Arguments& arguments) {
     const groupware::FolderRow folder = session.folder(arguments.address, arguments.folder);
-    std::cout << groupware::exportFolder(session.engine(), folder);
+    std::string text;
+    {
+        Progress progress;
+        text = groupware::exportFolder(
+            session.engine(), folder,
+            [&](uint64_t done, uint64_t total) { progress("exporting", done, total); });
+    }
+    if (arguments.file.empty() || arguments.file == "-") {
+        std::cout << text;
+    } else if (!platform::replaceFile(platform::fromNativePath(arguments.file), text, 0600, true)) {
+        throw CommandError("cannot write " + arguments.file + ": " +
+                           platform::describeError(platform::lastError()));
+    }
 }
 
 }  // namespace admin

@@ -4,8 +4,11 @@
 // its function. Functions print to standard output and raise CommandError (admin/Session.h).
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace admin {
 
@@ -25,9 +28,13 @@ struct Arguments {
     std::string rights;
     std::string host;
     std::string port = "443";
+    std::string newName;
+    std::string days;
     bool passwordFromInput = false;
     bool json = false;
     bool revoke = false;
+    bool yes = false;
+    bool repair = false;
 };
 
 /// Which arguments a command takes, as a set of bits.
@@ -50,6 +57,13 @@ enum Takes : unsigned {
     kTakesRights = 1U << 14U,
     kTakesRevoke = 1U << 15U,
     kTakesPublicFolder = 1U << 16U,
+    kTakesNewName = 1U << 17U,
+    kTakesDays = 1U << 18U,
+    kTakesYes = 1U << 19U,
+    kTakesRepair = 1U << 20U,
+    kTakesOutputFile = 1U << 21U,
+    kTakesNewFile = 1U << 22U,
+    kTakesBackup = 1U << 23U,
     kTakesServer = 1U << 24U,
 };
 
@@ -65,6 +79,9 @@ struct CommandGroup {
     const char* words;
     const char* help;
 };
+
+/// The number that DAYS means, 0 for never; nothing when it means none.
+std::optional<int64_t> daysOf(std::string_view text);
 
 std::span<const Command> commands();
 std::span<const CommandGroup> commandGroups();
@@ -87,11 +104,16 @@ void freezeUser(Session& session, const Arguments& arguments);
 void unfreezeUser(Session& session, const Arguments& arguments);
 void setUserPassword(Session& session, const Arguments& arguments);
 void setMustChangePassword(Session& session, const Arguments& arguments);
+void setPublishesBusyTime(Session& session, const Arguments& arguments);
+void setPasswordAge(Session& session, const Arguments& arguments);
 void addUserAlias(Session& session, const Arguments& arguments);
 void removeUserAlias(Session& session, const Arguments& arguments);
 // CommandFolder.cpp
 void addUserFolder(Session& session, const Arguments& arguments);
 void listFolders(Session& session, const Arguments& arguments);
+void renameUserFolder(Session& session, const Arguments& arguments);
+void removeUserFolder(Session& session, const Arguments& arguments);
+void removePublicFolder(Session& session, const Arguments& arguments);
 // CommandShare.cpp
 void shareFolder(Session& session, const Arguments& arguments);
 void unshareFolder(Session& session, const Arguments& arguments);
@@ -103,6 +125,10 @@ void listPublicFolders(Session& session, const Arguments& arguments);
 void manageToken(Session& session, const Arguments& arguments);
 // CommandTransfer.cpp
 void importFile(Session& session, const Arguments& arguments);
-void exportToOutput(Session& session, const Arguments& arguments);
+void exportFolderTo(Session& session, const Arguments& arguments);
+// CommandUpkeep.cpp
+void checkData(Session& session, const Arguments& arguments);
+void makeBackup(Session& session, const Arguments& arguments);
+void restoreData(Session& session, const Arguments& arguments);
 
 }  // namespace admin

@@ -2,6 +2,7 @@
 
 #include "admin/Rights.h"
 #include "groupware/engine/AccessToken.h"
+#include "groupware/engine/Names.h"
 #include "groupware/engine/Sharing.h"
 
 namespace admin {
@@ -30,10 +31,17 @@ std::string granteeWord(const GrantRow& grant) {
                                                : grant.address;
 }
 
-/// Public folders have no owner to hand a token out.
 bool hasToken(Engine& engine, const AccountRow& owner, const FolderRow& folder) {
-    return owner.id != groupware::kPublicAccount &&
-           !groupware::accessToken(engine, owner, folder).empty();
+    return !groupware::accessToken(engine, owner, folder).empty();
+}
+
+/// What the folder is to its account beyond its kind.
+std::string roleOf(const FolderRow& folder) {
+    if (folder.isDefault) return "default";
+    if (folder.kind != ItemKind::kContact) return {};
+    if (groupware::equalsIgnoringCase(folder.name, groupware::kWhiteListName)) return "white list";
+    if (groupware::equalsIgnoringCase(folder.name, groupware::kBlackListName)) return "black list";
+    return {};
 }
 
 /// Who besides the owner may use the folder.
@@ -77,8 +85,7 @@ void printFolders(Engine& engine, const AccountRow& owner) {
     const auto grants = engine.database().grantsOn(owner.id);
     for (const FolderRow& folder : engine.database().folders(owner.id)) {
         rows.push_back({folder.name, std::string(kindWord(folder.kind)),
-                        std::to_string(engine.database().itemCount(folder.key)) + " items",
-                        folder.isDefault ? "default" : "",
+                        countOf(engine.database().itemCount(folder.key), "item"), roleOf(folder),
                         accessNote(grants, folder, hasToken(engine, owner, folder))});
     }
     printColumns(rows);
@@ -91,6 +98,7 @@ Json foldersAsJson(Engine& engine, const AccountRow& owner) {
         list.push_back({{"name", folder.name},
                         {"kind", kindWord(folder.kind)},
                         {"default", folder.isDefault},
+                        {"role", roleOf(folder)},
                         {"items", engine.database().itemCount(folder.key)},
                         {"grants", grantsAsJson(grants, folder)},
                         {"token", hasToken(engine, owner, folder)}});

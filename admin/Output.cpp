@@ -15,6 +15,10 @@ size_t widthOf(const std::string& text) {
 
 }  // namespace
 
+std::string countOf(size_t count, const std::string& word) {
+    return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
+}
+
 void printColumns(const std::vector<std::vector<std::string>>& rows) {
     std::vector<size_t> widths;
     for (const auto& row : rows) {

@@ -10,6 +10,9 @@ namespace admin {
 
 using Json = nlohmann::ordered_json;
 
+/// "1 folder", "2 folders"
+std::string countOf(size_t count, const std::string& word);
+
 /// Prints rows as columns that line up. Nothing for no rows.
 void printColumns(const std::vector<std::vector<std::string>>& rows);
 

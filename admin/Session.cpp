@@ -1,22 +1,11 @@
 #include "admin/Session.h"
 
-#include <algorithm>
+#include <iostream>
 
 #include "platform/Files.h"
+#include "platform/Terminal.h"
 
 namespace admin {
-
-namespace {
-
-std::string asciiLower(std::string_view text) {
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return lower;
-}
-
-}  // namespace
 
 void require(const groupware::Problem& problem) {
     if (problem) throw CommandError(*problem);
@@ -27,6 +16,15 @@ Session::Session(std::string_view dataDirectory)
       paths_(groupware::DataPaths::below(platform::fromNativePath(dataDirectory))) {}
 
 Session::~Session() = default;
+
+void Session::confirm(const std::string& question, bool yes) {
+    if (yes || !platform::inputIsTerminal()) return;
+    std::cerr << question << " [y/N] " << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    if (answer != "y" && answer != "Y" && answer != "yes")
+        throw CommandError("nothing was removed");
+}
 
 groupware::Engine& Session::engine() {
     if (!engine_) {
@@ -41,11 +39,8 @@ groupware::Engine& Session::engine() {
 }
 
 groupware::AccountRow Session::account(std::string_view address) {
-    auto account = engine().database().accountByAlias(asciiLower(address));
-    if (!account) {
-        throw CommandError("there is no account " + std::string(address) +
-                           "; \"cvadmin user list\" shows the accounts");
-    }
+    auto account = engine().findAccount(address);
+    if (!account) throw CommandError(groupware::noAccount(address));
     return *account;
 }
 

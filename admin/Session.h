@@ -32,6 +32,9 @@ class Session {
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
+    /// Asks a person at a terminal, unless yes was given, and nobody else; CommandError for a no.
+    static void confirm(const std::string& question, bool yes);
+
     const groupware::DataPaths& paths() const { return paths_; }
     const std::string& typedDirectory() const { return typed_; }
 

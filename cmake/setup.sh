@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034 # used by those who source it
 # Sourced by run and test: the packages that they need, and how they get them.
 #
 # The one place where packages are named. README.md tells what to install on other systems.
@@ -5,10 +6,10 @@
 build_packages=(
     g++ cmake ninja-build ccache pkg-config
     libboost-dev libssl-dev libsqlite3-dev libical-dev libsodium-dev libcurl4-openssl-dev
-    libcli11-dev nlohmann-json3-dev tzdata
+    libarchive-dev libcli11-dev nlohmann-json3-dev tzdata
 )
 test_packages=(
-    libgtest-dev clang-format vdirsyncer curl openssl strace
+    libgtest-dev clang-format shellcheck vdirsyncer curl openssl strace
     evolution-data-server gir1.2-ecal-2.0 gir1.2-ebook-1.2 python3-gi dbus-daemon
     libbenchmark-dev clang libclang-rt-dev
 )

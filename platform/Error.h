@@ -17,6 +17,9 @@ uint32_t lastError();
 /// Sets what lastError() answers on this thread; the host tells the extension so why a call failed.
 void setLastError(uint32_t code);
 
+/// Whether that code says that something took longer than it was given.
+bool isTimeout(uint32_t code);
+
 /// A short text for an error code, for people.
 std::string describeError(uint32_t code);
 

@@ -8,6 +8,7 @@
 // before isPlainName() has said yes. What fails tells why in lastError(). Safe from every thread.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -40,6 +41,12 @@ bool removeDirectoryTree(std::string_view path);
 bool renameFile(std::string_view from, std::string_view to);
 /// Makes or replaces a link; a file copy where there are no links.
 bool linkFile(std::string_view target, std::string_view link);
+enum class NameKind { kNothing, kFile, kDirectory, kLink, kOther };
+/// What stands at that path itself; links are not followed.
+NameKind kindOf(std::string_view path);
+/// Whether nobody but its owner can read or write the file; false when there is none.
+bool isPrivateFile(std::string_view path);
+bool makePrivate(std::string_view path);
 /// UTC, with milliseconds; nothing when there is no such file.
 std::optional<DateTime> lastWriteTime(std::string_view path);
 /// What changes when a file is written or replaced by another.
@@ -65,6 +72,26 @@ std::optional<std::string> readFile(std::string_view path, size_t maxBytes);
 bool replaceFile(std::string_view path, std::string_view bytes, unsigned mode = 0640,
                  bool durable = false, const std::optional<FileStamp>& expected = {});
 
+/// A name beside that path which nothing has.
+std::string temporaryName(std::string_view path);
+/// Whether a name is one that was meant to be temporary; it stays when its process is killed.
+bool isTemporaryName(std::string_view name);
+
+/// All that has been written to the file system on which the path lies is on disk afterwards.
+bool syncFileSystem(std::string_view path);
+
+/// A file that is written under a temporary name beside its own until it is whole; what has not
+/// been placed is removed again.
+class NewFile {
+  public:
+    /// Null when it cannot be made.
+    static std::unique_ptr<NewFile> make(std::string_view path, unsigned mode);
+    virtual ~NewFile() = default;
+    virtual bool write(std::string_view bytes) = 0;
+    /// Gives it its name, durably; false, too, when there is something of that name by now.
+    virtual bool place() = 0;
+};
+
 /// A file opened for appending that other processes may write, rename and delete meanwhile.
 class AppendFile {
   public:
@@ -83,10 +110,16 @@ class AppendFile {
 /// of one process exclude each other as well.
 class FileLock {
   public:
-    /// Waits for the lock; null when the file cannot be made.
-    static std::unique_ptr<FileLock> acquire(std::string_view path);
+    static constexpr std::chrono::milliseconds kForEver{-1};
+
+    /// Waits for the lock, first come, first served; null when the file cannot be made, or when the
+    /// lock was not to be had in time (isTimeout(lastError())).
+    static std::unique_ptr<FileLock> acquire(std::string_view path,
+                                             std::chrono::milliseconds limit = kForEver);
     /// Does not wait: null too when somebody else holds the lock.
-    static std::unique_ptr<FileLock> tryAcquire(std::string_view path);
+    static std::unique_ptr<FileLock> tryAcquire(std::string_view path) {
+        return acquire(path, std::chrono::milliseconds(0));
+    }
     virtual ~FileLock() = default;
 };
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "groupware/api/ItemCalls.h"
+#include "groupware/engine/Names.h"
 #include "groupware/ical/VCard.h"
 #include "groupware/items/FreeBusy.h"
 #include "groupware/items/MessageFile.h"
@@ -33,11 +34,11 @@ PLATFORM_EXPORT void CV_ContactGetDefaultFolder(StoreUserHandle user, char* path
 }
 
 PLATFORM_EXPORT void CV_ContactGetWhiteListFolder(StoreUserHandle user, char* path) {
-    contactFolder(user, path, "White List");
+    contactFolder(user, path, kWhiteListName);
 }
 
 PLATFORM_EXPORT void CV_ContactGetBlackListFolder(StoreUserHandle user, char* path) {
-    contactFolder(user, path, "Black List");
+    contactFolder(user, path, kBlackListName);
 }
 
 // Events.

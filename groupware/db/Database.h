@@ -48,6 +48,9 @@ struct AccountRow {
     bool mustChangePassword = false;
     int64_t passwordExpiresMs = 0;  ///< UTC; 0 = never
     int64_t version = 0;            ///< counts every change to the account's folders and items
+    bool publishesBusyTime = true;  ///< to whoever asks for free and busy times
+    int64_t passwordSetMs = 0;      ///< UTC; 0 = before this was kept
+    int64_t passwordDays = 0;       ///< how long a password is good; 0 = for ever
 };
 
 struct FolderKey {
@@ -63,6 +66,9 @@ struct FolderRow {
     ItemKind kind = ItemKind::kEvent;
     bool isDefault = false;
     int64_t stampMs = 0;  ///< UTC; moves forward with every change in the folder
+    /// Lets its bearer read the folder without a login; empty for none. Not set as long as only the
+    /// folder's class file tells.
+    std::optional<std::string> token;
 };
 
 /// What somebody may do in a folder of another account, or in a public one. A grant is for that
@@ -80,6 +86,8 @@ struct ItemSpan {
     int64_t firstStartMs = INT64_MIN;
     int64_t lastEndMs = INT64_MAX;
     bool exact = false;  ///< one occurrence in UTC: the span alone decides
+
+    friend bool operator==(const ItemSpan&, const ItemSpan&) = default;
 };
 
 /// What a listing needs of an item.
@@ -125,6 +133,23 @@ struct NewItem {
     ItemSpan span;
 };
 
+/// Something in the database that is not as every change leaves it.
+struct DatabaseFault {
+    std::string what;
+    bool mendable = false;
+};
+
+/// How far a long run has come. May raise, which ends the run.
+using ProgressCall = std::function<void(uint64_t done, uint64_t total)>;
+
+/// The database as it was at one moment, whatever is changed meanwhile.
+class DatabaseSnapshot {
+  public:
+    virtual ~DatabaseSnapshot() = default;
+    /// Into a new file; raises DatabaseError, too, when the database is damaged.
+    virtual void copyTo(std::string_view path, const ProgressCall& progress) = 0;
+};
+
 /// One change of the database: all of it, durably, at commit(), or nothing when it is dropped or
 /// commit() raises.
 class WriteTransaction {
@@ -140,6 +165,10 @@ class WriteTransaction {
     virtual void removeAlias(std::string_view alias) = 0;
     virtual FolderKey addFolder(int64_t account, std::string_view name, ItemKind kind,
                                 bool isDefault) = 0;
+    virtual void renameFolder(FolderKey folder, std::string_view name) = 0;
+    /// With its items and grants.
+    virtual void removeFolder(FolderKey folder) = 0;
+    virtual void setToken(FolderKey folder, std::string_view token) = 0;
     /// In the place of the rights that the grantee had there.
     virtual void setGrant(FolderKey folder, int64_t grantee, uint32_t rights) = 0;
     /// False when there is no such grant.
@@ -158,6 +187,9 @@ class WriteTransaction {
     virtual std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) = 0;
     virtual std::optional<StoredItem> item(FolderKey folder, int64_t number) = 0;
 
+    /// Mends the faults that can be.
+    virtual void mendFaults() = 0;
+
     virtual void commit() = 0;
 };
 
@@ -171,6 +203,7 @@ class Database {
     /// By address or, when there is no such account, by alias.
     virtual std::optional<AccountRow> accountByAlias(std::string_view address) = 0;
     virtual std::vector<AccountRow> accounts() = 0;
+    virtual std::vector<std::string> aliases(int64_t account) = 0;
     virtual int64_t accountVersion(int64_t id) = 0;  ///< also for kPublicAccount
 
     virtual std::vector<FolderRow> folders(int64_t account) = 0;
@@ -186,6 +219,7 @@ class Database {
     virtual uint32_t grantedRights(FolderKey folder, int64_t grantee) = 0;
 
     virtual size_t itemCount(FolderKey folder) = 0;
+    virtual size_t itemCount() = 0;  ///< of all folders
     /// In the order of their numbers. May return more than itemCount() told just before.
     virtual std::vector<ItemRow> items(FolderKey folder) = 0;
     /// Items whose span touches the range (start before toMs, end after fromMs), each handed over
@@ -208,6 +242,10 @@ class Database {
     /// with those that other threads make at the same time. What it reads may be theirs and not be
     /// on disk yet, so even one that finds nothing to do is committed before anybody is told.
     virtual std::unique_ptr<WriteTransaction> beginGrouped() = 0;
+
+    /// Reads the whole file.
+    virtual std::vector<DatabaseFault> faults() = 0;
+    virtual std::unique_ptr<DatabaseSnapshot> snapshot() = 0;
 };
 
 /// UTC milliseconds since 1970; what stamps follow.

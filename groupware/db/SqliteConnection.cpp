@@ -13,11 +13,17 @@ namespace {
 // or closes its log.
 constexpr int kBusyTimeoutMs = 10'000;
 
-[[noreturn]] void raise(sqlite3* database, int result) {
-    const int primary = result & 0xFF;
-    const bool busy = primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
-    const char* text = database ? sqlite3_errmsg(database) : sqlite3_errstr(result);
-    throw DatabaseError(std::string("database: ") + text, busy);
+const char* adviceFor(int primaryResult) {
+    switch (primaryResult) {
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+            return "; put the data directory aside and restore a backup";
+        case SQLITE_READONLY:
+        case SQLITE_CANTOPEN:
+            return "; this takes the user to whom the data directory belongs";
+        default:
+            return "";
+    }
 }
 
 /// SQLite takes a null pointer for the value NULL, which no column of ours is.
@@ -26,6 +32,13 @@ const char* dataOf(std::string_view text) {
 }
 
 }  // namespace
+
+void raiseSqliteError(sqlite3* database, int result) {
+    const int primary = result & 0xFF;
+    const bool busy = primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
+    const char* text = database ? sqlite3_errmsg(database) : sqlite3_errstr(result);
+    throw DatabaseError(std::string("database: ") + text + adviceFor(primary), busy);
+}
 
 SqliteStatement::~SqliteStatement() {
     sqlite3_reset(statement_);
@@ -36,7 +49,7 @@ bool SqliteStatement::step() {
     const int result = sqlite3_step(statement_);
     if (result == SQLITE_ROW) return true;
     if (result == SQLITE_DONE) return false;
-    raise(database_, result);
+    raiseSqliteError(database_, result);
 }
 
 int64_t SqliteStatement::integer(int column) const {
@@ -47,6 +60,10 @@ std::string SqliteStatement::text(int column) const {
     const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
     const int size = sqlite3_column_bytes(statement_, column);
     return bytes ? std::string(bytes, static_cast<size_t>(size)) : std::string();
+}
+
+bool SqliteStatement::isNull(int column) const {
+    return sqlite3_column_type(statement_, column) == SQLITE_NULL;
 }
 
 void SqliteStatement::bindAt(int index, int64_t value) {
@@ -64,7 +81,7 @@ void SqliteStatement::bindAt(int index, Bytes bytes) {
 }
 
 void SqliteStatement::check(int result) const {
-    if (result != SQLITE_OK) raise(database_, result);
+    if (result != SQLITE_OK) raiseSqliteError(database_, result);
 }
 
 void SqliteConnection::Close::operator()(sqlite3* database) const {
@@ -80,7 +97,7 @@ SqliteConnection::SqliteConnection(std::string_view path) {
     const int result = sqlite3_open_v2(platform::nativePath(path).c_str(), &opened,
                                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     database_.reset(opened);
-    if (result != SQLITE_OK) raise(opened, result);
+    if (result != SQLITE_OK) raiseSqliteError(opened, result);
     sqlite3_extended_result_codes(opened, 1);
     sqlite3_busy_timeout(opened, kBusyTimeoutMs);
 }
@@ -91,7 +108,7 @@ SqliteStatement SqliteConnection::statement(const char* sql) {
         sqlite3_stmt* made = nullptr;
         const int result =
             sqlite3_prepare_v3(database_.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &made, nullptr);
-        if (result != SQLITE_OK) raise(database_.get(), result);
+        if (result != SQLITE_OK) raiseSqliteError(database_.get(), result);
         prepared.reset(made);
     }
     return {database_.get(), prepared.get()};
@@ -99,7 +116,7 @@ SqliteStatement SqliteConnection::statement(const char* sql) {
 
 void SqliteConnection::execute(const char* sql) {
     const int result = sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr);
-    if (result != SQLITE_OK) raise(database_.get(), result);
+    if (result != SQLITE_OK) raiseSqliteError(database_.get(), result);
 }
 
 SqliteReading::SqliteReading(SqliteConnection& connection) : connection_(connection) {

@@ -47,6 +47,7 @@ class SqliteStatement {
     int64_t integer(int column) const;
     bool flag(int column) const { return integer(column) != 0; }
     std::string text(int column) const;
+    bool isNull(int column) const;
 
   private:
     void bindAt(int index, int64_t value);
@@ -58,6 +59,9 @@ class SqliteStatement {
     sqlite3_stmt* statement_;
 };
 
+/// Raises what an SQLite call reported.
+[[noreturn]] void raiseSqliteError(sqlite3* database, int result);
+
 class SqliteConnection {
   public:
     /// The path is by the product's rule; the file must be there already.
@@ -68,6 +72,7 @@ class SqliteConnection {
     SqliteStatement statement(const char* sql);
     /// Runs one or several statements that have no result.
     void execute(const char* sql);
+    /// For the calls of SQLite that are no statements.
     sqlite3* handle() const { return database_.get(); }
 
   private:

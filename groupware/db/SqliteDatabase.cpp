@@ -1,30 +1,41 @@
 #include "groupware/db/SqliteDatabase.h"
 
+#include "groupware/db/ProcessLock.h"
+#include "groupware/db/SqliteFaults.h"
 #include "groupware/db/SqliteRows.h"
 #include "groupware/db/SqliteSchema.h"
+#include "groupware/db/SqliteSnapshot.h"
 #include "platform/Files.h"
 
 namespace groupware {
 
 namespace {
 
-#define GROUPWARE_ACCOUNT                                                         \
-    "SELECT a.id, a.address, a.full_name, a.password_hash, a.disabled, a.frozen," \
-    " a.must_change_password, a.password_expires, a.version FROM account a"
+#define GROUPWARE_ACCOUNT                                                            \
+    "SELECT a.id, a.address, a.full_name, a.password_hash, a.disabled, a.frozen,"    \
+    " a.must_change_password, a.password_expires, a.version, a.publishes_busy_time," \
+    " a.password_set, a.password_days FROM account a"
 
-#define GROUPWARE_FOLDER "SELECT folder, name, kind, is_default, stamp FROM folder WHERE account=?1"
+#define GROUPWARE_FOLDER \
+    "SELECT folder, name, kind, is_default, stamp, token FROM folder WHERE account=?1"
 
 AccountRow accountOf(const SqliteStatement& row) {
-    return {row.integer(0), row.text(1), row.text(2),    row.text(3),   row.flag(4),
-            row.flag(5),    row.flag(6), row.integer(7), row.integer(8)};
+    return {row.integer(0), row.text(1), row.text(2),     row.text(3),
+            row.flag(4),    row.flag(5), row.flag(6),     row.integer(7),
+            row.integer(8), row.flag(9), row.integer(10), row.integer(11)};
 }
 
 FolderRow folderOf(int64_t account, const SqliteStatement& row) {
+    const int64_t kind = row.integer(2);
+    if (kind < int64_t{1} || kind > int64_t{3}) {
+        throw DatabaseError("the folder " + row.text(1) + " is of an unknown kind", false);
+    }
     return {{account, row.integer(0)},
             row.text(1),
-            static_cast<ItemKind>(row.integer(2)),
+            static_cast<ItemKind>(kind),
             row.flag(3),
-            row.integer(4)};
+            row.integer(4),
+            row.isNull(5) ? std::nullopt : std::optional(row.text(5))};
 }
 
 #define GROUPWARE_GRANT                                                              \
@@ -40,6 +51,12 @@ std::vector<GrantRow> allGrants(SqliteStatement& query) {
                         static_cast<uint32_t>(query.integer(4))});
     }
     return rows;
+}
+
+std::vector<std::string> textsOf(SqliteStatement& query) {
+    std::vector<std::string> texts;
+    while (query.step()) texts.push_back(query.text(0));
+    return texts;
 }
 
 std::optional<AccountRow> oneAccount(SqliteStatement& query) {
@@ -77,10 +94,7 @@ std::string question(const char* name, const Parts&... parts) {
 
 void SqliteDatabase::prepare(bool create) {
     if (!hasNewestSchema(writing_.connection())) {
-        const auto lock = platform::FileLock::acquire(writing_.lockPath());
-        if (!lock) {
-            throw DatabaseError("cannot lock " + platform::nativePath(writing_.lockPath()), false);
-        }
+        const auto lock = lockBetweenProcesses(writing_.lockPath());
         upgradeSchema(writing_.connection(), create);
     }
     answers_ = std::make_unique<AnswerCache>(path_);
@@ -90,9 +104,7 @@ std::vector<std::string> SqliteDatabase::domains() {
     return answers_->answer("domains", [&] {
         const auto reader = readers_.take();
         auto query = reader->statement("SELECT name FROM domain ORDER BY name");
-        std::vector<std::string> names;
-        while (query.step()) names.push_back(query.text(0));
-        return names;
+        return textsOf(query);
     });
 }
 
@@ -128,6 +140,12 @@ std::vector<AccountRow> SqliteDatabase::accounts() {
     std::vector<AccountRow> rows;
     while (query.step()) rows.push_back(accountOf(query));
     return rows;
+}
+
+std::vector<std::string> SqliteDatabase::aliases(int64_t account) {
+    const auto reader = readers_.take();
+    auto query = reader->statement("SELECT address FROM alias WHERE account=?1 ORDER BY address");
+    return textsOf(query.bind(account));
 }
 
 int64_t SqliteDatabase::accountVersion(int64_t id) {
@@ -194,6 +212,13 @@ size_t SqliteDatabase::itemCount(FolderKey folder) {
     const auto reader = readers_.take();
     auto query = reader->statement("SELECT count(*) FROM item WHERE account=?1 AND folder=?2");
     query.bind(folder.account, folder.folder).step();
+    return static_cast<size_t>(query.integer(0));
+}
+
+size_t SqliteDatabase::itemCount() {
+    const auto reader = readers_.take();
+    auto query = reader->statement("SELECT count(*) FROM item");
+    query.step();
     return static_cast<size_t>(query.integer(0));
 }
 
@@ -285,6 +310,15 @@ std::unique_ptr<WriteTransaction> SqliteDatabase::begin() {
 
 std::unique_ptr<WriteTransaction> SqliteDatabase::beginGrouped() {
     return std::make_unique<SqliteWriter>(writing_, false);
+}
+
+std::vector<DatabaseFault> SqliteDatabase::faults() {
+    const auto reader = readers_.take();
+    return faultsIn(*reader);
+}
+
+std::unique_ptr<DatabaseSnapshot> SqliteDatabase::snapshot() {
+    return std::make_unique<SqliteSnapshot>(path_);
 }
 
 std::unique_ptr<Database> openSqliteDatabase(std::string_view path, bool create, Clock clock) {

@@ -21,6 +21,7 @@ class SqliteDatabase : public Database {
     std::optional<AccountRow> accountById(int64_t id) override;
     std::optional<AccountRow> accountByAlias(std::string_view address) override;
     std::vector<AccountRow> accounts() override;
+    std::vector<std::string> aliases(int64_t account) override;
     int64_t accountVersion(int64_t id) override;
 
     std::vector<FolderRow> folders(int64_t account) override;
@@ -32,6 +33,7 @@ class SqliteDatabase : public Database {
     uint32_t grantedRights(FolderKey folder, int64_t grantee) override;
 
     size_t itemCount(FolderKey folder) override;
+    size_t itemCount() override;
     std::vector<ItemRow> items(FolderKey folder) override;
     void itemsInSpan(FolderKey folder, int64_t fromMs, int64_t toMs,
                      const std::function<void(StoredItem&&)>& each) override;
@@ -44,6 +46,9 @@ class SqliteDatabase : public Database {
 
     std::unique_ptr<WriteTransaction> begin() override;
     std::unique_ptr<WriteTransaction> beginGrouped() override;
+
+    std::vector<DatabaseFault> faults() override;
+    std::unique_ptr<DatabaseSnapshot> snapshot() override;
 
   private:
     std::string path_;

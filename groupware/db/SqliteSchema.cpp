@@ -103,8 +103,16 @@ DROP INDEX item_listing;
 DROP INDEX item_span;
 )";
 
+// A folder whose token is NULL has it, if any, in its class file alone, as all had before.
+constexpr const char* kAccountSettings = R"(
+ALTER TABLE account ADD COLUMN publishes_busy_time INTEGER NOT NULL DEFAULT 1;
+ALTER TABLE account ADD COLUMN password_set INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE account ADD COLUMN password_days INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE folder ADD COLUMN token TEXT;
+)";
+
 // Step n leads from version n to version n + 1; version 0 is an empty database.
-constexpr const char* kSteps[] = {kFirstSchema, kGrants, kChanges};
+constexpr const char* kSteps[] = {kFirstSchema, kGrants, kChanges, kAccountSettings};
 constexpr int64_t kNewest = std::size(kSteps);
 
 int64_t schemaVersion(SqliteConnection& connection) {

@@ -1,5 +1,6 @@
 #include "groupware/db/SqliteWriter.h"
 
+#include "groupware/db/SqliteFaults.h"
 #include "groupware/db/SqliteRows.h"
 
 namespace groupware {
@@ -20,10 +21,11 @@ void SqliteWriter::addDomain(std::string_view domain) {
 int64_t SqliteWriter::addAccount(const AccountRow& account) {
     auto query = database_.statement(
         "INSERT INTO account(address, full_name, password_hash, disabled, frozen,"
-        " must_change_password, password_expires) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)"
-        " RETURNING id");
+        " must_change_password, password_expires, publishes_busy_time, password_set,"
+        " password_days) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10) RETURNING id");
     query.bind(account.address, account.fullName, account.passwordHash, account.disabled,
-               account.frozen, account.mustChangePassword, account.passwordExpiresMs);
+               account.frozen, account.mustChangePassword, account.passwordExpiresMs,
+               account.publishesBusyTime, account.passwordSetMs, account.passwordDays);
     query.step();
     const int64_t id = query.integer(0);
     query.run();
@@ -34,9 +36,11 @@ void SqliteWriter::updateAccount(const AccountRow& account) {
     database_
         .statement(
             "UPDATE account SET address=?2, full_name=?3, password_hash=?4, disabled=?5,"
-            " frozen=?6, must_change_password=?7, password_expires=?8 WHERE id=?1")
+            " frozen=?6, must_change_password=?7, password_expires=?8, publishes_busy_time=?9,"
+            " password_set=?10, password_days=?11 WHERE id=?1")
         .bind(account.id, account.address, account.fullName, account.passwordHash, account.disabled,
-              account.frozen, account.mustChangePassword, account.passwordExpiresMs)
+              account.frozen, account.mustChangePassword, account.passwordExpiresMs,
+              account.publishesBusyTime, account.passwordSetMs, account.passwordDays)
         .run();
 }
 
@@ -70,6 +74,27 @@ FolderKey SqliteWriter::addFolder(int64_t account, std::string_view name, ItemKi
         .run();
     changedAccounts_.insert(account);
     return key;
+}
+
+void SqliteWriter::renameFolder(FolderKey folder, std::string_view name) {
+    database_.statement("UPDATE folder SET name=?3 WHERE account=?1 AND folder=?2")
+        .bind(folder.account, folder.folder, name)
+        .run();
+    changedAccounts_.insert(folder.account);
+}
+
+void SqliteWriter::removeFolder(FolderKey folder) {
+    database_.statement("DELETE FROM folder WHERE account=?1 AND folder=?2")
+        .bind(folder.account, folder.folder)
+        .run();
+    changedAccounts_.insert(folder.account);
+}
+
+void SqliteWriter::setToken(FolderKey folder, std::string_view token) {
+    database_.statement("UPDATE folder SET token=?3 WHERE account=?1 AND folder=?2")
+        .bind(folder.account, folder.folder, token)
+        .run();
+    changedAccounts_.insert(folder.account);
 }
 
 void SqliteWriter::setGrant(FolderKey folder, int64_t grantee, uint32_t rights) {
@@ -152,6 +177,10 @@ std::optional<StoredItem> SqliteWriter::item(FolderKey folder, int64_t number) {
     auto query = database_.statement(kItemByNumber);
     if (!query.bind(folder.account, folder.folder, number).step()) return std::nullopt;
     return storedItemOf(query);
+}
+
+void SqliteWriter::mendFaults() {
+    mendFaultsIn(database_);
 }
 
 void SqliteWriter::commit() {

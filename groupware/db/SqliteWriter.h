@@ -23,6 +23,9 @@ class SqliteWriter : public WriteTransaction {
     void removeAlias(std::string_view alias) override;
     FolderKey addFolder(int64_t account, std::string_view name, ItemKind kind,
                         bool isDefault) override;
+    void renameFolder(FolderKey folder, std::string_view name) override;
+    void removeFolder(FolderKey folder) override;
+    void setToken(FolderKey folder, std::string_view token) override;
     void setGrant(FolderKey folder, int64_t grantee, uint32_t rights) override;
     bool removeGrant(FolderKey folder, int64_t grantee) override;
 
@@ -33,6 +36,8 @@ class SqliteWriter : public WriteTransaction {
 
     std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) override;
     std::optional<StoredItem> item(FolderKey folder, int64_t number) override;
+
+    void mendFaults() override;
 
     void commit() override;
 

@@ -2,6 +2,8 @@
 
 #include <chrono>
 
+#include "groupware/db/ProcessLock.h"
+
 namespace groupware {
 
 namespace {
@@ -38,8 +40,7 @@ void SqliteWriting::enter(bool alone) {
 }
 
 void SqliteWriting::open() {
-    auto lock = platform::FileLock::acquire(lockPath_);
-    if (!lock) throw DatabaseError("cannot lock " + platform::nativePath(lockPath_), false);
+    auto lock = lockBetweenProcesses(lockPath_);
     connection_.statement("BEGIN IMMEDIATE").run();
     lock_ = std::move(lock);
     batch_ = std::make_shared<CommitBatch>();

@@ -3,27 +3,13 @@
 #include <array>
 #include <cstdint>
 
-#include "platform/Files.h"
-#include "platform/PrivateProfile.h"
+#include "groupware/engine/Folders.h"
+#include "groupware/engine/MirrorTree.h"
 #include "platform/Random.h"
 
 namespace groupware {
 
 namespace {
-
-constexpr const char* kSection = "WebDAV";
-constexpr const char* kKey = "ReadonlyAccessToken";
-constexpr size_t kMostTokenBytes = 2047;
-
-/// The directory and the file in it exist afterwards.
-std::string fileOf(Engine& engine, const AccountRow& owner, const FolderRow& folder) {
-    engine.refreshMirror(owner.id);
-    return engine.folderDirectory(owner, folder) + "\\hiwater.mrk";
-}
-
-std::string tokenIn(const std::string& file) {
-    return platform::readProfileText(file, kSection, kKey, "", kMostTokenBytes + 1);
-}
 
 std::string newToken() {
     constexpr std::string_view kDigits = "0123456789abcdef";
@@ -37,35 +23,39 @@ std::string newToken() {
     return token;
 }
 
-Problem cannotWrite(const std::string& file) {
-    return "cannot write " + platform::nativePath(file);
+void store(Engine& engine, WriteTransaction& change, FolderKey folder, std::string_view token) {
+    change.setToken(folder, token);
+    change.commit();
+    engine.refreshMirror(folder.account);
 }
 
 }  // namespace
 
 std::string accessToken(Engine& engine, const AccountRow& owner, const FolderRow& folder) {
-    return tokenIn(fileOf(engine, owner, folder));
+    return folder.token ? *folder.token : tokenIn(engine.folderDirectory(owner, folder));
 }
 
-Problem makeAccessToken(Engine& engine, const AccountRow& owner, const FolderRow& folder) {
-    const std::string file = fileOf(engine, owner, folder);
+Problem makeAccessToken(Engine& engine, const AccountRow& owner, std::string_view folder,
+                        std::string& token) {
     // Of two tokens made at once the first would be void as soon as it is told.
-    const auto turn = engine.database().begin();
-    if (!tokenIn(file).empty()) return std::nullopt;
-    // A file that the writing itself made would be readable for others.
-    if (!platform::fileExists(file) ||
-        !platform::writeProfileText(file, kSection, kKey, newToken())) {
-        return cannotWrite(file);
-    }
+    const auto change = engine.database().begin();
+    const auto row = engine.database().folder(owner.id, folder);
+    if (!row) return noFolder(owner, folder);
+    token = accessToken(engine, owner, *row);
+    if (!token.empty()) return std::nullopt;
+    token = newToken();
+    store(engine, *change, row->key, token);
     return std::nullopt;
 }
 
-Problem removeAccessToken(Engine& engine, const AccountRow& owner, const FolderRow& folder) {
-    const std::string file = fileOf(engine, owner, folder);
-    if (tokenIn(file).empty()) {
-        return owner.address + "'s folder " + quoted(folder.name) + " has no access token";
+Problem removeAccessToken(Engine& engine, const AccountRow& owner, std::string_view folder) {
+    const auto change = engine.database().begin();
+    const auto row = engine.database().folder(owner.id, folder);
+    if (!row) return noFolder(owner, folder);
+    if (accessToken(engine, owner, *row).empty()) {
+        return owner.address + "'s folder " + quoted(row->name) + " has no access token";
     }
-    if (!platform::removeProfileKey(file, kSection, kKey)) return cannotWrite(file);
+    store(engine, *change, row->key, "");
     return std::nullopt;
 }
 

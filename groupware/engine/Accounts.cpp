@@ -9,6 +9,7 @@
 #include "groupware/engine/Names.h"
 #include "groupware/engine/PasswordChecker.h"
 #include "platform/Files.h"
+#include "platform/LocalTime.h"
 #include "platform/PrivateProfile.h"
 
 namespace groupware {
@@ -53,6 +54,14 @@ Problem problemOfNewAddress(Engine& engine, const std::string& address) {
     return std::nullopt;
 }
 
+/// 0 for never.
+int64_t expiryOf(const AccountRow& account) {
+    constexpr int64_t kDayMs = 86'400'000;
+    if (account.passwordDays == 0) return 0;
+    const int64_t from = account.passwordSetMs == 0 ? platform::nowUtcMs() : account.passwordSetMs;
+    return from + account.passwordDays * kDayMs;
+}
+
 bool removeTree(const std::string& directory) {
     return !platform::directoryExists(directory) || platform::removeDirectoryTree(directory);
 }
@@ -61,7 +70,7 @@ bool removeTree(const std::string& directory) {
 template <typename Change>
 Problem changeAccount(Engine& engine, std::string_view address, Change change) {
     const auto transaction = engine.database().begin();
-    auto account = engine.database().account(lowerAscii(address));
+    auto account = engine.findAccount(address);
     if (!account) return noAccount(address);
     change(*account);
     transaction->updateAccount(*account);
@@ -99,6 +108,7 @@ Problem addUser(Engine& engine, std::string_view address, std::string_view fullN
     }
     if (auto problem = problemOfPassword(password)) return problem;
     account.passwordHash = engine.passwords().hash(password);
+    account.passwordSetMs = platform::nowUtcMs();
 
     const auto transaction = engine.database().begin();
     if (auto problem = problemOfNewAddress(engine, account.address)) return problem;
@@ -122,7 +132,7 @@ Problem addUser(Engine& engine, std::string_view address, std::string_view fullN
 
 Problem removeUser(Engine& engine, std::string_view address) {
     const auto transaction = engine.database().begin();
-    const auto account = engine.database().account(lowerAscii(address));
+    const auto account = engine.findAccount(address);
     if (!account) return noAccount(address);
     transaction->removeAccount(account->id);
     transaction->commit();
@@ -139,7 +149,15 @@ Problem setPassword(Engine& engine, std::string_view address, std::string_view p
     return changeAccount(engine, address, [&](AccountRow& account) {
         account.passwordHash = hash;
         account.mustChangePassword = false;
-        account.passwordExpiresMs = 0;
+        account.passwordSetMs = platform::nowUtcMs();
+        account.passwordExpiresMs = expiryOf(account);
+    });
+}
+
+Problem setPasswordDays(Engine& engine, std::string_view address, int64_t days) {
+    return changeAccount(engine, address, [&](AccountRow& account) {
+        account.passwordDays = days;
+        account.passwordExpiresMs = expiryOf(account);
     });
 }
 
@@ -155,6 +173,9 @@ Problem setUserFlag(Engine& engine, std::string_view address, UserFlag flag, boo
             case UserFlag::kMustChangePassword:
                 account.mustChangePassword = on;
                 break;
+            case UserFlag::kPublishesBusyTime:
+                account.publishesBusyTime = on;
+                break;
         }
     });
 }
@@ -162,7 +183,7 @@ Problem setUserFlag(Engine& engine, std::string_view address, UserFlag flag, boo
 Problem addAlias(Engine& engine, std::string_view address, std::string_view alias) {
     const std::string name = lowerAscii(alias);
     const auto transaction = engine.database().begin();
-    const auto account = engine.database().account(lowerAscii(address));
+    const auto account = engine.findAccount(address);
     if (!account) return noAccount(address);
     if (auto problem = problemOfNewAddress(engine, name)) return problem;
     transaction->addAlias(name, account->id);
@@ -173,7 +194,7 @@ Problem addAlias(Engine& engine, std::string_view address, std::string_view alia
 Problem removeAlias(Engine& engine, std::string_view address, std::string_view alias) {
     const std::string name = lowerAscii(alias);
     const auto transaction = engine.database().begin();
-    const auto account = engine.database().account(lowerAscii(address));
+    const auto account = engine.findAccount(address);
     if (!account) return noAccount(address);
     const auto owner = engine.database().accountByAlias(name);
     if (!owner || owner->id != account->id || name == account->address) {

@@ -109,6 +109,14 @@ std::string Engine::publicDirectory() const {
     return set.empty() ? paths_.publicFolders : std::string(withoutClosingBackslash(set));
 }
 
+std::vector<std::string> Engine::mirrorDifferences(const AccountRow& account) {
+    return mirror_->differences(account.id, mailDirectory(account));
+}
+
+std::optional<AccountRow> Engine::findAccount(std::string_view address) {
+    return database_->accountByAlias(lowerAscii(address));
+}
+
 std::string Engine::mailDirectory(const AccountRow& account) const {
     if (account.id == kPublicAccount) return publicDirectory() + "\\";
     const auto [mailbox, domain] = addressParts(account.address);

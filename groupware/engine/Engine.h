@@ -60,6 +60,12 @@ class Engine {
 
     /// The directory of the public folders by the main settings, without a closing backslash.
     std::string publicDirectory() const;
+    /// How they differ from what they are to be, in words; looks at all of them.
+    std::vector<std::string> mirrorDifferences(const AccountRow& account);
+
+    /// The account of that address or alias, in any case of letters.
+    std::optional<AccountRow> findAccount(std::string_view address);
+
     /// The account's directory, with a closing backslash.
     std::string mailDirectory(const AccountRow& account) const;
     /// The directory of a folder, without a closing backslash.

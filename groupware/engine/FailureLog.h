@@ -5,28 +5,31 @@
 #pragma once
 
 #include <chrono>
+#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
 
 namespace groupware {
 
-/// Chooses the failures that are told: each kind when it comes up, none too often.
+/// Chooses the failures that are told: each when it comes up, none too often.
 class FailureLog {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// The line to write; empty within a second of the last one, and for the same failure as the
-    /// last within a minute.
+    /// The line to write; empty for a failure that was told within the last minute, and when
+    /// kMostInAMinute others were.
     std::string lineFor(std::string_view failure, Time now);
+
+    static constexpr size_t kMostInAMinute = 20;
 
   private:
     std::mutex lock_;
-    std::string last_;
-    Time lastTime_;
+    std::map<std::string, Time, std::less<>> told_;
 };
 
-/// Writes the line of the process's log, if there is one to write. Raises nothing.
-void tellFailure(std::string_view failure) noexcept;
+/// Writes the line of the process's log, if there is one to write; true when it did. Raises
+/// nothing.
+bool tellFailure(std::string_view failure) noexcept;
 
 }  // namespace groupware

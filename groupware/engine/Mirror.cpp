@@ -4,6 +4,7 @@
 #include <iterator>
 #include <set>
 
+#include "groupware/db/ProcessLock.h"
 #include "groupware/engine/MirrorTree.h"
 #include "groupware/engine/Names.h"
 
@@ -13,11 +14,7 @@ namespace {
 
 std::unique_ptr<platform::FileLock> lockTree(const std::string& root) {
     platform::createDirectories(root);
-    auto lock = platform::FileLock::acquire(root + "mirror.lock");
-    if (!lock) {
-        throw DatabaseError("cannot lock the directory " + platform::nativePath(root), false);
-    }
-    return lock;
+    return lockBetweenProcesses(root + "mirror.lock");
 }
 
 }  // namespace
@@ -49,6 +46,24 @@ void Mirror::follow(int64_t account, const RootOf& rootOf) {
     const StatePointer known = stateOf(account);
     if (known && known->version == database_.accountVersion(account)) return;
     refresh(account, rootOf);
+}
+
+std::vector<std::string> Mirror::differences(int64_t account, const std::string& root) {
+    const auto lock = lockTree(root);
+    std::vector<std::string> all;
+    if (account != kPublicAccount) all = accountDifferences(root);
+    std::set<std::string> expected;
+    for (const FolderRow& folder : database_.folders(account)) {
+        const std::string name = folderDirectoryName(folder.name);
+        expected.insert(lowerAscii(name));
+        for (const std::string& difference : folderDifferences(root + name, folder)) {
+            all.push_back(folder.name + ": " + difference);
+        }
+    }
+    for (const std::string& stranger : strangers(root, expected)) {
+        all.push_back(platform::nativePath(stranger) + " belongs to no folder");
+    }
+    return all;
 }
 
 Mirror::StatePointer Mirror::stateOf(int64_t account) {
@@ -96,10 +111,11 @@ std::optional<Mirror::Tree> Mirror::bringUpToDate(int64_t account, const State* 
         const auto before = known ? known->tree.find(name) : Tree::const_iterator();
         const bool isNew = !known || before == known->tree.end();
         folderSetChanged = folderSetChanged || isNew;
-        if (isNew || before->second.stampMs != folder.stampMs) {
+        if (isNew || before->second.stampMs != folder.stampMs ||
+            before->second.token != folder.token) {
             good = ensureFolder(root + name, folder) && good;
             const std::string marker = name + "\\" + markerName(folder.kind);
-            tree[name] = {folder.stampMs, marker, platform::fileStamp(root + marker)};
+            tree[name] = {folder.stampMs, folder.token, marker, platform::fileStamp(root + marker)};
         } else {
             tree[name] = before->second;
         }

@@ -18,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "groupware/db/Database.h"
 #include "platform/Files.h"
@@ -35,10 +36,14 @@ class Mirror {
     /// The same without a look at the files, for whoever was shown the way in a moment ago.
     void follow(int64_t account, const RootOf& rootOf);
 
+    /// How the tree differs from what refresh() would make it, in words.
+    std::vector<std::string> differences(int64_t account, const std::string& root);
+
   private:
     /// A folder as it stands on disk.
     struct Standing {
         int64_t stampMs = 0;
+        std::optional<std::string> token;
         std::string marker;  ///< its path below the root
         std::optional<platform::FileStamp> file;
     };

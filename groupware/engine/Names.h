@@ -13,6 +13,10 @@
 
 namespace groupware {
 
+/// The address books of allowed and of blocked senders.
+inline constexpr std::string_view kWhiteListName = "White List";
+inline constexpr std::string_view kBlackListName = "Black List";
+
 std::string lowerAscii(std::string_view text);
 bool equalsIgnoringCase(std::string_view left, std::string_view right);
 

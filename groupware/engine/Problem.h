@@ -16,7 +16,8 @@ inline std::string quoted(std::string_view text) {
 }
 
 inline std::string noAccount(std::string_view address) {
-    return "there is no account " + std::string(address);
+    return "there is no account " + std::string(address) +
+           "; \"cvadmin user list\" shows the accounts";
 }
 
 }  // namespace groupware

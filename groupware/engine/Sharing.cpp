@@ -1,5 +1,6 @@
 #include "groupware/engine/Sharing.h"
 
+#include "groupware/engine/Folders.h"
 #include "groupware/engine/Names.h"
 
 namespace groupware {
@@ -11,15 +12,6 @@ struct Grantee {
     int64_t account = kAnyone;
     std::string name{kAnyoneWord};
 };
-
-std::string noFolder(const AccountRow& owner, std::string_view folder) {
-    if (owner.id == kPublicAccount) {
-        return "there is no public folder " + quoted(folder) +
-               "; \"cvadmin public list\" shows the folders";
-    }
-    return owner.address + " has no folder " + quoted(folder) + "; \"cvadmin folder list " +
-           owner.address + "\" shows the folders";
-}
 
 std::string notGranted(const AccountRow& owner, const FolderRow& folder, const Grantee& grantee) {
     const std::string name = quoted(folder.name);
@@ -60,14 +52,10 @@ Problem take(Engine& engine, const std::optional<AccountRow>& owner, std::string
                         });
 }
 
-std::optional<AccountRow> findAccount(Engine& engine, std::string_view address) {
-    return engine.database().accountByAlias(lowerAscii(address));
-}
-
 /// Who may get rights in public folders.
 std::optional<Grantee> findGrantee(Engine& engine, std::string_view address) {
     if (equalsIgnoringCase(address, kAnyoneWord)) return Grantee();
-    const auto account = findAccount(engine, address);
+    const auto account = engine.findAccount(address);
     if (!account) return std::nullopt;
     return Grantee{account->id, account->address};
 }
@@ -76,9 +64,9 @@ std::optional<Grantee> findGrantee(Engine& engine, std::string_view address) {
 
 Problem shareFolder(Engine& engine, std::string_view owner, std::string_view folder,
                     std::string_view grantee, uint32_t rights) {
-    const auto account = findAccount(engine, owner);
+    const auto account = engine.findAccount(owner);
     if (!account) return noAccount(owner);
-    const auto person = findAccount(engine, grantee);
+    const auto person = engine.findAccount(grantee);
     if (!person) return noAccount(grantee);
     if (person->id == account->id) {
         return account->address + " owns the folder, and so has all rights in it";
@@ -88,9 +76,9 @@ Problem shareFolder(Engine& engine, std::string_view owner, std::string_view fol
 
 Problem unshareFolder(Engine& engine, std::string_view owner, std::string_view folder,
                       std::string_view grantee) {
-    const auto account = findAccount(engine, owner);
+    const auto account = engine.findAccount(owner);
     if (!account) return noAccount(owner);
-    const auto person = findAccount(engine, grantee);
+    const auto person = engine.findAccount(grantee);
     if (!person) return noAccount(grantee);
     return take(engine, account, folder, {person->id, person->address});
 }

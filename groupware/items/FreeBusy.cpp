@@ -155,6 +155,7 @@ int32_t freeBusyReply(Engine& engine, const FreeBusyRequest& request, std::strin
     if (found == request.recipients.end()) return STORE_NOT_FOUND;
     const auto account = engine.database().accountByAlias(lowerAscii(recipient));
     if (!account) return STORE_NOT_LOCAL;
+    if (!account->publishesBusyTime) return STORE_NOT_PUBLISHING;
     const auto folder = engine.database().defaultFolder(account->id, ItemKind::kEvent);
     BusyTimes times;
     if (folder) times = busyTimes(engine.database(), folder->key, account->address, request.range);

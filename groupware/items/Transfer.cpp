@@ -135,9 +135,14 @@ ImportCounts importAtOnce(Engine& engine, const FolderRow& folder, std::string_v
     return Import(engine, folder, text).atOnce();
 }
 
-std::string exportFolder(Engine& engine, const FolderRow& folder) {
+std::string exportFolder(Engine& engine, const FolderRow& folder, const ProgressCall& progress) {
     FolderText text(folder.kind);
-    engine.database().eachItem(folder.key, [&](StoredItem&& item) { text.add(item.text); });
+    const size_t total = engine.database().itemCount(folder.key);
+    size_t done = 0;
+    engine.database().eachItem(folder.key, [&](StoredItem&& item) {
+        text.add(item.text);
+        if (progress) progress(++done, total);
+    });
     return text.whole();
 }
 

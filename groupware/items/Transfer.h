@@ -32,6 +32,7 @@ ImportCounts importAtOnce(Engine& engine, const FolderRow& folder, std::string_v
 /// The folder as one text: one VCALENDAR with each time zone once (further ones where items define
 /// a zone differently), or vCards one after another. Importing it into an empty folder gives the
 /// same items.
-std::string exportFolder(Engine& engine, const FolderRow& folder);
+std::string exportFolder(Engine& engine, const FolderRow& folder,
+                         const ProgressCall& progress = {});
 
 }  // namespace groupware

@@ -61,12 +61,11 @@ void MailSender::Work::wake(const std::shared_ptr<Work>& work) {
     const bool server = !MailSettings::read(work->options_.settingsFile).smtpHost.empty();
     const std::lock_guard guard(work->lock_);
     if (!server) {
-        if (!work->told_) {
+        if (work->told_) return;
+        work->told_ =
             tellFailure("messages wait in " + platform::nativePath(work->spool_.directory()) +
                         " for the mail server: there is no SmtpHost in section [Mail] of " +
                         platform::nativePath(work->options_.settingsFile));
-        }
-        work->told_ = true;
         return;
     }
     work->woken_ = true;

@@ -6,6 +6,7 @@
 #include "abi/StoreTypes.h"
 #include "groupware/engine/FailureLog.h"
 #include "groupware/engine/Names.h"
+#include "groupware/mail/KeptMessages.h"
 #include "groupware/mail/MailMessage.h"
 #include "groupware/mail/MailSender.h"
 #include "groupware/mail/ReplyText.h"
@@ -67,8 +68,10 @@ MailMessage messageOf(const AccountRow& attendee, const ReplyKind& kind, const R
 /// Into the account's directory, where its scheduling inbox finds messages. Names sort by age.
 void deliverHere(Engine& engine, const AccountRow& account, const MailMessage& message) {
     engine.refreshMirror(account.id);
-    const std::string path = engine.mailDirectory(account) + std::to_string(message.sentMs) + "-" +
-                             message.token + ".eml";
+    const std::string directory = engine.mailDirectory(account);
+    removeOldMessages(directory, message.sentMs);
+    const std::string path =
+        directory + std::to_string(message.sentMs) + "-" + message.token + ".eml";
     if (!platform::replaceFile(path, message.text(), 0640, true)) {
         tellFailure("cannot write the reply " + platform::nativePath(path));
     }

@@ -6,7 +6,9 @@
 
 #include "groupware/engine/Names.h"
 #include "groupware/ical/AsciiText.h"
+#include "groupware/mail/KeptMessages.h"
 #include "groupware/mail/MailMessage.h"
+#include "platform/LocalTime.h"
 
 namespace groupware {
 
@@ -64,8 +66,8 @@ bool Spool::empty() const {
     return entries().empty();
 }
 
-std::unique_ptr<platform::FileLock> Spool::tryLock() const {
-    return platform::FileLock::tryAcquire(directory_ + "\\spool.lock");
+std::unique_ptr<platform::FileLock> Spool::tryLock(std::chrono::milliseconds limit) const {
+    return platform::FileLock::acquire(directory_ + "\\" + kLockName, limit);
 }
 
 std::vector<SpoolEntry> Spool::entries() const {
@@ -100,6 +102,7 @@ bool Spool::putOff(const SpoolEntry& entry, int64_t dueMs) const {
 
 void Spool::giveUp(const SpoolEntry& entry, std::string_view reason) const {
     const std::string failed = directory_ + "\\failed";
+    removeOldMessages(failed, platform::nowUtcMs());
     std::string text = "X-Failure: " + headerText(reason) + "\r\n";
     text += platform::readFile(path(entry), kLongestMessage).value_or("");
     const bool kept = platform::createDirectories(failed) &&

@@ -6,6 +6,7 @@
 // adding needs no lock. Safe from every thread and process.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -50,8 +51,9 @@ class Spool {
     bool add(const Envelope& envelope, std::string_view message, int64_t nowMs) const;
     bool empty() const;
 
-    /// Null when another sender is at work.
-    std::unique_ptr<platform::FileLock> tryLock() const;
+    static constexpr const char* kLockName = "spool.lock";
+    /// Null when another sender is at work for longer than that.
+    std::unique_ptr<platform::FileLock> tryLock(std::chrono::milliseconds limit = {}) const;
     /// All, the one due first in front.
     std::vector<SpoolEntry> entries() const;
     /// Nothing when the file is gone or is no message.

@@ -33,6 +33,10 @@ void setLastError(uint32_t code) {
     errno = static_cast<int>(code);
 }
 
+bool isTimeout(uint32_t code) {
+    return code == ETIMEDOUT;
+}
+
 std::string describeError(uint32_t code) {
     const auto found = std::ranges::find(kDescriptions, code, &Description::code);
     if (found != kDescriptions.end()) return std::string(found->text);

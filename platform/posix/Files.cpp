@@ -83,6 +83,29 @@ bool linkFile(std::string_view target, std::string_view link) {
     return false;
 }
 
+NameKind kindOf(std::string_view path) {
+    struct stat status {};
+    if (::lstat(findPath(path).native.c_str(), &status) != 0) return NameKind::kNothing;
+    if (S_ISREG(status.st_mode)) return NameKind::kFile;
+    if (S_ISDIR(status.st_mode)) return NameKind::kDirectory;
+    return S_ISLNK(status.st_mode) ? NameKind::kLink : NameKind::kOther;
+}
+
+bool syncFileSystem(std::string_view path) {
+    const Descriptor file = openDescriptor(findPath(path).native, O_RDONLY);
+    return file.valid() && ::syncfs(file.get()) == 0;
+}
+
+bool isPrivateFile(std::string_view path) {
+    const FoundPath found = findPath(path);
+    return found.exists && (found.status.st_mode & 077) == 0;
+}
+
+bool makePrivate(std::string_view path) {
+    const FoundPath found = findPath(path);
+    return found.exists && ::chmod(found.native.c_str(), found.status.st_mode & 0700) == 0;
+}
+
 std::optional<DateTime> lastWriteTime(std::string_view path) {
     const FoundPath found = findPath(path);
     if (!found.exists) return std::nullopt;

@@ -48,7 +48,8 @@ bool tryToChange(std::string_view path, Change change) {
 /// file itself, which thus exists afterwards.
 template <typename Change>
 bool changeProfile(std::string_view path, Change change) {
-    const std::unique_ptr<FileLock> lock = FileLock::acquire(path);
+    constexpr std::chrono::seconds kLongestWait{15};
+    const std::unique_ptr<FileLock> lock = FileLock::acquire(path, kLongestWait);
     if (!lock) return false;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         if (tryToChange(path, change)) return true;

@@ -21,15 +21,15 @@ struct FreeText {
 };
 
 /// A file that is removed again unless it took its place.
-class NewFile {
+class TemporaryFile {
   public:
-    NewFile(std::string name, unsigned mode)
+    TemporaryFile(std::string name, unsigned mode)
         : name_(std::move(name)),
           file_(openDescriptor(name_, O_WRONLY | O_CREAT | O_EXCL, mode)),
           made_(file_.valid()) {}
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
-    ~NewFile() {
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
         if (!made_) return;
         const int cause = errno;
         ::unlink(name_.c_str());
@@ -37,15 +37,17 @@ class NewFile {
     }
 
     bool made() const { return made_; }
-    bool write(std::string_view bytes, unsigned mode, bool durable) {
-        return ::fchmod(file_.get(), static_cast<mode_t>(mode)) == 0 && writeAll(file_, bytes) &&
-               (!durable || ::fsync(file_.get()) == 0);
-    }
+    bool setMode(unsigned mode) { return ::fchmod(file_.get(), static_cast<mode_t>(mode)) == 0; }
+    bool write(std::string_view bytes) { return writeAll(file_, bytes); }
+    bool sync() { return ::fsync(file_.get()) == 0; }
     /// Keeps the owner where we may, so that an administrator's tool does not take a settings
     /// file away from the server.
     void giveTo(const struct stat& former) {
         if (former.st_uid == ::geteuid() && former.st_gid == ::getegid()) return;
         [[maybe_unused]] const int kept = ::fchown(file_.get(), former.st_uid, former.st_gid);
+    }
+    bool linkTo(const std::string& target) {
+        return file_.close() && ::link(name_.c_str(), target.c_str()) == 0;
     }
     bool moveTo(const std::string& target) {
         if (!file_.close() || std::rename(name_.c_str(), target.c_str()) != 0) return false;
@@ -72,6 +74,22 @@ bool syncDirectory(const std::string& native) {
     return directory.valid() && ::fsync(directory.get()) == 0;
 }
 
+class PosixNewFile final : public NewFile {
+  public:
+    PosixNewFile(const std::string& target, unsigned mode)
+        : target_(target), file_(temporaryNameBeside(target), mode) {}
+
+    bool made() const { return file_.made(); }
+    bool write(std::string_view bytes) override { return file_.write(bytes); }
+    bool place() override {
+        return file_.sync() && file_.linkTo(target_) && syncDirectory(nativeParent(target_));
+    }
+
+  private:
+    std::string target_;
+    TemporaryFile file_;
+};
+
 }  // namespace
 
 bool replaceFile(std::string_view path, std::string_view bytes, unsigned mode, bool durable,
@@ -79,16 +97,22 @@ bool replaceFile(std::string_view path, std::string_view bytes, unsigned mode, b
     const FoundPath found = findPath(path);
     if (found.native.empty()) return false;
     const std::string target = behindLinks(found.native);
-    NewFile file(temporaryNameBeside(target), mode);
+    TemporaryFile file(temporaryNameBeside(target), mode);
     if (!file.made()) return false;
     if (found.exists) file.giveTo(found.status);
-    if (!file.write(bytes, mode, durable)) return false;
+    if (!file.setMode(mode) || !file.write(bytes) || (durable && !file.sync())) return false;
     // Last of all, as writing takes its time.
     if (expected && fileStamp(target) != expected) {
         setLastError(kErrorFileChanged);
         return false;
     }
     return file.moveTo(target) && (!durable || syncDirectory(nativeParent(target)));
+}
+
+std::unique_ptr<NewFile> NewFile::make(std::string_view path, unsigned mode) {
+    auto file = std::make_unique<PosixNewFile>(findPath(path).native, mode);
+    if (!file->made()) return nullptr;
+    return file;
 }
 
 }  // namespace platform

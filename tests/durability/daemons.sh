@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the tests beside it: a data directory, daemons on it, and a client's requests.
 # They are called with BUILD-DIRECTORY (which holds bin and lib) and, for the long form, --long.
 

@@ -124,8 +124,11 @@ TEST(DataDirectoryTest, IsMadeOnceAndOnlyInFreePlaces) {
     EXPECT_TRUE(initDataDirectory(DataPaths::below(directory.path()), "example.test", libraries));
     EXPECT_TRUE(initDataDirectory(DataPaths::below(directory.path(std::string(120, 'l'))),
                                   "example.test", libraries));
-    // What fails half-way can be asked for again.
     EXPECT_TRUE(initDataDirectory(paths, "example.test", directory.path("nowhere")));
+    EXPECT_FALSE(platform::directoryExists(paths.root));
+    // What was broken off half-way can be asked for again.
+    platform::createDirectories(paths.root);
+    platform::replaceFile(paths.root + "\\registry.ini", "");
     EXPECT_THROW(Engine{paths}, DatabaseError);
     EXPECT_FALSE(initDataDirectory(paths, "Example.Test", libraries));
     EXPECT_TRUE(initDataDirectory(paths, "example.test", libraries));

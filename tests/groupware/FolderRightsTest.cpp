@@ -5,6 +5,7 @@
 
 #include "groupware/engine/AccessToken.h"
 #include "groupware/engine/FolderRights.h"
+#include "groupware/engine/MirrorTree.h"
 #include "groupware/engine/Sharing.h"
 #include "platform/PrivateProfile.h"
 #include "tests/groupware/StoreDirectory.h"
@@ -178,35 +179,46 @@ TEST_F(FolderRightsTest, ListsLeadIntoTreesThatAreUpToDate) {
     EXPECT_EQ(publicOnes(kBob), ":To do");
 }
 
-TEST_F(FolderRightsTest, TokensAreKeptFromOtherReaders) {
+TEST_F(FolderRightsTest, TokensAreKeptFromOtherReadersAndFollowTheirFolder) {
     const AccountRow alice = account(kAlice);
-    const FolderRow calendar = *engine_->database().folder(alice.id, "Calendar");
-    EXPECT_EQ(accessToken(*engine_, alice, calendar), "");
-    EXPECT_TRUE(removeAccessToken(*engine_, alice, calendar));
-    ASSERT_FALSE(makeAccessToken(*engine_, alice, calendar));
-    const std::string token = accessToken(*engine_, alice, calendar);
+    const FolderRow work = *engine_->database().folder(alice.id, "Work");
+    std::string token;
+    std::string again;
+    EXPECT_TRUE(removeAccessToken(*engine_, alice, "Work"));
+    ASSERT_FALSE(makeAccessToken(*engine_, alice, "Work", token));
     EXPECT_EQ(token.size(), 32U);
     EXPECT_EQ(token.find_first_not_of("0123456789abcdef"), std::string::npos);
-    ASSERT_FALSE(makeAccessToken(*engine_, alice, calendar));
-    EXPECT_EQ(accessToken(*engine_, alice, calendar), token);
+    ASSERT_FALSE(makeAccessToken(*engine_, alice, "work", again));
+    EXPECT_EQ(again, token);
 
-    const std::string file = engine_->folderDirectory(alice, calendar) + "\\hiwater.mrk";
-    const auto mode = [&] {
-        return std::filesystem::status(platform::nativePath(file)).permissions();
+    std::string directory = engine_->folderDirectory(alice, work);
+    const auto isKept = [&] {
+        return tokenIn(directory) == token && platform::isPrivateFile(directory + "\\hiwater.mrk");
     };
-    EXPECT_EQ(mode(), std::filesystem::perms(0600));
+    EXPECT_TRUE(isKept());
     // The mirror mends the folder's class, and leaves the token and the mode.
-    platform::writeProfileText(file, "GroupWare", "FolderClass", "IPF.Note");
+    platform::writeProfileText(directory + "\\hiwater.mrk", "GroupWare", "FolderClass", "IPF.Note");
+    EXPECT_EQ(store_.open()->mirrorDifferences(alice).size(), 1U);
     store_.open()->refreshMirror(alice.id);
-    EXPECT_EQ(platform::readProfileText(file, "GroupWare", "FolderClass", "", 64),
-              "IPF.Appointment");
-    EXPECT_EQ(accessToken(*engine_, alice, calendar), token);
-    EXPECT_EQ(mode(), std::filesystem::perms(0600));
+    EXPECT_TRUE(engine_->mirrorDifferences(alice).empty());
+    EXPECT_TRUE(isKept());
+    ASSERT_FALSE(renameFolder(*engine_, kAlice, "work", "Job/New"));
+    EXPECT_FALSE(platform::directoryExists(directory));
+    directory = engine_->mailDirectory(alice) + "Job.IMAP\\New.IMAP";
+    EXPECT_TRUE(isKept());
 
-    ASSERT_FALSE(removeAccessToken(*engine_, alice, calendar));
-    EXPECT_EQ(accessToken(*engine_, alice, calendar), "");
-    ASSERT_FALSE(makeAccessToken(*engine_, alice, calendar));
-    EXPECT_NE(accessToken(*engine_, alice, calendar), token);
+    ASSERT_FALSE(removeAccessToken(*engine_, alice, "Job/New"));
+    EXPECT_EQ(tokenIn(directory), "");
+    ASSERT_FALSE(makeAccessToken(*engine_, alice, "Job/New", again));
+    EXPECT_NE(again, token);
+
+    // One that stands in the class file alone holds, follows, and is revoked.
+    platform::writeProfileText(engine_->mailDirectory(alice) + "Tasks.IMAP\\hiwater.mrk", "WebDAV",
+                               "ReadonlyAccessToken", "by hand");
+    ASSERT_FALSE(renameFolder(*engine_, kAlice, "Tasks", "To do"));
+    EXPECT_EQ(tokenIn(engine_->mailDirectory(alice) + "To do.IMAP"), "by hand");
+    ASSERT_FALSE(removeAccessToken(*engine_, alice, "To do"));
+    EXPECT_EQ(tokenIn(engine_->mailDirectory(alice) + "To do.IMAP"), "");
 }
 
 }  // namespace

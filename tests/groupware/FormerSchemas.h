@@ -62,6 +62,34 @@ INSERT INTO account(id, address, full_name, password_hash, disabled, frozen,
 VALUES(0, '', '', '', 1, 0, 0, 0);
 )";
 
+inline constexpr const char* kSchemaVersion2 = R"(
+CREATE TABLE folder_grant(
+    account INTEGER NOT NULL,
+    folder INTEGER NOT NULL,
+    grantee INTEGER NOT NULL REFERENCES account(id) ON DELETE CASCADE,
+    rights INTEGER NOT NULL,
+    PRIMARY KEY(account, folder, grantee),
+    FOREIGN KEY(account, folder) REFERENCES folder(account, folder) ON DELETE CASCADE
+) WITHOUT ROWID;
+CREATE INDEX folder_grant_grantee ON folder_grant(grantee);
+)";
+
+inline constexpr const char* kSchemaVersion3 = R"(
+ALTER TABLE folder ADD COLUMN deletions INTEGER NOT NULL DEFAULT 0;
+CREATE TABLE deleted_item(
+    account INTEGER NOT NULL,
+    folder INTEGER NOT NULL,
+    slot INTEGER NOT NULL,
+    item INTEGER NOT NULL,
+    PRIMARY KEY(account, folder, slot),
+    FOREIGN KEY(account, folder) REFERENCES folder(account, folder) ON DELETE CASCADE
+) WITHOUT ROWID;
+CREATE INDEX item_changes ON item(account, folder, modified, item, uid, identifier, first_start,
+                                  last_end, exact);
+DROP INDEX item_listing;
+DROP INDEX item_span;
+)";
+
 inline constexpr const char* kContentsVersion1 = R"(
 INSERT INTO domain(name) VALUES('example.test');
 INSERT INTO account VALUES(1, 'alice@example.test', 'Alice', 'hash', 0, 0, 0, 0, 7, 1);
@@ -70,3 +98,5 @@ INSERT INTO alias VALUES('info@example.test', 1);
 INSERT INTO folder VALUES(1, 1, 'Calendar', 1, 1, 1700000000123, 3);
 INSERT INTO item VALUES(1, 1, 3, 1700000000122, 'uid', '', 0, 1, 1, 'BEGIN:VCALENDAR');
 )";
+
+inline constexpr const char* kContentsVersion2 = "INSERT INTO folder_grant VALUES(1, 1, 2, 2);";

@@ -261,13 +261,22 @@ TEST_F(ReplyMail, WaitsInTheSpoolUntilThereIsAServerThatTakesIt) {
 TEST_F(ReplyMail, PutsAsideWhatIsRefusedOrTooOld) {
     SmtpReceiver receiver({"451 later", "550 no"});  // the older one comes first
     const int64_t now = platform::nowUtcMs();
+    const std::string failed = spool_.directory() + "\\failed\\";
+    const std::string token = "-0-0-" + randomToken() + ".eml";
+    const std::string forgotten = std::to_string(now - int64_t{91} * 86'400'000);
+    platform::createDirectories(failed);
+    for (const std::string& name : {forgotten + token, forgotten + "-other.eml"}) {
+        platform::replaceFile(failed + name, "X-Failure: long ago\r\n");
+    }
     for (const int64_t created : {now, now - int64_t{100} * 3'600'000}) {
         ASSERT_TRUE(spool_.add({"a@x.test", "b@x.test"}, "Subject: x\r\n\r\n.\r\n", created));
     }
     auto mail = sender(receiver.port);
     mail.wake();
     EXPECT_TRUE(within10s([&] { return spool_.empty(); }));
-    EXPECT_EQ(messagesOf(spool_.directory() + "\\failed\\").size(), 2U);
+    EXPECT_EQ(messagesOf(failed).size(), 3U);
+    EXPECT_FALSE(platform::fileExists(failed + forgotten + token));
+    EXPECT_TRUE(platform::fileExists(failed + forgotten + "-other.eml"));
 }
 
 TEST_F(ReplyMail, EndsAtOnceWhileAServerKeepsSilent) {

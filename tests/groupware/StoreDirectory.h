@@ -30,6 +30,9 @@ class StoreDirectory {
     std::string native(const std::string& name) const {
         return directory_.native() + "/data/" + name;
     }
+    /// A name beside the data directory.
+    std::string beside(const std::string& name) const { return directory_.path(name); }
+    std::string libraries() const { return directory_.path("libraries"); }
     std::unique_ptr<groupware::Engine> open() const {
         return std::make_unique<groupware::Engine>(paths_);
     }

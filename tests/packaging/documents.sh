@@ -44,7 +44,7 @@ for option in $(_cvwebdav_words Options cvwebdavd | grep -o -- '--.*'); do
 done
 
 expect_offered 'init import' cvadmin --data x i
-expect_offered 'passwd' cvadmin --data user user pa
+expect_offered 'passwd password-age' cvadmin --data user user pa
 expect_offered 'add remove' cvadmin --data x user alias ''
 expect_offered 'calendar tasks contacts' cvadmin --data x folder add a@b --kind ''
 expect_offered '--json' cvadmin --data x user list --j

@@ -251,6 +251,41 @@ TEST_F(Files, LocksExcludeThreadsAndGoWithTheirProcess) {
     EXPECT_EQ(FileLock::acquire(at("none\\lock")), nullptr);
 }
 
+TEST_F(Files, WaitingForALockHasAnEnd) {
+    auto lock = FileLock::acquire(at("lock"));
+    for (const int limit : {0, 30}) {
+        EXPECT_EQ(FileLock::acquire(at("lock"), std::chrono::milliseconds(limit)), nullptr);
+        EXPECT_TRUE(isTimeout(lastError()));
+    }
+    std::thread giveBack([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        lock.reset();
+    });
+    EXPECT_NE(FileLock::acquire(at("lock"), std::chrono::minutes(1)), nullptr);
+    giveBack.join();
+}
+
+TEST_F(Files, NewOnesTakeTheirPlaceWholeOrNotAtAll) {
+    for (const bool placed : {false, true}) {
+        const auto file = NewFile::make(at("new"), 0600);
+        ASSERT_NE(file, nullptr);
+        EXPECT_TRUE(file->write("one ") && file->write("two"));
+        EXPECT_FALSE(fileExists(at("new")));
+        if (placed) {
+            EXPECT_TRUE(file->place());
+        }
+    }
+    EXPECT_EQ(names(), std::vector<std::string>{"new"});
+    EXPECT_EQ(readFile(at("new"), 100), "one two");
+    EXPECT_FALSE(NewFile::make(at("new"), 0600)->place());
+    EXPECT_EQ(NewFile::make(at("none\\new"), 0600), nullptr);
+    EXPECT_TRUE(isPrivateFile(at("new")));
+    ::chmod(nativePath(at("new")).c_str(), 0664);
+    EXPECT_FALSE(isPrivateFile(at("new")));
+    EXPECT_TRUE(makePrivate(at("new")));
+    EXPECT_EQ(modeOf(at("new")), 0600U);
+}
+
 TEST_F(Files, TellWhenTheyWereWritten) {
     ASSERT_TRUE(replaceFile(at("f"), ""));
     timespec times[2] = {{0, UTIME_NOW}, {1495202587, 123'999'999}};

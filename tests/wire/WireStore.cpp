@@ -51,6 +51,7 @@ UserFlag flagOf(const std::string& word) {
     if (word == "disabled") return UserFlag::kDisabled;
     if (word == "frozen") return UserFlag::kFrozen;
     if (word == "must-change") return UserFlag::kMustChangePassword;
+    if (word == "freebusy") return UserFlag::kPublishesBusyTime;
     throw WireError("no flag of an account: " + word);
 }
 
@@ -137,10 +138,9 @@ void WireStore::importText(const std::string& address, const std::string& name,
 }
 
 std::string WireStore::accessToken(const std::string& address, const std::string& name) {
-    const groupware::AccountRow owner = account(address);
-    const groupware::FolderRow row = folder(address, name);
-    require(groupware::makeAccessToken(*engine_, owner, row));
-    return groupware::accessToken(*engine_, owner, row);
+    std::string token;
+    require(groupware::makeAccessToken(*engine_, account(address), name, token));
+    return token;
 }
 
 bool WireStore::run(const Command& command) {
