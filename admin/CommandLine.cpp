@@ -51,6 +51,7 @@ constexpr TextArgument kTextArguments[] = {
     {kTakesServer, "--host", "The server's name; the domain itself when not given",
      &Arguments::host, false},
     {kTakesServer, "--port", "Its port for HTTPS (443)", &Arguments::port, false},
+    {kTakesAdmin, "--admin", "Where it listens: unix:PATH or ADDR:PORT", &Arguments::admin, false},
     {kTakesFile, "FILE", "The file; - for standard input", &Arguments::file, true},
 };
 

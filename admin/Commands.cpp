@@ -52,6 +52,8 @@ constexpr Command kCommands[] = {
      listPublicFolders},
     {"token", "Prints a folder's read-only token, making it first if there is none",
      kAddressAndFolder | kTakesRevoke | kTakesJson, manageToken},
+    {"status", "Shows what the running cvwebdavd of the directory is doing",
+     kTakesAdmin | kTakesJson, showStatus},
     {"import", "Adds the items of an iCalendar file to a folder", kAddressAndFolder | kTakesFile,
      importFile},
     {"export", "Writes a folder's items to standard output", kAddressAndFolder, exportToOutput},

@@ -25,6 +25,7 @@ struct Arguments {
     std::string rights;
     std::string host;
     std::string port = "443";
+    std::string admin;
     bool passwordFromInput = false;
     bool json = false;
     bool revoke = false;
@@ -51,6 +52,7 @@ enum Takes : unsigned {
     kTakesRevoke = 1U << 15U,
     kTakesPublicFolder = 1U << 16U,
     kTakesServer = 1U << 24U,
+    kTakesAdmin = 1U << 20U,
 };
 
 struct Command {
@@ -99,6 +101,8 @@ void addPublicFolder(Session& session, const Arguments& arguments);
 void grantPublicFolder(Session& session, const Arguments& arguments);
 void revokePublicFolder(Session& session, const Arguments& arguments);
 void listPublicFolders(Session& session, const Arguments& arguments);
+// CommandStatus.cpp
+void showStatus(Session& session, const Arguments& arguments);
 // CommandToken.cpp
 void manageToken(Session& session, const Arguments& arguments);
 // CommandTransfer.cpp
