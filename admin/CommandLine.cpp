@@ -53,6 +53,7 @@ constexpr TextArgument kTextArguments[] = {
     {kTakesServer, "--port", "Its port for HTTPS (443)", &Arguments::port, false},
     {kTakesNewName, "NEWNAME", "Its new name; may be a path", &Arguments::newName, true},
     {kTakesDays, "DAYS", "How many days a password is good, or never", &Arguments::days, true},
+    {kTakesAdmin, "--admin", "Where it listens: unix:PATH or ADDR:PORT", &Arguments::admin, false},
     {kTakesFile, "FILE", "The file; - for standard input", &Arguments::file, true},
     {kTakesOutputFile, "FILE", "The file; - for standard output, as without it", &Arguments::file,
      false},

@@ -63,6 +63,8 @@ constexpr Command kCommands[] = {
      kTakesPublicFolder | kTakesYes, removePublicFolder},
     {"token", "Prints a folder's read-only token, making it first if there is none",
      kAddressAndFolder | kTakesRevoke | kTakesJson, manageToken},
+    {"status", "Shows what the running cvwebdavd of the directory is doing",
+     kTakesAdmin | kTakesJson, showStatus},
     {"import", "Adds the items of an iCalendar or vCard file to a folder",
      kAddressAndFolder | kTakesFile, importFile},
     {"export", "Writes a folder's items as one iCalendar or vCard text",

@@ -30,6 +30,7 @@ struct Arguments {
     std::string port = "443";
     std::string newName;
     std::string days;
+    std::string admin;
     bool passwordFromInput = false;
     bool json = false;
     bool revoke = false;
@@ -65,6 +66,7 @@ enum Takes : unsigned {
     kTakesNewFile = 1U << 22U,
     kTakesBackup = 1U << 23U,
     kTakesServer = 1U << 24U,
+    kTakesAdmin = 1U << 25U,
 };
 
 struct Command {
@@ -121,6 +123,8 @@ void addPublicFolder(Session& session, const Arguments& arguments);
 void grantPublicFolder(Session& session, const Arguments& arguments);
 void revokePublicFolder(Session& session, const Arguments& arguments);
 void listPublicFolders(Session& session, const Arguments& arguments);
+// CommandStatus.cpp
+void showStatus(Session& session, const Arguments& arguments);
 // CommandToken.cpp
 void manageToken(Session& session, const Arguments& arguments);
 // CommandTransfer.cpp

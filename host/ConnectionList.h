@@ -10,8 +10,6 @@ namespace host {
 class Connection {
   public:
     virtual ~Connection() = default;
-    /// Closes the connection when nothing of a request has arrived on it yet.
-    virtual void closeIfIdle() = 0;
     virtual void close() = 0;
 
   private:
@@ -38,8 +36,9 @@ class ConnectionList {
     }
     size_t size() const { return size_; }
 
-    void closeIdle() {
-        for (Connection* connection : waiting_) connection->closeIfIdle();
+    /// Closes those that no whole head has come on.
+    void closeWaiting() {
+        for (Connection* connection : waiting_) connection->close();
     }
     /// Makes room by closing the one that has waited longest; false when none waits.
     bool closeOldest() {

@@ -1,27 +1,26 @@
 #include "host/Exchange.h"
 
-#include <charconv>
+#include "host/HostAnswer.h"
 
 namespace host {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr unsigned kUnauthorized = 401;
 constexpr unsigned kFirstRefusal = 400;
-
-/// Of "HTTP/1.1 200 OK..."; 0 when there is no answer.
-unsigned statusOf(std::string_view answerHead) {
-    constexpr size_t kStart = 9;
-    constexpr size_t kDigits = 3;
-    unsigned status = 0;
-    if (answerHead.size() >= kStart + kDigits) {
-        std::from_chars(answerHead.data() + kStart, answerHead.data() + kStart + kDigits, status);
-    }
-    return status;
-}
+/// What a request takes anyhow; the number of connections bounds the sum.
+constexpr size_t kSmallBody = 64 * 1024;
 
 }  // namespace
+
+Exchange::Exchange(ConnectionInfo connection, SessionServices& services)
+    : services_(services), memory_(services.memory) {
+    request_.connection = std::move(connection);
+}
+
+void Exchange::headIsWhole() {
+    began_ = Clock::now();
+    services_.proxies.apply(request_);
+}
 
 PenaltyBox::Verdict Exchange::judgeLogin() {
     attempt_ = loginAttemptOf(request_);
@@ -32,14 +31,38 @@ PenaltyBox::Verdict Exchange::judgeLogin() {
     return services_.penalties.judge(suspect_, Clock::now());
 }
 
-void Exchange::extensionAnswers(std::string_view answerHead) {
-    const unsigned status = statusOf(answerHead);
-    if (!attempt_ || status == 0) return;
-    if (status == kUnauthorized) {
+bool Exchange::hasRoom() const {
+    return services_.memory.hasRoom() && services_.pool.hasRoom();
+}
+
+bool Exchange::holdBody(size_t size) {
+    bodyBytes_ = size;
+    memory_.resize(size);
+    return size <= kSmallBody || services_.memory.hasRoomForBody();
+}
+
+void Exchange::extensionAnswers(std::string_view head, std::string_view body) {
+    memory_.resize(head.size() + body.size());
+    answers(head);
+    if (!attempt_ || status_ == 0) return;
+    if (status_ == kUnauthorized) {
         services_.penalties.failed(suspect_, Clock::now());
-    } else if (status < kFirstRefusal && attempt_->provesLogin) {
+    } else if (status_ < kFirstRefusal && attempt_->provesLogin) {
         services_.penalties.succeeded(suspect_, Clock::now());
     }
+}
+
+void Exchange::answers(std::string_view head) {
+    status_ = statusOf(head);
+    if (began_) took_ = Clock::now() - *began_;
+}
+
+void Exchange::isOver() {
+    memory_.resize(0);
+    RequestRecord record{request_, {}, status_, bodyBytes_, sentBytes_, {}};
+    if (attempt_) record.login = attempt_->login;
+    record.took = std::chrono::duration_cast<std::chrono::microseconds>(took_);
+    services_.watch.finished(record);
 }
 
 }  // namespace host

@@ -1,5 +1,5 @@
 // One request and its answer as the server accounts for them: who really asks, what failed logins
-// cost, what was answered.
+// cost, how much memory it takes, what became of it.
 //
 // Owned by a session and used on the event loop; the session does the reading and writing.
 #pragma once
@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "host/LoginAttempt.h"
+#include "host/MemoryBudget.h"
 #include "host/PenaltyBox.h"
 #include "host/Request.h"
 #include "host/SessionServices.h"
@@ -17,25 +18,41 @@ namespace host {
 
 class Exchange {
   public:
-    Exchange(ConnectionInfo connection, SessionServices& services) : services_(services) {
-        request_.connection = std::move(connection);
-    }
+    Exchange(ConnectionInfo connection, SessionServices& services);
 
     Request& request() { return request_; }
     const Request& request() const { return request_; }
 
-    /// To be told when the request's head is whole.
-    void headIsWhole() { services_.proxies.apply(request_); }
+    /// To be told when the request's head is whole, and when all of it is.
+    void headIsWhole();
+    void isWhole() { began_ = Clock::now(); }
     /// What a request with credentials has to suffer for those that failed before.
     PenaltyBox::Verdict judgeLogin();
-    /// To be told what the extension answers.
-    void extensionAnswers(std::string_view answerHead);
+    /// False when nothing more can be taken on now.
+    bool hasRoom() const;
+    /// To be told how much of the body there is; false when that is too much for now.
+    bool holdBody(size_t size);
+    /// To be told what the extension answers, instead of the body from then on.
+    void extensionAnswers(std::string_view head, std::string_view body);
+    /// To be told what is about to be sent, and how much of it has been.
+    void answers(std::string_view head);
+    void sent(size_t bytes) { sentBytes_ += bytes; }
+    /// To be told when a request that had arrived is over, however it ended.
+    void isOver();
 
   private:
+    using Clock = std::chrono::steady_clock;
+
     SessionServices& services_;
     Request request_;
     std::optional<LoginAttempt> attempt_;
     PenaltyBox::Suspect suspect_;
+    MemoryBudget::Share memory_;
+    std::optional<Clock::time_point> began_;  ///< the work on it; nothing while it is still coming
+    Clock::duration took_{0};
+    unsigned status_ = 0;
+    uint64_t bodyBytes_ = 0;
+    uint64_t sentBytes_ = 0;
 };
 
 }  // namespace host

@@ -1,6 +1,7 @@
 #include "host/HostAnswer.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iterator>
 #include <utility>
 
@@ -14,6 +15,7 @@ struct StatusRow {
 };
 
 constexpr StatusRow kStatuses[] = {
+    {200, "OK", ""},
     {308, "Permanent Redirect", "This is to be found at another address."},
     {400, "Bad Request", "The request is malformed."},
     {404, "Not Found", "There is nothing at this address."},
@@ -29,6 +31,9 @@ constexpr StatusRow kStatuses[] = {
     {505, "HTTP Version Not Supported", "This server speaks HTTP/1.1 and HTTP/1.0."},
 };
 
+constexpr size_t kBadRequestRow = 2;
+static_assert(kStatuses[kBadRequestRow].status == 400);
+
 constexpr std::string_view kPlainText = "text/plain; charset=utf-8";
 
 HostAnswer finished(std::string head, std::string_view contentType, std::string body) {
@@ -37,13 +42,20 @@ HostAnswer finished(std::string head, std::string_view contentType, std::string 
     return {std::move(head), std::move(body)};
 }
 
-HostAnswer shortAnswer(unsigned status, std::string_view headerLines) {
+const StatusRow& rowOf(unsigned status) {
     const StatusRow* row = std::ranges::find(kStatuses, status, &StatusRow::status);
-    if (row == std::end(kStatuses)) row = std::ranges::find(kStatuses, 400U, &StatusRow::status);
-    std::string head = "HTTP/1.1 ";
-    head.append(std::to_string(row->status)).append(" ").append(row->phrase).append("\r\n");
-    head.append(headerLines);
-    return finished(std::move(head), kPlainText, std::string(row->text).append("\n"));
+    return row == std::end(kStatuses) ? kStatuses[kBadRequestRow] : *row;
+}
+
+std::string firstLine(const StatusRow& row) {
+    std::string line = "HTTP/1.1 ";
+    return line.append(std::to_string(row.status)).append(" ").append(row.phrase).append("\r\n");
+}
+
+HostAnswer shortAnswer(unsigned status, std::string_view headerLines) {
+    const StatusRow& row = rowOf(status);
+    return finished(firstLine(row).append(headerLines), kPlainText,
+                    std::string(row.text).append("\n"));
 }
 
 }  // namespace
@@ -52,18 +64,26 @@ HostAnswer makeHostAnswer(unsigned status, std::string_view location) {
     std::string lines;
     if (!location.empty()) lines.append("Location: ").append(location).append("\r\n");
     if (status == 405) lines.append("Allow: GET, HEAD\r\n");
+    if (status == 503) lines.append("Retry-After: 1\r\n");
     return shortAnswer(status, lines);
 }
 
-HostAnswer makeBusyAnswer(unsigned status, std::chrono::milliseconds comeBackAfter) {
+HostAnswer makePenaltyAnswer(std::chrono::milliseconds comeBackAfter) {
     const auto seconds = std::chrono::ceil<std::chrono::seconds>(comeBackAfter);
-    return shortAnswer(status, "Retry-After: " + std::to_string(seconds.count()) + "\r\n");
+    return shortAnswer(429, "Retry-After: " + std::to_string(seconds.count()) + "\r\n");
 }
 
 HostAnswer makeDocument(std::string_view contentType, std::string_view headerLines,
-                        std::string body) {
-    std::string head = "HTTP/1.1 200 OK\r\n";
-    return finished(std::move(head.append(headerLines)), contentType, std::move(body));
+                        std::string body, unsigned status) {
+    return finished(firstLine(rowOf(status)).append(headerLines), contentType, std::move(body));
+}
+
+unsigned statusOf(std::string_view head) {
+    constexpr size_t kStart = 9;
+    constexpr size_t kEnd = 12;
+    unsigned status = 0;
+    if (head.size() >= kEnd) std::from_chars(head.data() + kStart, head.data() + kEnd, status);
+    return status;
 }
 
 }  // namespace host

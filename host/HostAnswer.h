@@ -15,11 +15,14 @@ struct HostAnswer {
 /// The answer of a status number; the location is for redirects.
 HostAnswer makeHostAnswer(unsigned status, std::string_view location = {});
 
-/// The answer of a status that is over after a time: 429 or 503.
-HostAnswer makeBusyAnswer(unsigned status, std::chrono::milliseconds comeBackAfter);
+/// The answer to a login that comes too soon after others have failed: 429.
+HostAnswer makePenaltyAnswer(std::chrono::milliseconds comeBackAfter);
 
-/// The answer 200 with a body. The header lines besides those of the body end in CR LF each.
+/// An answer with a body of its own. The header lines besides those of the body end in CR LF each.
 HostAnswer makeDocument(std::string_view contentType, std::string_view headerLines,
-                        std::string body);
+                        std::string body, unsigned status = 200);
+
+/// The status of an answer by its head, "HTTP/1.1 200 OK..."; 0 when that is none.
+unsigned statusOf(std::string_view head);
 
 }  // namespace host

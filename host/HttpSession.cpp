@@ -19,6 +19,7 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 #include <boost/beast/ssl/ssl_stream.hpp>
+#include <openssl/ssl.h>
 
 #include "host/Exchange.h"
 #include "host/ExtensionCall.h"
@@ -45,6 +46,7 @@ using TlsStream = beast::ssl_stream<beast::tcp_stream>;
 
 constexpr size_t kHeadPiece = 4 * 1024;
 constexpr size_t kBodyPiece = 64 * 1024;
+constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
 /// What the reading of a head came to: a status to refuse the request with, 0 to go on, or nothing
@@ -101,9 +103,6 @@ class HttpSession final : public Connection,
 
     asio::any_io_executor executor() { return stream_.get_executor(); }
 
-    void closeIfIdle() override {
-        if (buffer_.size() == 0 && !parser_) socket().close();
-    }
     void close() override { socket().close(); }
 
   private:
@@ -121,13 +120,17 @@ class HttpSession final : public Connection,
     }
 
     awaitable<void> serve();
+    awaitable<void> answer();
+    HostAnswer ownAnswer(const Route& route) const;
     awaitable<ReadResult> readHead();
+    bool skipEmptyLine();
     unsigned acceptHead(size_t length);
     awaitable<void> serveExtension();
     awaitable<bool> admitLogin();
     awaitable<unsigned> readBody();
     awaitable<void> sendHostAnswer(HostAnswer answer);
     awaitable<bool> send(std::string_view head, std::string_view body);
+    bool hasReadAll();
     awaitable<void> finish();
 
     SessionServices& services_;
@@ -145,25 +148,43 @@ awaitable<void> HttpSession<Stream>::serve() {
     const ReadResult refusal = co_await readHead();
     services_.connections.endWait(*this);
     if (!refusal) co_return;
-    if (*refusal != 0) {
+    if (*refusal == 0) {
+        co_await answer();
+    } else {
         co_await sendHostAnswer(makeHostAnswer(*refusal));
-        co_return;
     }
+    exchange_.isOver();
+    call_.reset();
+}
+
+template <typename Stream>
+awaitable<void> HttpSession<Stream>::answer() {
     const Route route = routeOf(request_.head.method(), request_.target.path);
     if (route.kind == Route::Kind::kExtension) {
         co_await serveExtension();
-    } else if (route.kind == Route::Kind::kRedirect) {
-        co_await sendHostAnswer(makeHostAnswer(308, route.location));
-    } else if (route.kind == Route::Kind::kSetup) {
-        co_await sendHostAnswer(setupAnswer(request_));
     } else {
-        co_await sendHostAnswer(makeHostAnswer(404));
+        co_await sendHostAnswer(ownAnswer(route));
+    }
+}
+
+template <typename Stream>
+HostAnswer HttpSession<Stream>::ownAnswer(const Route& route) const {
+    switch (route.kind) {
+        case Route::Kind::kRedirect:
+            return makeHostAnswer(308, route.location);
+        case Route::Kind::kSetup:
+            return setupAnswer(request_);
+        case Route::Kind::kNothing:
+            return makeHostAnswer(200);
+        default:
+            return makeHostAnswer(404);
     }
 }
 
 template <typename Stream>
 awaitable<ReadResult> HttpSession<Stream>::readHead() {
     HeadScanner scanner(limits_);
+    bool lineBegan = false;
     socket().expires_after(limits_.headTime);
     for (;;) {
         error_code error;
@@ -171,10 +192,21 @@ awaitable<ReadResult> HttpSession<Stream>::readHead() {
                                                               redirect_error(use_awaitable, error));
         if (error) co_return std::nullopt;
         buffer_.commit(count);
+        if (!lineBegan) lineBegan = skipEmptyLine();
+        if (!lineBegan) continue;
         const HeadScanner::Result result = scanner.scan(received());
         if (result.refusal != 0) co_return result.refusal;
         if (result.length != 0) co_return acceptHead(result.length);
     }
+}
+
+/// Some clients end what they sent before with one line end too many (RFC 9112, 2.2). False when it
+/// is not known yet whether there is one.
+template <typename Stream>
+bool HttpSession<Stream>::skipEmptyLine() {
+    if (kLineEnd.starts_with(received()) && received() != kLineEnd) return false;
+    if (received().starts_with(kLineEnd)) buffer_.consume(kLineEnd.size());
+    return true;
 }
 
 /// Takes the head apart, and has the body's parser agree on it.
@@ -183,7 +215,8 @@ unsigned HttpSession<Stream>::acceptHead(size_t length) {
     if (const unsigned refusal = request_.head.parse(std::string(received().substr(0, length)))) {
         return refusal;
     }
-    std::optional<RequestTarget> target = parseRequestTarget(request_.head.target());
+    std::optional<RequestTarget> target =
+        parseRequestTarget(request_.head.target(), request_.head.method());
     if (!target) return 400;
     if (target->path.size() > limits_.maxPath) return 414;
     request_.target = std::move(*target);
@@ -204,6 +237,10 @@ unsigned HttpSession<Stream>::acceptHead(size_t length) {
 
 template <typename Stream>
 awaitable<void> HttpSession<Stream>::serveExtension() {
+    if (!exchange_.hasRoom()) {
+        co_await sendHostAnswer(makeHostAnswer(503));
+        co_return;
+    }
     const bool admitted = co_await admitLogin();
     if (!admitted) co_return;
     const unsigned refusal = co_await readBody();
@@ -211,18 +248,19 @@ awaitable<void> HttpSession<Stream>::serveExtension() {
         co_await sendHostAnswer(makeHostAnswer(refusal));
         co_return;
     }
+    exchange_.isWhole();
     call_.emplace(request_);
     WorkerPool::Job job = [self = this->shared_from_this()] {
         self->call_->run(self->services_.module);
     };
     const bool accepted = co_await runOnPool(services_.pool, std::move(job));
     if (!accepted) {
-        co_await sendHostAnswer(makeBusyAnswer(503, std::chrono::seconds(1)));
+        co_await sendHostAnswer(makeHostAnswer(503));
         co_return;
     }
     // A client may take its time over the answer; the request need not stay for that.
     request_.body = std::string();
-    exchange_.extensionAnswers(call_->answerHead());
+    exchange_.extensionAnswers(call_->answerHead(), call_->answerBody());
     co_await send(call_->answerHead(), call_->answerBody());
 }
 
@@ -231,7 +269,7 @@ template <typename Stream>
 awaitable<bool> HttpSession<Stream>::admitLogin() {
     const PenaltyBox::Verdict verdict = exchange_.judgeLogin();
     if (verdict.refused) {
-        co_await sendHostAnswer(makeBusyAnswer(429, verdict.wait));
+        co_await sendHostAnswer(makePenaltyAnswer(verdict.wait));
         co_return false;
     }
     if (verdict.wait.count() > 0) {
@@ -246,9 +284,9 @@ awaitable<bool> HttpSession<Stream>::admitLogin() {
 /// judge, with what came of it.
 template <typename Stream>
 awaitable<unsigned> HttpSession<Stream>::readBody() {
+    if (parser_->is_done()) co_return 0;
     const Clock::time_point end = Clock::now() + limits_.transferTime;
-    if (request_.head.expectsContinue() && !parser_->is_done() && buffer_.size() == 0)
-        co_await send(kContinue, {});
+    if (request_.head.expectsContinue() && buffer_.size() == 0) co_await send(kContinue, {});
     parser_->eager(true);
     // Left to itself the buffer asks the socket for 512 bytes at a time.
     const uint64_t remaining = parser_->content_length_remaining().value_or(kBodyPiece);
@@ -259,6 +297,7 @@ awaitable<unsigned> HttpSession<Stream>::readBody() {
         co_await http::async_read_some(stream_, buffer_, *parser_,
                                        redirect_error(use_awaitable, error));
         if (const unsigned refusal = refusalOf(error)) co_return refusal;
+        if (!exchange_.holdBody(parser_->get().body().size())) co_return 503;
         if (error) {
             request_.cutShort = systemErrorOf(error);
             break;
@@ -271,6 +310,7 @@ awaitable<unsigned> HttpSession<Stream>::readBody() {
 template <typename Stream>
 awaitable<void> HttpSession<Stream>::sendHostAnswer(HostAnswer answer) {
     if (request_.head.method() == "HEAD") answer.body.clear();
+    exchange_.answers(answer.head);
     co_await send(answer.head, answer.body);
 }
 
@@ -285,9 +325,18 @@ awaitable<bool> HttpSession<Stream>::send(std::string_view head, std::string_vie
         const size_t count =
             co_await stream_.async_write_some(rest, redirect_error(use_awaitable, error));
         if (error) co_return false;
+        exchange_.sent(count);
         rest.consume(count);
     }
     co_return true;
+}
+
+/// Whether nothing of the client's is left unread, nor likely to come.
+template <typename Stream>
+bool HttpSession<Stream>::hasReadAll() {
+    if (!parser_ || !parser_->is_done() || buffer_.size() > 0) return false;
+    error_code error;
+    return socket().socket().available(error) == 0 && !error;
 }
 
 /// Closes so that the client sees all of the answer: bytes of it that still come in would make the
@@ -295,15 +344,20 @@ awaitable<bool> HttpSession<Stream>::send(std::string_view head, std::string_vie
 template <typename Stream>
 awaitable<void> HttpSession<Stream>::finish() {
     error_code error;
+    const bool atOnce = hasReadAll();
     socket().expires_after(limits_.lingerTime);
     if constexpr (kTls) {
+        // The end is told, but that the client tells it too is not waited for.
+        if (atOnce) SSL_set_shutdown(stream_.native_handle(), SSL_RECEIVED_SHUTDOWN);
         co_await stream_.async_shutdown(redirect_error(use_awaitable, error));
     }
-    socket().socket().shutdown(tcp::socket::shutdown_send, error);
-    buffer_.clear();
-    while (!error) {
-        co_await socket().async_read_some(buffer_.prepare(kHeadPiece),
-                                          redirect_error(use_awaitable, error));
+    if (!atOnce) {
+        socket().socket().shutdown(tcp::socket::shutdown_send, error);
+        buffer_.clear();
+        while (!error) {
+            co_await socket().async_read_some(buffer_.prepare(kHeadPiece),
+                                              redirect_error(use_awaitable, error));
+        }
     }
     socket().close();
 }

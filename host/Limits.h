@@ -11,8 +11,11 @@ struct Limits {
     size_t maxPath = 1023;       ///< decoded; extensions ask for variables with room for 1024 bytes
     size_t maxHead = 16 * 1024;  ///< request line and header lines together
     size_t maxFields = 100;
+    size_t maxFieldName = 256;
     size_t maxBody = 32 * 1024 * 1024;
-    size_t queueLength = 256;  ///< requests that wait for a worker
+    size_t queueLength = 256;            ///< requests that wait for a worker
+    size_t maxHeld = 256 * 1024 * 1024;  ///< memory for the bodies of requests and answers
+    size_t maxConnections = 10'000;      ///< beyond it, those go that have waited longest
 
     std::chrono::milliseconds headTime{20'000};       ///< for the TLS handshake and the whole head
     std::chrono::milliseconds pieceTime{30'000};      ///< for the next piece of a body or an answer

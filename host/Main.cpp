@@ -23,6 +23,8 @@ constexpr const char* kProductKey = "SOFTWARE\\Quindle Software\\Corvane";
 constexpr size_t kLongestPath = 1024;
 /// Nothing of the data is for people who are neither the user nor in its group.
 constexpr unsigned kCreationMask = 027;
+constexpr size_t kDescriptorsForFiles = 128;
+constexpr size_t kDescriptorsForThread = 8;
 
 int fail(const std::string& problem) {
     host::logProblem(problem);
@@ -37,6 +39,12 @@ int serve(const host::Options& options, host::ExtensionModule& module) {
         if (const auto problem = platform::becomeUser(options.user)) {
             return fail("cannot go on as the user " + options.user + ": " + *problem);
         }
+    }
+    if (const auto problem = server.openLogs()) return fail(*problem);
+    if (const auto problem = server.openAdmin()) {
+        // Where nobody asked for it, serving goes before watching.
+        if (options.adminAsked) return fail(*problem);
+        host::logProblem(*problem);
     }
     server.obeySignals();
     if (!module.start()) {
@@ -72,14 +80,28 @@ void warnOfForeignSettings(const std::string& dataDirectory) {
                      "correct the paths in registry.ini and Corvane.ini");
 }
 
+/// Connections may take all descriptors but those that the extension needs for its files.
+void reserveDescriptors(host::ServerSettings& settings) {
+    const size_t limit = platform::raiseOpenFileLimit();
+    const size_t ownNeed = kDescriptorsForFiles + settings.threads * kDescriptorsForThread;
+    settings.limits.maxConnections = limit > 2 * ownNeed ? limit - ownNeed : limit / 2;
+}
+
+/// The socket that cvadmin looks for, unless another place was asked for.
+void completeAdmin(host::Options& options) {
+    options.server.dataDirectory = platform::fromNativePath(options.dataDirectory);
+    if (options.adminAsked) return;
+    options.server.adminListen = "unix:" + options.dataDirectory + "/run/cvwebdavd.sock";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     int exitCode = 0;
-    const auto options = host::parseOptions(argc, argv, exitCode);
+    auto options = host::parseOptions(argc, argv, exitCode);
     if (!options) return exitCode;
     platform::setFileCreationMask(kCreationMask);
-    platform::raiseOpenFileLimit();
+    reserveDescriptors(options->server);
 
     const std::string registry =
         platform::fromNativePath(options->dataDirectory) + "\\registry.ini";
@@ -91,6 +113,7 @@ int main(int argc, char** argv) {
     if (!platform::useRegistryFile(registry))
         return fail("cannot make " + platform::nativePath(registry) + " the registry");
 
+    completeAdmin(*options);
     warnOfForeignSettings(options->dataDirectory);
     const std::string path = options->module.empty() ? platform::libraryDirectory() + "CVWebDAV"
                                                      : platform::fromNativePath(options->module);

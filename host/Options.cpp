@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <thread>
 
 #include <CLI/CLI.hpp>
+
+#include "host/AdminListener.h"
 
 namespace host {
 namespace {
 
 constexpr int kWrongUsage = 2;
+constexpr const char* kNoAdmin = "none";
 constexpr size_t kMinimumThreads = 4;
 constexpr size_t kMaximumThreads = 1024;
 constexpr size_t kMaximumBody = 0x7FFFFFFF;
@@ -95,6 +99,30 @@ void describeListeners(CLI::App& app, ServerSettings& server, Texts& texts) {
             "CIDR");
 }
 
+std::string checkAdminAddress(const std::string& text) {
+    if (text == kNoAdmin || isAdminAddress(text)) return {};
+    return "expected unix:PATH, ADDR:PORT with a loopback address, or none, got " + text;
+}
+
+void describeWatching(CLI::App& app, Options& options) {
+    ServerSettings& server = options.server;
+    app.add_option("--admin-listen", server.adminListen,
+                   "Show /metrics, /status and /healthz here; none: nowhere "
+                   "(unix:DIR/run/cvwebdavd.sock)")
+        ->check(CLI::Validator(checkAdminAddress, ""))
+        ->type_name("unix:PATH|ADDR:PORT|none");
+    CLI::Option* log = app.add_option("--access-log", server.accessLog,
+                                      "Write a line for each request to this file; opened again on "
+                                      "SIGHUP")
+                           ->type_name("FILE");
+    const std::map<std::string, AccessLog::Format> formats = {
+        {"combined", AccessLog::Format::kCombined}, {"json", AccessLog::Format::kJson}};
+    app.add_option("--access-log-format", server.accessLogFormat, "Form of these lines (combined)")
+        ->transform(CLI::Transformer(formats))
+        ->type_name("combined|json")
+        ->needs(log);
+}
+
 void describe(CLI::App& app, Options& options, Texts& texts) {
     ServerSettings& server = options.server;
     app.set_version_flag("--version", "cvwebdavd " CVWEBDAV_VERSION);
@@ -105,6 +133,7 @@ void describe(CLI::App& app, Options& options, Texts& texts) {
     describeListeners(app, server, texts);
     app.add_option("--user", options.user, "Go on as this user once the listeners are open")
         ->type_name("NAME");
+    describeWatching(app, options);
     app.add_option("--module", options.module,
                    "The extension (CVWebDAV, as installed with the program)")
         ->type_name("FILE");
@@ -151,6 +180,8 @@ std::optional<Options> parseOptions(int argc, const char* const* argv, int& exit
     for (const std::string& text : texts.proxies) {
         options.server.trustedProxies.push_back(Network::parse(text).value());
     }
+    options.adminAsked = !options.server.adminListen.empty();
+    if (options.server.adminListen == kNoAdmin) options.server.adminListen.clear();
     if (options.server.plain.empty() && options.server.tls.empty()) {
         options.server.plain.push_back({"127.0.0.1", 8008});
     }

@@ -10,8 +10,9 @@ namespace host {
 
 struct Options {
     std::string dataDirectory;
-    std::string module;  ///< empty: the one that was installed with the program
-    std::string user;    ///< to go on as, once all is open; empty: as before
+    std::string module;       ///< empty: the one that was installed with the program
+    std::string user;         ///< to go on as, once all is open; empty: as before
+    bool adminAsked = false;  ///< it was said where administrators are listened to, or that not
     ServerSettings server;
 };
 

@@ -52,11 +52,12 @@ HeadScanner::Result HeadScanner::scan(std::string_view received) {
 
 unsigned HeadScanner::checkLine(std::string_view line) const {
     if (lines_ == 0) {
-        if (line.empty()) return 400;
+        if (line.empty() || !isTokenByte(line.front())) return 400;
         return line.size() > limits_.maxRequestLine ? 414 : 0;
     }
     // A line that continues the one before it is read in different ways by different servers.
     if (line.front() == ' ' || line.front() == '\t') return 400;
+    if (std::min(line.find(':'), line.size()) > limits_.maxFieldName) return 431;
     return lines_ > limits_.maxFields ? 431 : 0;
 }
 

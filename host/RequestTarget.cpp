@@ -84,8 +84,12 @@ bool isHostByte(char c) {
 
 }  // namespace
 
-std::optional<RequestTarget> parseRequestTarget(std::string_view text) {
+std::optional<RequestTarget> parseRequestTarget(std::string_view text, std::string_view method) {
     RequestTarget target;
+    if (text == "*" && method == "OPTIONS") {
+        target.path = text;
+        return target;
+    }
     if (const size_t scheme = schemeLength(text); scheme > 0) {
         text.remove_prefix(scheme);
         const size_t end = std::min(text.find_first_of("/?"), text.size());

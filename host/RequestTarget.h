@@ -15,9 +15,10 @@ struct RequestTarget {
     std::string authority;  ///< of an absolute target, otherwise empty
 };
 
-/// Reads "/path?query" or "http://authority/path?query". Nothing for any other form, a malformed
-/// escape, or a control byte in the decoded path.
-std::optional<RequestTarget> parseRequestTarget(std::string_view text);
+/// Reads "/path?query", "http://authority/path?query", or of OPTIONS "*". Nothing for any other
+/// form, a malformed escape, or a control byte in the decoded path.
+std::optional<RequestTarget> parseRequestTarget(std::string_view text,
+                                                std::string_view method = {});
 
 /// A field of a query, decoded as forms send it; empty when it is not there. Nothing when an escape
 /// in it is malformed.

@@ -24,6 +24,7 @@ Route routeOf(std::string_view method, std::string_view path) {
     if (path == "/" && (method == "GET" || method == "HEAD")) {
         return {Route::Kind::kRedirect, kExtensionRoot};
     }
+    if (method == "OPTIONS" && path == "*") return {Route::Kind::kNothing, {}};
     if (isAtOrBelow(kSetupRoot, path)) return {Route::Kind::kSetup, {}};
     for (const std::string_view known : kDiscoveryPaths) {
         if (path == known) return {Route::Kind::kRedirect, kDiscovery};

@@ -6,8 +6,8 @@
 namespace host {
 
 struct Route {
-    enum class Kind { kExtension, kRedirect, kSetup, kNotFound };
-    Kind kind;
+    enum class Kind { kExtension, kRedirect, kSetup, kNothing, kNotFound };
+    Kind kind;                  ///< kNothing: there is nothing to say, and that is well
     std::string_view location;  ///< of a redirect
 };
 

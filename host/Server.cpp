@@ -8,6 +8,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
 
+#include "host/AdminPages.h"
 #include "host/HttpSession.h"
 #include "host/Listener.h"
 #include "host/Log.h"
@@ -24,7 +25,11 @@ struct Server::Impl {
     Impl(ServerSettings given, const ExtensionModule& extension)
         : settings(std::move(given)),
           proxies(settings.trustedProxies),
-          services{settings.limits, extension, proxies, pool, connections, penalties},
+          memory(settings.limits.maxHeld),
+          services{settings.limits, extension, proxies, pool,
+                   connections,     penalties, memory,  watch},
+          adminPages(services, settings.dataDirectory),
+          admin(io, adminPages.all()),
           pool(settings.threads, settings.limits.queueLength) {}
 
     void startOn(const Listener& listener, tcp::socket socket, ConnectionInfo connection);
@@ -36,12 +41,16 @@ struct Server::Impl {
     const TrustedProxies proxies;
     ConnectionList connections;
     PenaltyBox penalties;
+    MemoryBudget memory;
+    RequestWatch watch;
     SessionServices services;
     std::shared_ptr<asio::ssl::context> tls;
     asio::io_context io{1};
     asio::signal_set signals{io};
     ServiceManager manager{io};
     std::list<Listener> listeners;
+    AdminPages adminPages;
+    AdminListener admin;
     bool stopping = false;
     // After the loop, so that it goes first: its threads hand their results to the loop.
     WorkerPool pool;
@@ -49,6 +58,8 @@ struct Server::Impl {
 
 void Server::Impl::startOn(const Listener& listener, tcp::socket socket,
                            ConnectionInfo connection) {
+    // Out of room, the ones that have been silent for longest make some.
+    if (connections.size() >= settings.limits.maxConnections && !connections.closeOldest()) return;
     if (listener.secure()) {
         startTlsSession(std::move(socket), std::move(connection), *tls, services);
     } else {
@@ -74,6 +85,9 @@ void Server::Impl::reload() {
         if (fresh == nullptr) logProblem(problem + "; the ones in use are kept");
         if (fresh != nullptr) tls = std::move(fresh);
     }
+    if (watch.accessLog != nullptr) {
+        if (const auto problem = watch.accessLog->open()) logProblem(*problem);
+    }
     manager.ready();
 }
 
@@ -82,8 +96,9 @@ void Server::Impl::beginStop() {
     manager.stopping();
     error_code ignored;
     for (Listener& listener : listeners) listener.close();
+    admin.close();
     signals.cancel(ignored);
-    connections.closeIdle();
+    connections.closeWaiting();
     io.stop();
 }
 
@@ -114,6 +129,19 @@ std::vector<std::string> Server::urls() const {
     return urls;
 }
 
+std::optional<std::string> Server::openLogs() {
+    const ServerSettings& settings = impl_->settings;
+    if (settings.accessLog.empty()) return std::nullopt;
+    impl_->watch.accessLog =
+        std::make_unique<AccessLog>(settings.accessLog, settings.accessLogFormat);
+    return impl_->watch.accessLog->open();
+}
+
+std::optional<std::string> Server::openAdmin() {
+    const std::string& where = impl_->settings.adminListen;
+    return where.empty() ? std::nullopt : impl_->admin.open(where);
+}
+
 void Server::obeySignals() {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) impl_->signals.add(signal);
     impl_->obeySignals();
@@ -125,6 +153,7 @@ bool Server::run() {
             impl->startOn(listener, std::move(socket), std::move(info));
         });
     }
+    if (!impl_->settings.adminListen.empty()) impl_->admin.start();
     impl_->manager.ready();
     impl_->io.run();
     impl_->io.restart();

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "host/AccessLog.h"
 #include "host/ExtensionModule.h"
 #include "host/Limits.h"
 #include "host/ListenAddress.h"
@@ -22,6 +23,10 @@ struct ServerSettings {
     std::string certificateFile;
     std::string keyFile;
     std::vector<Network> trustedProxies;
+    std::string adminListen;  ///< "unix:PATH" or "ADDR:PORT"; empty: nowhere
+    std::string accessLog;    ///< a file; empty: none is written
+    AccessLog::Format accessLogFormat = AccessLog::Format::kCombined;
+    std::string dataDirectory;  ///< whose health is watched (backslashes); empty: no one's
     size_t threads = 4;
     Limits limits;
 };
@@ -37,12 +42,18 @@ class Server {
     /// The address of each listener, with the port that it really has.
     std::vector<std::string> urls() const;
 
+    /// Opens what is made with the rights that the server goes on with: the access log and the
+    /// listener for administrators. Result: what went wrong, or nothing.
+    std::optional<std::string> openLogs();
+    std::optional<std::string> openAdmin();
+
     /// Lets SIGTERM and SIGINT stop the server, and SIGHUP reload it.
     void obeySignals();
     /// Serves until it is stopped, then finishes the requests in progress as long as the drain
     /// time lasts. False when an extension call was still running after that.
     bool run();
-    /// Reads certificate and key again; ones that cannot be used change nothing.
+    /// Reads certificate and key again and opens the access log again; what cannot be used changes
+    /// nothing.
     void reload();
     void stop();
 

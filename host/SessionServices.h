@@ -4,7 +4,9 @@
 #include "host/ConnectionList.h"
 #include "host/ExtensionModule.h"
 #include "host/Limits.h"
+#include "host/MemoryBudget.h"
 #include "host/PenaltyBox.h"
+#include "host/RequestWatch.h"
 #include "host/TrustedProxies.h"
 #include "host/WorkerPool.h"
 
@@ -17,6 +19,8 @@ struct SessionServices {
     WorkerPool& pool;
     ConnectionList& connections;
     PenaltyBox& penalties;
+    MemoryBudget& memory;
+    RequestWatch& watch;
 };
 
 }  // namespace host

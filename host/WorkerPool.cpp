@@ -26,13 +26,27 @@ void WorkerPool::dropQueue() {
 bool WorkerPool::submit(Job job) {
     {
         const std::lock_guard lock(mutex_);
-        // A job that an idle thread is about to take does not count as waiting.
-        const size_t idleThreads = threads_.size() - running_;
-        if (ending_ || queue_.size() >= queueLength_ + idleThreads) return false;
+        if (!roomLeft()) return false;
         queue_.push_back(std::move(job));
     }
     wake_.notify_one();
     return true;
+}
+
+bool WorkerPool::roomLeft() const {
+    // A job that an idle thread is about to take does not count as waiting.
+    const size_t idleThreads = threads_.size() - running_;
+    return !ending_ && queue_.size() < queueLength_ + idleThreads;
+}
+
+bool WorkerPool::hasRoom() const {
+    const std::lock_guard lock(mutex_);
+    return roomLeft();
+}
+
+WorkerPool::Load WorkerPool::load() const {
+    const std::lock_guard lock(mutex_);
+    return {queue_.size(), running_};
 }
 
 bool WorkerPool::waitUntilIdle(std::chrono::steady_clock::time_point deadline) {

@@ -27,16 +27,26 @@ class WorkerPool {
 
     /// False when the queue is full.
     bool submit(Job job);
+    /// Whether submit() would say yes now.
+    bool hasRoom() const;
+
+    struct Load {
+        size_t waiting = 0;
+        size_t running = 0;
+    };
+    Load load() const;
+
     /// Waits until no job is in progress and none waits; false when the time has passed first.
     bool waitUntilIdle(std::chrono::steady_clock::time_point deadline);
 
   private:
     void work();
     void dropQueue();
+    bool roomLeft() const;
     bool nothingToDo() const { return queue_.empty() && running_ == 0; }
 
     const size_t queueLength_;
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::condition_variable wake_;
     std::condition_variable done_;
     std::deque<Job> queue_;

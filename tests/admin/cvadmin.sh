@@ -82,6 +82,8 @@ expect 0 '"data": "0 1 443 dav.example.test."' $dns --json
 expect 2 'port' dns elsewhere.test --port 65536
 expect 1 'no host name' dns elsewhere.test --host 'a b'
 expect 1 'not hosted' dns nowhere.test
+expect 1 'no cvwebdavd answers on unix:.*/run/cvwebdavd.sock: No such file' status
+expect 1 'no cvwebdavd answers on \[::1\]:1: Connection refused' status --admin '[::1]:1'
 
 expect 0 '^alice@example.test +enabled +Älice Example$' user list
 expect 0 '"address": "bob@elsewhere.test"' user list --json

@@ -31,9 +31,10 @@ admin() { "$build/bin/cvadmin" --data "$data" "$@"; }
 
 dav() { curl -sS --fail-with-body -u "$user:$password" "$@"; }
 
+# start_server OPTION...
 start_server() {
     : >"$work/server.out"  # the loop below may read it before the server opens it
-    "$build/bin/cvwebdavd" --data "$data" --listen 127.0.0.1:0 \
+    "$build/bin/cvwebdavd" --data "$data" --listen 127.0.0.1:0 "$@" \
         >"$work/server.out" 2>"$work/server.err" &
     server_id=$!
     for _ in $(seq 100); do

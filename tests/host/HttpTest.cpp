@@ -1,3 +1,5 @@
+#include <list>
+
 #include <gtest/gtest.h>
 
 #include "tests/host/TestClient.h"
@@ -89,6 +91,35 @@ TEST(Http, HostileAndOddRequestsAreRefused) {
         {"GET /webdav/\x7F HTTP/1.1\r\nHost: x\r\n\r\n", 400},
         {"GET /webdav/\t HTTP/1.1\r\nHost: x\r\n\r\n", 400},
         {"CONNECT x:443 HTTP/1.1\r\nHost: x\r\n\r\n", 400},
+        {"OPTIONS * HTTP/1.1\r\nHost: x\r\n\r\n", 200},
+        {"GET * HTTP/1.1\r\nHost: x\r\n\r\n", 400},
+        {"\r\nGET /nothing HTTP/1.1\r\nHost: x\r\n\r\n", 404},
+        {"\r\n\r\nGET /nothing HTTP/1.1\r\nHost: x\r\n\r\n", 400},
+        {"\nGET / HTTP/1.1\r\n", 400},
+        {"\rGET / HTTP/1.1\r\n", 400},
+        {" GET / HTTP/1.1\r\n", 400},
+        {"GET /\r\n\r\n", 400},
+        {"GET\r\n\r\n", 400},
+        {"GET / HTTP/1.1\rHost: x\r\n\r\n", 400},
+        {"GET / HTTP/1.1\nHost: x\n\n", 400},
+        {"GET\t/ HTTP/1.1\r\nHost: x\r\n\r\n", 400},
+        {std::string("G\0T / HTTP/1.1\r\nHost: x\r\n\r\n", 27), 400},
+        {std::string("GET /\0 HTTP/1.1\r\nHost: x\r\n\r\n", 28), 400},
+        {"GET ftp://x/ HTTP/1.1\r\nHost: x\r\n\r\n", 400},
+        {"GET http:///a HTTP/1.1\r\nHost: x\r\n\r\n", 400},
+        {"GET http://u@x/a HTTP/1.1\r\nHost: x\r\n\r\n", 400},
+        {put + "Content-Length: 5\r\nContent-Length: 5\r\n\r\nabcde", 400},
+        {put + "Content-Length: 5\r\nContent-Length: 6\r\n\r\nabcde", 400},
+        {put + "Content-Length: -5\r\n\r\n", 400},
+        {put + "Transfer-Encoding: chunked\r\nTransfer-Encoding: x\r\n\r\n", 400},
+        {put + "Transfer-Encoding: \x0B\r\n\r\n", 501},
+        {put + "Transfer-Encoding : chunked\r\n\r\n", 400},
+        {put + std::string(300, 'n') + ": v\r\n\r\n", 431},
+        {chunked + "1;a=\"b\r\nc\"\r\na\r\n0\r\n\r\n", 400},
+        {chunked + "1\na\n0\n\n\r\n", 400},
+        {chunked + "1\r\naX0\r\n\r\n", 400},
+        {chunked + "+1\r\na\r\n0\r\n\r\n", 400},
+        {chunked + "0\r\n : x\r\n\r\n", 400},
         {"PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n", 505},
         {"GET /" + std::string(9'000, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n", 414},
         {"GET /" + std::string(1'023, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n", 414},
@@ -219,16 +250,58 @@ TEST(Http, BeyondTheQueueComesAnAnswerAtOnce) {
     EXPECT_TRUE(server.stop());
 }
 
+TEST(Http, BeyondTheMemoryForBodiesComesAnAnswerAtOnce) {
+    ServerSettings settings = plainSettings();
+    settings.limits.maxHeld = 600'000;
+    settings.limits.lingerTime = std::chrono::milliseconds(200);
+    RunningServer server(settings);
+    const std::string put = "PUT /webdav/echo HTTP/1.1\r\nHost: x\r\nContent-Length: ";
+    TestClient slow(server.port());
+    slow.send(put + "300001\r\n\r\n" + std::string(299'990, 'x'));
+    // While these are answered, all of that is read.
+    for (int i = 0; i < 20; ++i) exchange(server.port(), put + "2\r\n\r\nab");
+    const std::string more = put + "100000\r\n\r\n" + std::string(100'000, 'x');
+    const std::string second = exchange(server.port(), more);
+    EXPECT_EQ(statusOf(second).substr(9), "503 Service Unavailable");
+    EXPECT_NE(second.find("\r\nRetry-After: 1\r\n"), std::string::npos);
+    EXPECT_EQ(statusOf(exchange(server.port(), put + "2\r\n\r\nab")), "HTTP/1.1 299 As given");
+    slow.send(std::string(11, 'x'));
+    EXPECT_EQ(statusOf(slow.receiveAll()).substr(9), "503 Service Unavailable");
+    EXPECT_EQ(statusOf(exchange(server.port(), more)), "HTTP/1.1 299 As given");
+    EXPECT_TRUE(server.stop());
+}
+
+TEST(Http, SilentConnectionsMakeRoomForOthersTheOldestFirst) {
+    ServerSettings settings = plainSettings();
+    settings.limits.maxConnections = 20;
+    RunningServer server(settings);
+    std::list<TestClient> silent;
+    for (int i = 0; i < 200; ++i) {
+        silent.emplace_back(server.port());
+        if (i % 2 == 0) silent.back().send("GET /webdav/echo HT");
+        if (i % 20 == 0) {
+            EXPECT_EQ(statusOf(exchange(server.port(), "GET /webdav/echo HTTP/1.0\r\n\r\n")),
+                      "HTTP/1.1 299 As given");
+        }
+    }
+    EXPECT_EQ(silent.front().receiveAll(), "");
+    silent.back().send("GET /webdav/echo HTTP/1.0\r\n\r\n");
+    EXPECT_EQ(statusOf(silent.back().receiveAll()), "HTTP/1.1 299 As given");
+    EXPECT_TRUE(server.stop());
+}
+
 TEST(Http, StopLetsIdleConnectionsGoAndFinishesRequests) {
     ServerSettings settings = plainSettings();
     settings.limits.lingerTime = std::chrono::milliseconds(200);
     RunningServer server(settings);
     TestClient idle(server.port());
+    TestClient begun(server.port());
+    begun.send("GET /webdav/echo HTTP/1.1\r\n");
     TestClient busy(server.port());
     busy.send("GET /webdav/block HTTP/1.1\r\nHost: x\r\n\r\n");
     TestExtension::waitUntilBlocked(1);
     server.server().stop();
-    EXPECT_EQ(idle.receiveAll(), "");
+    EXPECT_EQ(idle.receiveAll() + begun.receiveAll(), "");
     TestExtension::openGate();
     EXPECT_EQ(busy.receiveAll(), kAnswerHead + "went on");
     EXPECT_TRUE(server.stop());

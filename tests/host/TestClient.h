@@ -24,6 +24,8 @@ class RunningServer {
         : module_(TestExtension::module()), server_(std::move(settings), module_) {
         const auto problem = server_.open();
         EXPECT_FALSE(problem) << problem.value_or("");
+        EXPECT_FALSE(server_.openLogs());
+        EXPECT_FALSE(server_.openAdmin());
         const std::string url = server_.urls().at(0);
         const size_t colon = url.rfind(':');
         port_ = static_cast<uint16_t>(std::stoi(url.substr(colon + 1)));

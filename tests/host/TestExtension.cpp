@@ -97,6 +97,8 @@ DWORD WINAPI call(EXTENSION_CONTROL_BLOCK* control) {
     if (path == "/webdav/misuse") misuse(*control);
     if (path == "/webdav/block") block(*control);
     if (path == "/webdav/login") logIn(*control);
+    if (path == "/webdav/error") sendHead(*control, "500 No", "\r\n");
+    if (path == "/webdav/" && std::string(control->lpszMethod) == "OPTIONS") answer(*control, "");
     if (path == "/webdav/large") answer(*control, std::string(4'000'000, 'x'));
     if (path == "/webdav/throw") throw std::runtime_error("on purpose");
     return HSE_STATUS_SUCCESS;

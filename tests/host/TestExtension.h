@@ -6,7 +6,7 @@
 namespace host {
 
 /// What a call does is chosen by its path: /webdav/echo, variables, misuse, silent, throw, large,
-/// login, or block, which waits at a gate.
+/// login, error, or block, which waits at a gate.
 struct TestExtension {
     static ExtensionModule module();
     /// Lets the calls at the gate go on; module() closes it again.
