@@ -11,7 +11,7 @@ complain() {
     problems=$((problems + 1))
 }
 
-# shellcheck source=../../packaging/completion/cvwebdav
+# shellcheck source=packaging/completion/cvwebdav
 . "$packaging/completion/cvwebdav" 2>/dev/null
 
 # What completion offers at the end of a command line.
@@ -46,6 +46,7 @@ done
 expect_offered 'init import' cvadmin --data x i
 expect_offered 'passwd password-age' cvadmin --data user user pa
 expect_offered 'add remove' cvadmin --data x user alias ''
+expect_offered "$packaging/man" cvwebdavd --data "$packaging/m"
 expect_offered 'calendar tasks contacts' cvadmin --data x folder add a@b --kind ''
 expect_offered '--json' cvadmin --data x user list --j
 expect_offered '--tls-listen --tls-cert --tls-key' cvwebdavd --data x --tls

@@ -10,7 +10,9 @@ data=$work/data
 server_id=
 
 cleanup() {
-    [ -z "$server_id" ] || { kill "$server_id" 2>/dev/null && wait "$server_id" || true; }
+    if [ -n "$server_id" ]; then
+        kill "$server_id" 2>/dev/null && wait "$server_id" || true
+    fi
     rm -rf "$work"
 }
 trap cleanup EXIT
