@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/Memory.h"
+
 namespace host {
 
 WorkerPool::WorkerPool(size_t threads, size_t queueLength) : queueLength_(queueLength) {
@@ -54,11 +56,27 @@ bool WorkerPool::waitUntilIdle(std::chrono::steady_clock::time_point deadline) {
     return done_.wait_until(lock, deadline, [this] { return nothingToDo(); });
 }
 
+/// Also gives back the memory of large answers, when the pool has had nothing to do for a while.
+void WorkerPool::waitForJob(std::unique_lock<std::mutex>& lock) {
+    constexpr std::chrono::seconds kRest{5};
+    const auto hasJob = [this] { return ending_ || !queue_.empty(); };
+    while (!tidy_) {
+        if (wake_.wait_for(lock, kRest, hasJob)) return;
+        if (running_ > 0 || Clock::now() - lastDone_ < kRest) continue;
+        tidy_ = true;
+        lock.unlock();
+        platform::releaseUnusedMemory();
+        lock.lock();
+    }
+    wake_.wait(lock, hasJob);
+}
+
 void WorkerPool::work() {
     std::unique_lock lock(mutex_);
     for (;;) {
-        wake_.wait(lock, [this] { return ending_ || !queue_.empty(); });
+        waitForJob(lock);
         if (queue_.empty()) return;
+        tidy_ = false;
         Job job = std::move(queue_.front());
         queue_.pop_front();
         ++running_;
@@ -68,6 +86,7 @@ void WorkerPool::work() {
         job = nullptr;
         lock.lock();
         --running_;
+        lastDone_ = Clock::now();
         if (nothingToDo()) done_.notify_all();
     }
 }

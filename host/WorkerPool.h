@@ -40,7 +40,10 @@ class WorkerPool {
     bool waitUntilIdle(std::chrono::steady_clock::time_point deadline);
 
   private:
+    using Clock = std::chrono::steady_clock;
+
     void work();
+    void waitForJob(std::unique_lock<std::mutex>& lock);
     void dropQueue();
     bool roomLeft() const;
     bool nothingToDo() const { return queue_.empty() && running_ == 0; }
@@ -52,6 +55,8 @@ class WorkerPool {
     std::deque<Job> queue_;
     size_t running_ = 0;
     bool ending_ = false;
+    bool tidy_ = true;  ///< no job has been done since memory was given back
+    Clock::time_point lastDone_;
     std::vector<std::thread> threads_;
 };
 

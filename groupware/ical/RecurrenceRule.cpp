@@ -48,7 +48,7 @@ bool parseList(const ListPart& part, std::string_view value, std::vector<int>& l
     while (!value.empty()) {
         const auto number = numberFrom(trimmed(cutFirst(value, ',')));
         if (!number) return false;
-        const int size = part.fromEnd && *number < 0 ? -*number : *number;
+        const int64_t size = part.fromEnd && *number < 0 ? -int64_t{*number} : *number;
         if (size < part.lowest || size > part.highest) return false;
         if (std::ranges::find(list, *number) == list.end()) list.push_back(*number);
     }

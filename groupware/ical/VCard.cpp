@@ -156,6 +156,7 @@ std::string downgraded(const ContentLine& line) {
 }  // namespace
 
 std::optional<VCard> VCard::parse(std::string_view text, std::string& problem) {
+    problem.clear();
     std::optional<VCard> card;
     ComponentReader reader(text);
     for (Step step = reader.next(); step != Step::kFinished; step = reader.next()) {

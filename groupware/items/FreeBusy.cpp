@@ -37,12 +37,15 @@ int64_t msOf(const ContentLine& line, int64_t otherwise) {
 /// Busy times by how firm they are: 0 confirmed, 1 tentative.
 using BusyTimes = std::array<std::vector<BusyTime>, 2>;
 
+/// All that an account is known by, in small letters.
+using Addresses = std::vector<std::string>;
+
 /// Which of them an event's component belongs to; nothing when it takes nobody's time. What the
 /// account has not answered yet, or not for sure, counts as tentative.
-std::optional<size_t> firmness(const CalendarComponent& component, std::string_view address) {
+std::optional<size_t> firmness(const CalendarComponent& component, const Addresses& addresses) {
     if (component.transparent || component.status == "CANCELLED") return std::nullopt;
     const auto self = std::ranges::find_if(component.attendees, [&](const CalendarUser& user) {
-        return equalNames(user.address, address);
+        return std::ranges::count(addresses, lowerAscii(user.address)) > 0;
     });
     const uint16_t answer =
         self == component.attendees.end() ? uint16_t{STORE_PARTSTAT_NONE} : self->status;
@@ -51,12 +54,12 @@ std::optional<size_t> firmness(const CalendarComponent& component, std::string_v
     return open || component.status == "TENTATIVE" ? 1 : 0;
 }
 
-void addEvent(const CalendarObject& event, std::string_view address, TimeRange range,
+void addEvent(const CalendarObject& event, const Addresses& addresses, TimeRange range,
               int64_t& steps, BusyTimes& times) {
     const int64_t given = std::min(steps, kEventSteps);
     StepBudget budget(given);
     eachOccurrence(event, range, budget, [&](const Occurrence& occurrence) {
-        const auto list = firmness(*occurrence.component, address);
+        const auto list = firmness(*occurrence.component, addresses);
         if (!list) return true;
         const int64_t start = std::max(occurrence.startMs, range.fromMs);
         const int64_t end = std::min(occurrence.endMs, range.toMs);
@@ -80,7 +83,7 @@ void merge(std::vector<BusyTime>& times) {
     times = std::move(merged);
 }
 
-BusyTimes busyTimes(Database& database, FolderKey folder, std::string_view address,
+BusyTimes busyTimes(Database& database, FolderKey folder, const Addresses& addresses,
                     TimeRange range) {
     BusyTimes times;
     int64_t steps = kReplySteps;
@@ -92,7 +95,7 @@ BusyTimes busyTimes(Database& database, FolderKey folder, std::string_view addre
         if (!item) continue;
         std::string problem;
         const auto event = CalendarObject::parse(ItemKind::kEvent, item->text, problem);
-        if (event) addEvent(*event, address, range, steps, times);
+        if (event) addEvent(*event, addresses, range, steps, times);
     }
     for (auto& list : times) merge(list);
     return times;
@@ -158,7 +161,11 @@ int32_t freeBusyReply(Engine& engine, const FreeBusyRequest& request, std::strin
     if (!account->publishesBusyTime) return STORE_NOT_PUBLISHING;
     const auto folder = engine.database().defaultFolder(account->id, ItemKind::kEvent);
     BusyTimes times;
-    if (folder) times = busyTimes(engine.database(), folder->key, account->address, request.range);
+    if (folder) {
+        Addresses addresses = engine.database().aliases(account->id);
+        addresses.push_back(account->address);
+        times = busyTimes(engine.database(), folder->key, addresses, request.range);
+    }
     const auto index = static_cast<size_t>(found - request.recipients.begin());
     reply = replyText(request, request.attendeeLines[index], times);
     return STORE_OK;

@@ -13,10 +13,11 @@ constexpr const char* kSection = "Mail";
 constexpr int32_t kGiveUpAfterHours = 72;
 constexpr int64_t kMsPerHour = 3'600'000;
 
+/// What is not understood sends no password in the clear.
 MailSettings::Security securityOf(std::string_view text) {
-    if (equalNames(text, "StartTls")) return MailSettings::Security::kStartTls;
+    if (text.empty() || equalNames(text, "None")) return MailSettings::Security::kNone;
     if (equalNames(text, "Tls")) return MailSettings::Security::kTls;
-    return MailSettings::Security::kNone;
+    return MailSettings::Security::kStartTls;
 }
 
 }  // namespace

@@ -145,7 +145,8 @@ TEST(RecurrenceRule, ReadsWhatClientsWriteAndNothingElse) {
     }
     for (const char* text :
          {"", "DAILY", "FREQ=SOMETIMES", "FREQ=DAILY;INTERVAL=0", "FREQ=DAILY;COUNT=-1",
-          "FREQ=DAILY;UNTIL=never", "FREQ=MONTHLY;BYMONTHDAY=0", "FREQ=MONTHLY;BYDAY=54MO",
+          "FREQ=DAILY;UNTIL=never", "FREQ=MONTHLY;BYMONTHDAY=0",
+          "FREQ=MONTHLY;BYMONTHDAY=-2147483648", "FREQ=MONTHLY;BYDAY=54MO",
           "FREQ=YEARLY;BYMONTH=13", "RSCALE=HEBREW;FREQ=YEARLY", "FREQ=DAILY;COUNT=99999999999999",
           "FREQ=YEARLY;BYEASTER=0"}) {
         EXPECT_FALSE(RecurrenceRule::parse(text)) << text;

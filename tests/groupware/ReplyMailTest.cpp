@@ -12,6 +12,7 @@
 #include "groupware/items/MessageFile.h"
 #include "groupware/mail/MailMessage.h"
 #include "groupware/mail/MailSender.h"
+#include "groupware/mail/MailSettings.h"
 #include "groupware/mail/ReplyText.h"
 #include "groupware/mail/Spool.h"
 #include "platform/PrivateProfile.h"
@@ -277,6 +278,19 @@ TEST_F(ReplyMail, PutsAsideWhatIsRefusedOrTooOld) {
     EXPECT_EQ(messagesOf(failed).size(), 3U);
     EXPECT_FALSE(platform::fileExists(failed + forgotten + token));
     EXPECT_TRUE(platform::fileExists(failed + forgotten + "-other.eml"));
+}
+
+TEST_F(ReplyMail, NoMisspeltSettingTakesTheSecurityAway) {
+    using Security = MailSettings::Security;
+    const std::pair<const char*, Security> words[] = {{"", Security::kNone},
+                                                      {"none", Security::kNone},
+                                                      {"TLS", Security::kTls},
+                                                      {"STARTTLS", Security::kStartTls},
+                                                      {"Start-TLS", Security::kStartTls}};
+    for (const auto& [word, security] : words) {
+        set("SmtpSecurity", word);
+        EXPECT_EQ(MailSettings::read(store_.paths().mainSettings).security, security) << word;
+    }
 }
 
 TEST_F(ReplyMail, EndsAtOnceWhileAServerKeepsSilent) {
