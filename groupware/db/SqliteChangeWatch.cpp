@@ -12,14 +12,14 @@ namespace {
 constexpr uint32_t kKnownLayout = 3'007'000;
 constexpr int kIndexPageBytes = 32 * 1024;
 
-const volatile uint32_t* mappedHeader(sqlite3* database) {
+uint32_t* mappedHeader(sqlite3* database) {
     sqlite3_file* file = nullptr;
     sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file);
     constexpr int kWithSharedMemory = 2;
     if (!file || !file->pMethods || file->pMethods->iVersion < kWithSharedMemory) return nullptr;
     volatile void* page = nullptr;
     const int result = file->pMethods->xShmMap(file, 0, kIndexPageBytes, 0, &page);
-    return result == SQLITE_OK ? static_cast<const volatile uint32_t*>(page) : nullptr;
+    return result == SQLITE_OK ? static_cast<uint32_t*>(const_cast<void*>(page)) : nullptr;
 }
 
 }  // namespace
@@ -30,11 +30,13 @@ SqliteChangeWatch::SqliteChangeWatch(std::string_view path) : connection_(path) 
 }
 
 std::optional<SqliteChangeWatch::State> SqliteChangeWatch::state() const {
-    if (!header_ || header_[0] != kKnownLayout) return std::nullopt;
+    if (!header_) return std::nullopt;
     State state;
-    for (size_t i = 0; i < state.size(); ++i) state[i] = header_[i];
-    std::atomic_thread_fence(std::memory_order_acquire);
-    return state;
+    for (size_t i = 0; i < state.size(); ++i) {
+        // Whoever sees the state of a commit sees the log as the commit left it.
+        state[i] = std::atomic_ref(header_[i]).load(std::memory_order_acquire);
+    }
+    return state[0] == kKnownLayout ? std::optional(state) : std::nullopt;
 }
 
 }  // namespace groupware

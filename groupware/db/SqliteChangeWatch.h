@@ -25,7 +25,7 @@ class SqliteChangeWatch {
 
   private:
     SqliteConnection connection_;  // keeps the index where it is
-    const volatile uint32_t* header_ = nullptr;
+    uint32_t* header_ = nullptr;   // written by SQLite alone
 };
 
 }  // namespace groupware
