@@ -85,6 +85,9 @@ class HttpSession final : public Connection,
           request_(exchange_.request()),
           stream_(std::forward<StreamArguments>(arguments)...),
           buffer_(limits_.maxHead + kBodyPiece) {
+        // What cannot be done at once is waited for, never blocked on; told once.
+        error_code ignored;
+        socket().socket().non_blocking(true, ignored);
         services_.connections.add(*this);
     }
     ~HttpSession() override { services_.connections.remove(*this); }
@@ -130,6 +133,8 @@ class HttpSession final : public Connection,
     awaitable<unsigned> readBody();
     awaitable<void> sendHostAnswer(HostAnswer answer);
     awaitable<bool> send(std::string_view head, std::string_view body);
+    template <typename Buffers>
+    size_t sendAtOnce(const Buffers& rest, error_code& error);
     bool hasReadAll();
     awaitable<void> finish();
 
@@ -321,9 +326,11 @@ awaitable<bool> HttpSession<Stream>::send(std::string_view head, std::string_vie
     const Clock::time_point end = Clock::now() + limits_.transferTime;
     while (beast::buffer_bytes(rest) > 0) {
         error_code error;
-        expectPieceBefore(end);
-        const size_t count =
-            co_await stream_.async_write_some(rest, redirect_error(use_awaitable, error));
+        size_t count = sendAtOnce(rest, error);
+        if (error == asio::error::would_block) {
+            expectPieceBefore(end);
+            count = co_await stream_.async_write_some(rest, redirect_error(use_awaitable, error));
+        }
         if (error) co_return false;
         exchange_.sent(count);
         rest.consume(count);
@@ -331,10 +338,25 @@ awaitable<bool> HttpSession<Stream>::send(std::string_view head, std::string_vie
     co_return true;
 }
 
+/// What the system takes now, without a timer or a turn of the loop: mostly the whole answer.
+template <typename Stream>
+template <typename Buffers>
+size_t HttpSession<Stream>::sendAtOnce(const Buffers& rest, error_code& error) {
+    if constexpr (kTls) {
+        error = asio::error::would_block;
+        return 0;
+    } else {
+        return socket().socket().write_some(rest, error);
+    }
+}
+
 /// Whether nothing of the client's is left unread, nor likely to come.
 template <typename Stream>
 bool HttpSession<Stream>::hasReadAll() {
-    if (!parser_ || !parser_->is_done() || buffer_.size() > 0) return false;
+    if (!parser_ || !parser_->is_header_done()) return false;
+    const uint64_t toCome =
+        parser_->is_done() ? 0 : parser_->content_length_remaining().value_or(UINT64_MAX);
+    if (buffer_.size() != toCome) return false;
     error_code error;
     return socket().socket().available(error) == 0 && !error;
 }

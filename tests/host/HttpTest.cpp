@@ -36,6 +36,14 @@ TEST(Http, TheExtensionIsGivenTheRequestAndItsAnswerPassesThrough) {
         {chunkedPut + "\r\n1\r\na\r\n0\r\nContent-Type: late\r\n\r\n",
          "PUT /webdav/echo   1/1 1/0\na"},
         {chunkedPut + "\r\n0\r\n\r\n", "PUT /webdav/echo   0/0 1/0\n"},
+        {"PUT /webdav/echo HTTP/1.1\r\n" + kHost +
+             "Transfer-Encoding:\tCHUNKED \r\n\r\n1\r\na\r\n0\r\n\r\n",
+         "PUT /webdav/echo   1/1 1/0\na"},
+        {"PUT /webdav/echo HTTP/1.1\r\n" + kHost + "Content-Length: 0005\r\n\r\nhello!",
+         "PUT /webdav/echo   5/5 1/0\nhello"},
+        {"GET /webdav/echo HTTP/1.1\r\n" + kHost +
+             "Connection: Upgrade, HTTP2-Settings\r\nUpgrade: h2c\r\n\r\n",
+         "GET /webdav/echo   0/0 1/0\n"},
         {"HEAD /webdav/echo HTTP/1.1\r\n" + kHost + "\r\n", ""},
     };
     for (const Case& expected : cases) {
@@ -62,11 +70,17 @@ TEST(Http, HostileAndOddRequestsAreRefused) {
         int status;
     };
     const std::string put = "PUT /webdav/echo HTTP/1.1\r\nHost: x\r\n";
+    std::string manyFields;
+    for (size_t i = 0; i < settings.limits.maxFields; ++i) manyFields += "a: b\r\n";
     const std::string chunked = put + "Transfer-Encoding: chunked\r\n\r\n";
     const Case cases[] = {
         {"GET /webdav/echo HTTP/1.1\r\n\r\n", 400},
         {put + "Content-Length: 5\r\nTransfer-Encoding: chunked\r\n\r\n", 400},
         {put + "Transfer-Encoding: gzip, chunked\r\n\r\n", 501},
+        {put + "Transfer-Encoding: chunked, chunked\r\n\r\n", 501},
+        {put + "Transfer-Encoding: identity\r\n\r\n", 501},
+        {"PUT /webdav/echo HTTP/1.0\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400},
+        {put + manyFields + "\r\n", 431},
         {put + "A: b\r\n c\r\n\r\n", 400},
         {put + "A: b\x01\r\n\r\n", 400},
         {put + "A: b\rc\r\n\r\n", 400},
@@ -110,6 +124,7 @@ TEST(Http, HostileAndOddRequestsAreRefused) {
         {"GET http://u@x/a HTTP/1.1\r\nHost: x\r\n\r\n", 400},
         {put + "Content-Length: 5\r\nContent-Length: 5\r\n\r\nabcde", 400},
         {put + "Content-Length: 5\r\nContent-Length: 6\r\n\r\nabcde", 400},
+        {put + "Content-Length: 5, 5\r\n\r\nabcde", 400},
         {put + "Content-Length: -5\r\n\r\n", 400},
         {put + "Transfer-Encoding: chunked\r\nTransfer-Encoding: x\r\n\r\n", 400},
         {put + "Transfer-Encoding: \x0B\r\n\r\n", 501},
@@ -120,6 +135,7 @@ TEST(Http, HostileAndOddRequestsAreRefused) {
         {chunked + "1\r\naX0\r\n\r\n", 400},
         {chunked + "+1\r\na\r\n0\r\n\r\n", 400},
         {chunked + "0\r\n : x\r\n\r\n", 400},
+        {chunked + "0\r\nt: x\nu: y\r\n\r\n", 400},
         {"PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n", 505},
         {"GET /" + std::string(9'000, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n", 414},
         {"GET /" + std::string(1'023, 'a') + " HTTP/1.1\r\nHost: x\r\n\r\n", 414},
