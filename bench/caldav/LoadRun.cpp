@@ -18,8 +18,12 @@ double secondsSince(Clock::time_point begin) {
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-/// What the connections of one row share.
-struct Load {
+double ownSeconds() {
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
+
+/// What the connections of one run share.
+struct Shared {
     const Site& site;
     const Workload& workload;
     const Limits& limits;
@@ -27,15 +31,12 @@ struct Load {
     std::atomic<size_t> next{0};
     std::atomic<bool> over{false};
     std::mutex mutex{};
-    std::vector<double> latencies{};  ///< and what follows: guarded by the mutex
-    double bodyBytes = 0;
-    size_t exchanges = 0;
-    std::string problem{};
+    Load load{};  ///< guarded by the mutex
 };
 
-/// One turn, its answers checked after the clock has stopped.
-void runTurn(Load& load, HttpClient& client, size_t number) {
-    const Turn turn = load.workload.turn(load.site, number);
+/// One turn, each answer checked after its clock has stopped.
+void runTurn(Shared& shared, HttpClient& client, size_t number) {
+    const Turn turn = shared.workload.turn(shared.site, number);
     double seconds = 0;
     double bytes = 0;
     std::string problem;
@@ -47,69 +48,47 @@ void runTurn(Load& load, HttpClient& client, size_t number) {
         problem = problemOf(answer, exchange.expected);
         if (!problem.empty()) break;
     }
-    const std::lock_guard guard(load.mutex);
+    const std::lock_guard guard(shared.mutex);
     if (!problem.empty()) {
-        load.problem = problem;
-        load.over = true;
+        shared.load.problem = problem;
+        shared.over = true;
         return;
     }
-    load.latencies.push_back(seconds);
-    load.bodyBytes += bytes;
-    load.exchanges += turn.size();
+    shared.load.latencies.push_back(seconds);
+    shared.load.bytes += bytes;
+    shared.load.exchanges += turn.size();
 }
 
-void serveConnection(Load& load) {
-    HttpClient client(load.site.host, load.site.port);
+void serveConnection(Shared& shared) {
+    HttpClient client(shared.site.host, shared.site.port);
     do {
-        const size_t number = load.next++;
-        if (number >= load.limits.turns) return;
-        runTurn(load, client, load.limits.first + number);
-    } while (!load.over && secondsSince(load.begin) < load.limits.seconds);
-}
-
-void runConnections(Load& load) {
-    std::vector<std::thread> threads;
-    for (unsigned i = 0; i < load.workload.connections; ++i) {
-        threads.emplace_back(serveConnection, std::ref(load));
-    }
-    for (std::thread& thread : threads) thread.join();
-}
-
-double ownSeconds() {
-    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+        const size_t number = shared.next++;
+        if (number >= shared.limits.turns) return;
+        runTurn(shared, client, shared.limits.first + number);
+    } while (!shared.over && secondsSince(shared.begin) < shared.limits.seconds);
 }
 
 }  // namespace
 
-Result runLoad(const Site& site, const Workload& workload, pid_t process, const Limits& limits) {
+Load runLoad(const Site& site, const Workload& workload, const Limits& limits) {
     Site asked = site;
     asked.keepAlive = workload.keepAlive;
-    Result result{.server = site.server, .row = workload.name, .floor = workload.floor};
-    result.keepAlive = workload.keepAlive;
-    result.connections = workload.connections;
-    if (limits.warm) {
-        const Limits one{.seconds = 0, .turns = 1};
-        Load warming{.site = asked, .workload = workload, .limits = one};
-        serveConnection(warming);
-        result.note = warming.problem;
-        if (!result.note.empty()) return result;
-    }
-    const double serverBefore = processorSeconds(process);
+    const double serverBefore = processorSeconds(site.process);
     const double ownBefore = ownSeconds();
     const double machineBefore = machineSeconds();
-    Load load{.site = asked, .workload = workload, .limits = limits};
-    runConnections(load);
-    result.seconds = secondsSince(load.begin);
-    result.processor = processorSeconds(process) - serverBefore;
-    const double others =
-        machineSeconds() - machineBefore - result.processor - (ownSeconds() - ownBefore);
-    result.others = std::max(0.0, others) / result.seconds;
+    Shared shared{.site = asked, .workload = workload, .limits = limits};
+    std::vector<std::thread> threads;
+    for (unsigned i = 0; i < workload.connections; ++i) {
+        threads.emplace_back(serveConnection, std::ref(shared));
+    }
+    for (std::thread& thread : threads) thread.join();
 
-    result.takeLatencies(std::move(load.latencies));
-    result.bytes = load.bodyBytes;
-    result.exchanges = load.exchanges;
-    result.note = load.problem;
-    return result;
+    Load load = std::move(shared.load);
+    load.seconds = secondsSince(shared.begin);
+    load.processor = processorSeconds(site.process) - serverBefore;
+    const double own = ownSeconds() - ownBefore;
+    load.others = std::max(0.0, machineSeconds() - machineBefore - load.processor - own);
+    return load;
 }
 
 }  // namespace bench

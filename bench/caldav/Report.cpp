@@ -21,46 +21,41 @@ std::string ratio(double value, double floor) {
     return floor > 0 ? number(value / floor) : "";
 }
 
-template <typename Field>
-std::vector<std::string> inOrder(const std::vector<Result>& results, Field field) {
-    std::vector<std::string> names;
-    for (const Result& result : results) {
-        if (std::ranges::find(names, result.*field) == names.end()) names.push_back(result.*field);
-    }
-    return names;
-}
-
-void printLine(const Result& result, const Result& floor, bool first) {
+void printLine(const Result& result, bool first) {
     std::printf("| %s | %s |", first ? result.row.c_str() : "", result.server.c_str());
     if (!result.note.empty()) {
-        std::printf(" %s ||||||||\n", result.note.c_str());
+        std::printf(" %s ||||||||||\n", result.note.c_str());
         return;
     }
-    const std::string cells[] = {number(result.processorEach() * 1e3),
-                                 ratio(result.processorEach(), floor.processorEach()),
-                                 number(result.median * 1e3),
-                                 ratio(result.median, floor.median),
-                                 number(result.most * 1e3),
-                                 number(result.nearlyAll * 1e3),
+    const std::string cells[] = {number(result.processor * 1e3),
+                                 number(result.floorProcessor * 1e3),
+                                 ratio(result.processor, result.floorProcessor),
+                                 number(result.p50 * 1e3),
+                                 number(result.floorP50 * 1e3),
+                                 ratio(result.p50, result.floorP50),
+                                 number(result.p95 * 1e3),
+                                 number(result.p99 * 1e3),
                                  number(static_cast<double>(result.turns) / result.seconds),
-                                 number(result.bytesEach() / 1e3)};
+                                 number(result.bytes / 1e3)};
     for (const std::string& cell : cells) std::printf(" %s |", cell.c_str());
     std::printf("\n");
 }
 
 void printTable(const std::vector<Result>& results) {
     std::printf(
-        "\n| %zu events | server | CPU ms | / floor | p50 ms | / floor | p95 | p99 "
-        "| per second | KB |\n|---|---|---|---|---|---|---|---|---|---|\n",
+        "\n| %zu events | server | CPU ms | floor | ratio | p50 ms | floor | ratio | p95 "
+        "| p99 | per second | KB |\n|---|---|---|---|---|---|---|---|---|---|---|---|\n",
         results.front().size);
-    for (const std::string& row : inOrder(results, &Result::row)) {
-        std::vector<Result> lines;
-        std::ranges::copy_if(results, std::back_inserter(lines),
-                             [&row](const Result& result) { return result.row == row; });
-        const auto floor = std::ranges::find(lines, kFloorName, &Result::server);
-        const Result none;
-        for (const Result& line : lines) {
-            printLine(line, floor == lines.end() ? none : *floor, &line == &lines.front());
+    std::vector<std::string> rows;
+    for (const Result& result : results) {
+        if (std::ranges::find(rows, result.row) == rows.end()) rows.push_back(result.row);
+    }
+    for (const std::string& row : rows) {
+        bool first = true;
+        for (const Result& result : results) {
+            if (result.row != row) continue;
+            printLine(result, first);
+            first = false;
         }
     }
 }

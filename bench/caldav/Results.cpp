@@ -1,46 +1,24 @@
 #include "bench/caldav/Results.h"
 
-#include <algorithm>
-#include <cmath>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 namespace bench {
 namespace {
 
-double percentile(const std::vector<double>& sorted, double part) {
-    if (sorted.empty()) return 0;
-    const auto rank = static_cast<size_t>(std::ceil(part * static_cast<double>(sorted.size())));
-    return sorted[std::max<size_t>(rank, 1) - 1];
-}
+constexpr double Result::*kFigures[] = {
+    &Result::seconds, &Result::others, &Result::bytes, &Result::processor, &Result::floorProcessor,
+    &Result::p50,     &Result::p95,    &Result::p99,   &Result::floorP50,
+};
 
 }  // namespace
 
-void Result::takeLatencies(std::vector<double> latencies) {
-    std::ranges::sort(latencies);
-    turns = latencies.size();
-    median = percentile(latencies, 0.5);
-    most = percentile(latencies, 0.95);
-    nearlyAll = percentile(latencies, 0.99);
-}
-
-double Result::processorEach() const {
-    return turns == 0 ? 0 : processor / static_cast<double>(turns);
-}
-
-double Result::bytesEach() const {
-    return turns == 0 ? 0 : bytes / static_cast<double>(turns);
-}
-
 void addResult(const std::string& file, const Result& result) {
     std::ofstream out(file, std::ios::app);
-    out.precision(9);
-    out << result.server << '\t' << result.row << '\t' << result.note << '\t' << result.size << ' '
-        << (result.floor == Floor::sync) << ' ' << result.keepAlive << ' ' << result.connections
-        << ' ' << result.turns << ' ' << result.exchanges << ' ' << result.bytes << ' '
-        << result.seconds << ' ' << result.processor << ' ' << result.others << ' ' << result.median
-        << ' ' << result.most << ' ' << result.nearlyAll << '\n';
+    out << result.server << '\t' << result.row << '\t' << result.note << '\t' << result.size << '\t'
+        << result.turns;
+    for (const auto figure : kFigures) out << '\t' << result.*figure;
+    out << '\n';
     if (!out.flush()) throw std::runtime_error("cannot write " + file);
 }
 
@@ -51,12 +29,9 @@ std::vector<Result> readResults(const std::string& file) {
     for (Result result; std::getline(in, result.server, '\t') &&
                         std::getline(in, result.row, '\t') && std::getline(in, result.note, '\t');
          results.push_back(result)) {
-        bool sync = false;
-        in >> result.size >> sync >> result.keepAlive >> result.connections >> result.turns >>
-            result.exchanges >> result.bytes >> result.seconds >> result.processor >>
-            result.others >> result.median >> result.most >> result.nearlyAll;
+        in >> result.size >> result.turns;
+        for (const auto figure : kFigures) in >> result.*figure;
         in.ignore();
-        result.floor = sync ? Floor::sync : Floor::answer;
     }
     return results;
 }

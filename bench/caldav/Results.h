@@ -6,36 +6,24 @@
 #include <string>
 #include <vector>
 
-#include "bench/caldav/Workloads.h"
-
 namespace bench {
 
 struct Result {
     size_t size = 0;  ///< events that were wanted; the tables are made by it
     std::string server{};
     std::string row{};
-    Floor floor = Floor::answer;
-    bool keepAlive = false;
-    unsigned connections = 1;
+    std::string note{};  ///< what went wrong, or a figure that is the whole row
     size_t turns = 0;
-    size_t exchanges = 0;  ///< of all turns
-    double bytes = 0;      ///< of all bodies
-    double seconds = 0;    ///< of the clock
-    double processor = 0;  ///< seconds of the server's processor time
-    double others = 0;     ///< processors that were busy with something else
-    double median = 0;     ///< seconds, and the next two
-    double most = 0;       ///< the 95th percentile
-    double nearlyAll = 0;  ///< the 99th
-    std::string note{};    ///< what went wrong, or a figure that stands for the whole row
-
-    /// Sets the number of turns and the percentiles.
-    void takeLatencies(std::vector<double> latencies);
-    double processorEach() const;
-    double bytesEach() const;
+    double seconds = 0;         ///< of the clock, for all turns
+    double others = 0;          ///< processors that were busy with something else
+    double bytes = 0;           ///< of the bodies of a turn
+    double processor = 0;       ///< seconds of the server's processor time for a turn
+    double floorProcessor = 0;  ///< and of the floor's
+    double p50 = 0;             ///< seconds that a turn took for half of them, and so on
+    double p95 = 0;
+    double p99 = 0;
+    double floorP50 = 0;
 };
-
-/// What stands for the server in results of the floor.
-constexpr const char* kFloorName = "floor";
 
 void addResult(const std::string& file, const Result& result);
 std::vector<Result> readResults(const std::string& file);

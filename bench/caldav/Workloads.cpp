@@ -81,7 +81,7 @@ Turn homeListing(const Site& site, size_t) {
     return {{propfind(site, site.home, 1,
                       "<D:resourcetype/><D:displayname/><CS:getctag/>"
                       "<C:supported-calendar-component-set/><D:current-user-privilege-set/>"),
-             {.atLeast = 2, .filled = "resourcetype", .fillings = 1}}};
+             {.atLeast = 2, .filled = "getctag", .fillings = 1}}};
 }
 
 Turn listing(const Site& site, const std::string& path, size_t items) {

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/types.h>
+
 #include "bench/caldav/AnswerCheck.h"
 
 namespace bench {
@@ -20,6 +22,7 @@ struct Site {
     std::string server;  ///< its name in the tables
     std::string host;    ///< an IPv4 address
     uint16_t port = 0;
+    pid_t process = 0;  ///< its first
     std::string login;  ///< user:password
     std::string home;   ///< paths, with their closing slashes
     std::string calendar;
