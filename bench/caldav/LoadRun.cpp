@@ -14,6 +14,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr double kLongestTurn = 60;
+
 double secondsSince(Clock::time_point begin) {
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
@@ -46,6 +48,7 @@ void runTurn(Shared& shared, HttpClient& client, size_t number) {
         seconds += secondsSince(begin);
         bytes += static_cast<double>(answer.body.size());
         problem = problemOf(answer, exchange.expected);
+        if (problem.empty() && seconds > kLongestTurn) problem = "over a minute";
         if (!problem.empty()) break;
     }
     const std::lock_guard guard(shared.mutex);
