@@ -1,5 +1,6 @@
 // bench_caldav: the load generator behind bench/caldav/run, which starts the servers and knows
 // their ways. Each command measures one thing and adds its results to a file; report prints them.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -24,6 +25,7 @@ struct Options {
     double seconds = 2;
     double fillSeconds = 600;
     size_t polls = 100;
+    std::vector<std::string> rows;  ///< all when empty
 };
 
 void add(const Options& options, size_t size, Result result) {
@@ -64,6 +66,9 @@ void measure(Options options) {
     const size_t events = options.site.events;
     fillAll(options, events);
     for (const Workload& workload : workloads()) {
+        if (!options.rows.empty() &&
+            std::ranges::find(options.rows, workload.name) == options.rows.end())
+            continue;
         add(options, events, runRow(options.site, options.floor, workload, options.seconds));
     }
     const auto megabytes = static_cast<int>(peakMemory(options.site.process) / 1e6);
@@ -100,6 +105,7 @@ void addMeasure(CLI::App& app, Options& options) {
     command->add_option("--floor-files", options.floor.directory, "What it serves")->required();
     command->add_option("--seconds", options.seconds, "For each row");
     command->add_option("--fill-seconds", options.fillSeconds, "Longest time for filling");
+    command->add_option("--row", options.rows, "Only rows of these names");
     command->add_option("--results", options.results, "File that results are added to")->required();
     command->callback([&] { measure(options); });
 }
