@@ -52,6 +52,7 @@ size_t controlLength(std::string_view text) {
 
 void blankControls(std::string& line) {
     for (size_t at = 0; at < line.size(); ++at) {
+        if (line[at] >= ' ' && line[at] < '\x7F') continue;
         const size_t length = controlLength(std::string_view(line).substr(at));
         std::fill_n(line.begin() + static_cast<std::ptrdiff_t>(at), length, ' ');
     }
