@@ -41,20 +41,24 @@ std::string MultistatusWriter::takeText() {
 }
 
 void MultistatusWriter::writeResponse(const ResponseRecord& response, bool brief) {
-    document_.open(kDav, "response");
+    document_.markup("<D:response>");
     document_.element(kDav, "href", response.href);
     for (const PropStatRecord& propstat : response.propstats)
         if (!brief || propstat.status != 404) writePropStat(propstat);
-    document_.close();
+    document_.markup("</D:response>");
 }
 
 void MultistatusWriter::writePropStat(const PropStatRecord& propstat) {
-    document_.open(kDav, "propstat");
+    document_.markup("<D:propstat>");
     document_.open(kDav, "prop");
     for (const PropertyRecord& property : propstat.properties) writeElement(property);
     document_.close();
-    document_.element(kDav, "status", statusLine(propstat.status));
-    document_.close();
+    if (propstat.status == 200) {
+        document_.markup("<D:status>HTTP/1.1 200 OK</D:status>");
+    } else {
+        document_.element(kDav, "status", statusLine(propstat.status));
+    }
+    document_.markup("</D:propstat>");
 }
 
 void MultistatusWriter::writeElement(const ElementRecord& element) {

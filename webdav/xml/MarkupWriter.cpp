@@ -45,6 +45,11 @@ void MarkupWriter::content(std::string_view text) {
     appendContent(text_, text);
 }
 
+void MarkupWriter::markup(std::string_view markup) {
+    endStartTag();
+    text_ += markup;
+}
+
 void MarkupWriter::close() {
     const size_t begin = endTags_.size() - lengths_.back();
     if (std::exchange(startTagIsOpen_, false)) {

@@ -29,6 +29,8 @@ class MarkupWriter {
     void attribute(std::string_view name, std::string_view value);
     /// Text within the element that has just begun; an empty one leaves it without content.
     void content(std::string_view text);
+    /// Markup that is known to be right where it stands, with prefixes that are declared already.
+    void markup(std::string_view markup);
     /// Ends the innermost element.
     void close();
     /// An element with nothing but text.
