@@ -2,6 +2,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -36,7 +37,9 @@ class LogWriterTest : public testing::Test {
     void configure(const char* mode, int32_t kilobytes = 0) {
         writer_->Configure(product_.logPath(), kilobytes, mode);
     }
-    void write(const std::string& line) { writer_->WriteEntry(line, now_); }
+    void write(const std::string& line) {
+        writer_->WriteEntries(std::vector<LogEntry>{{line, now_}});
+    }
     std::string log(const std::string& name) const { return brief(product_.log(name)); }
 
     TestInstallation product_;

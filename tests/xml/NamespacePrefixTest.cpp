@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "webdav/xml/MarkupWriter.h"
 #include "webdav/xml/NamespacePrefix.h"
 
 using webdav::AddElementNS;
@@ -78,6 +79,38 @@ TEST(NamespacePrefix, WritesAnAnswer) {
               "<D:multistatus xmlns:D=\"DAV:\" xmlns:C=\"urn:ietf:params:xml:ns:caldav\" "
               "xmlns:ns0=\"urn:x\" last=\"1\">" +
                   response + response + "</D:multistatus>");
+}
+
+/// Namespaces of every sort, as many as the root has room for and more, and texts of every sort.
+TEST(NamespacePrefix, AWriterWritesWhatADocumentDoes) {
+    const webdav::PrefixMap prefixes = {{std::string(kDav), "D"}, {"u1", "D"}, {"u2", "ns3"}};
+    MarkupDocument document;
+    document.prefixes() = prefixes;
+    webdav::MarkupWriter writer(prefixes);
+    AddElementNS(document, kDav, "m");
+    document.intoElement();
+    writer.open(kDav, "m");
+    for (int i = 0; i < 1500; ++i) {
+        const std::string uri =
+            i % 7 == 0 ? "" : "u" + std::to_string(i / 2) + std::string(60, '&');
+        const std::string name = i % 5 == 0 ? "no name" : "n" + std::to_string(i % 4);
+        const std::string text = i % 3 == 0 ? "" : i % 4 == 0 ? "\x01" : "<a & b>";
+        const bool added = AddElementNS(document, uri, name, text);
+        EXPECT_EQ(writer.open(uri, name), added);
+        if (!added) continue;
+        if (i % 6 == 0) document.setAttribute("k", "\"");
+        if (i % 6 == 0) writer.attribute("k", "\"");
+        writer.content(text);
+        if (text.empty() && i % 2 == 0) {
+            document.intoElement();
+            AddElementNS(document, "u" + std::to_string(i % 3), "inner");
+            document.outOfElement();
+            writer.element("u" + std::to_string(i % 3), "inner");
+        }
+        writer.close();
+    }
+    writer.close();
+    EXPECT_EQ(writer.takeText(), document.takeText());
 }
 
 TEST(NamespacePrefix, WritesWithThePrefixesThatTheDocumentHas) {

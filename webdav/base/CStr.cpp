@@ -25,8 +25,10 @@ std::string FormatTextV(const char* format, va_list arguments) {
     va_list again;
     va_copy(again, arguments);
     const ArgumentsEnd end(again);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    char most[256];  // of the texts fit
+    const int length = std::vsnprintf(most, sizeof most, format, arguments);
     if (length < 0) throw std::runtime_error("Unable to format string");
+    if (static_cast<size_t>(length) < sizeof most) return {most, static_cast<size_t>(length)};
     std::string text(static_cast<size_t>(length), '\0');
     // The terminator goes where the string has its own.
     if (std::vsnprintf(text.data(), text.size() + 1, format, again) != length)

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <ranges>
 
 #include "platform/CodePage.h"
 
@@ -219,11 +220,13 @@ std::string ToLowerAscii(std::string_view text) {
 }
 
 std::string EncodeUriPath(std::string_view decoded) {
-    std::string encoded;
-    encoded.reserve(decoded.size());
-    for (const char c : decoded) {
+    // Most names need no escape.
+    const auto stays = [](char c) { return static_cast<bool>(kPathBytes[toByte(c)]); };
+    const auto first = std::ranges::find_if_not(decoded, stays);
+    std::string encoded(decoded.begin(), first);
+    for (const char c : std::ranges::subrange(first, decoded.end())) {
         const uint8_t byte = toByte(c);
-        if (kPathBytes[byte]) {
+        if (stays(c)) {
             encoded += c;
         } else {
             encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};

@@ -18,6 +18,7 @@ constexpr std::string_view kBase64End = "=/";
 /// Encodes what stands between the dividers, and writes each divider as told.
 std::string encodeBetween(std::string_view divider, std::string_view written,
                           std::string_view text) {
+    if (text.find(divider) == text.npos) return EncodeUriPath(text);
     std::string encoded;
     for (size_t end = text.find(divider); end != text.npos; end = text.find(divider)) {
         encoded += EncodeUriPath(text.substr(0, end));

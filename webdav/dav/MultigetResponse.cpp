@@ -12,17 +12,27 @@ using webdav::Log;
 
 int32_t MultigetResponse::run() {
     if (!listItems()) return -1;
-    // The first record of a UID wins.
-    itemsByUid_.reserve(records_.size());
-    for (const StoreItem& item : records_)
-        if (item.uid != nullptr) itemsByUid_.emplace(item.uid, &item);
-
+    findWanted();
     for (const std::string& href : multiget_.hrefs()) {
         Log(webdav::kLogDebug, context_.request.RequestTag(), "Evaluating properties for: %s",
             href.c_str());
         answer(RepairedHref(href), NameOfHref(href));
     }
     return 0;
+}
+
+/// Only what is asked for: a folder may hold far more items.
+void MultigetResponse::findWanted() {
+    for (const std::string& href : multiget_.hrefs())
+        for (std::string& uid :
+             possibleUids(RepairedHref(href), WithoutExtension(NameOfHref(href))))
+            wanted_.try_emplace(std::move(uid), nullptr);
+    for (const StoreItem& item : records_) {
+        if (item.uid == nullptr) continue;
+        const auto wanted = wanted_.find(std::string_view(item.uid));
+        // The first record of a UID wins.
+        if (wanted != wanted_.end() && wanted->second == nullptr) wanted->second = &item;
+    }
 }
 
 bool MultigetResponse::listItems() {
@@ -47,10 +57,16 @@ void MultigetResponse::answer(const std::string& href, const std::string& name) 
 
 // vdirsyncer decodes the slash within a UID: the whole rest of the path is tried before the
 // segment, which might name another item.
+std::array<std::string, 2> MultigetResponse::possibleUids(const std::string& href,
+                                                          const std::string& uid) const {
+    return {WithoutExtension(NameBelowUrl(href, url_)), uid};
+}
+
 const StoreItem* MultigetResponse::find(const std::string& href, const std::string& uid) const {
-    for (const std::string& name : {WithoutExtension(NameBelowUrl(href, url_)), uid}) {
-        const auto found = itemsByUid_.find(name);
-        if (!name.empty() && found != itemsByUid_.end()) return found->second;
+    for (const std::string& name : possibleUids(href, uid)) {
+        const auto found = wanted_.find(name);
+        if (!name.empty() && found != wanted_.end() && found->second != nullptr)
+            return found->second;
     }
     return nullptr;
 }

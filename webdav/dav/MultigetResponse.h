@@ -1,6 +1,8 @@
 // The multiget REPORT answers: the properties of the items that the client names by their hrefs.
 #pragma once
 
+#include <array>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -29,13 +31,22 @@ class MultigetResponse : public PropFindResponseBase {
     const MultigetRequest& multiget_;
 
   private:
+    struct TextHash {
+        using is_transparent = void;
+        size_t operator()(std::string_view text) const {
+            return std::hash<std::string_view>()(text);
+        }
+    };
+
     bool listItems();
+    void findWanted();
+    std::array<std::string, 2> possibleUids(const std::string& href, const std::string& uid) const;
     const StoreItem* find(const std::string& href, const std::string& uid) const;
     void logUnknown(const std::string& uid) const;
 
     const std::string url_;
     webdav::ItemRecords records_;
-    std::unordered_map<std::string_view, const StoreItem*> itemsByUid_;
+    std::unordered_map<std::string, const StoreItem*, TextHash, std::equal_to<>> wanted_;  // by UID
 };
 
 /// Also reads scheduling messages, which stand in files: in the inbox, and under the name "msg".

@@ -1,25 +1,34 @@
 #include "webdav/dav/MultistatusWriter.h"
 
-#include <utility>
+#include <string>
 
-#include "webdav/base/CStr.h"
 #include "webdav/dav/Namespaces.h"
 #include "webdav/frame/ISAPIRequest.h"
-#include "webdav/xml/NamespacePrefix.h"
 
 namespace DAV {
 
-using webdav::AddElementNS;
+namespace {
 
-MultistatusWriter::MultistatusWriter(bool brief) : brief_(brief) {
-    document_.prefixes() = {
+webdav::PrefixMap prefixes() {
+    return {
         {std::string(kDav), "D"},
         {std::string(kCalDav), "C"},
         {std::string(kCalendarServer), "CS"},
         {std::string(kCardDav), "card"},
     };
-    AddElementNS(document_, kDav, "multistatus");
-    document_.intoElement();
+}
+
+std::string statusLine(uint16_t status) {
+    std::string line = "HTTP/1.1 ";
+    line += std::to_string(status);
+    line += ' ';
+    return line += webdav::ISAPIRequest::StatusText(status);
+}
+
+}  // namespace
+
+MultistatusWriter::MultistatusWriter(bool brief) : brief_(brief), document_(prefixes()) {
+    document_.open(kDav, "multistatus");
 }
 
 void MultistatusWriter::write(const ResponseRecord& response) {
@@ -27,43 +36,39 @@ void MultistatusWriter::write(const ResponseRecord& response) {
 }
 
 std::string MultistatusWriter::takeText() {
-    document_.outOfElement();
+    document_.close();
     return document_.takeText();
 }
 
 void MultistatusWriter::writeResponse(const ResponseRecord& response, bool brief) {
-    AddElementNS(document_, kDav, "response");
-    document_.intoElement();
-    AddElementNS(document_, kDav, "href", response.href);
+    document_.markup("<D:response>");
+    document_.element(kDav, "href", response.href);
     for (const PropStatRecord& propstat : response.propstats)
         if (!brief || propstat.status != 404) writePropStat(propstat);
-    document_.outOfElement();
+    document_.markup("</D:response>");
 }
 
 void MultistatusWriter::writePropStat(const PropStatRecord& propstat) {
-    AddElementNS(document_, kDav, "propstat");
-    document_.intoElement();
-    AddElementNS(document_, kDav, "prop");
-    document_.intoElement();
+    document_.markup("<D:propstat>");
+    document_.open(kDav, "prop");
     for (const PropertyRecord& property : propstat.properties) writeElement(property);
-    document_.outOfElement();
-    AddElementNS(document_, kDav, "status",
-                 webdav::FormatText("HTTP/1.1 %d %s", propstat.status,
-                                    webdav::ISAPIRequest::StatusText(propstat.status)));
-    document_.outOfElement();
+    document_.close();
+    if (propstat.status == 200) {
+        document_.markup("<D:status>HTTP/1.1 200 OK</D:status>");
+    } else {
+        document_.element(kDav, "status", statusLine(propstat.status));
+    }
+    document_.markup("</D:propstat>");
 }
 
 void MultistatusWriter::writeElement(const ElementRecord& element) {
-    const bool nests = !element.children.empty() || !element.responses.empty();
-    const std::string_view text = nests ? std::string_view() : std::string_view(element.text);
     // What a client asks for may have a name that no document can hold.
-    if (!AddElementNS(document_, element.namespaceUri, element.name, text)) return;
-    for (const auto& [name, value] : element.attributes) document_.setAttribute(name, value);
-    if (!nests) return;
-    document_.intoElement();
+    if (!document_.open(element.namespaceUri, element.name)) return;
+    for (const auto& [name, value] : element.attributes) document_.attribute(name, value);
     for (const ElementRecord& child : element.children) writeElement(child);
     for (const ResponseRecord& nested : element.responses) writeResponse(nested, false);
-    document_.outOfElement();
+    if (element.children.empty() && element.responses.empty()) document_.content(element.text);
+    document_.close();
 }
 
 }  // namespace DAV

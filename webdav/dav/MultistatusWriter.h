@@ -4,7 +4,7 @@
 #include <string>
 
 #include "webdav/dav/PropertyRecord.h"
-#include "webdav/xml/MarkupDocument.h"
+#include "webdav/xml/MarkupWriter.h"
 
 namespace DAV {
 
@@ -23,7 +23,7 @@ class MultistatusWriter {
     void writeElement(const ElementRecord& element);
 
     bool brief_;
-    webdav::MarkupDocument document_;
+    webdav::MarkupWriter document_;
 };
 
 }  // namespace DAV

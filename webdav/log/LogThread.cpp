@@ -1,5 +1,7 @@
 #include "webdav/log/LogThread.h"
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include "webdav/base/CStr.h"
@@ -12,6 +14,7 @@ namespace webdav {
 namespace {
 
 constexpr uint32_t kWaitMs = 1000;
+constexpr std::chrono::milliseconds kGatherTime{10};
 constexpr uint32_t kStopWaitMs = 20'000;
 constexpr uint32_t kIdleTicksBetweenReads = 5;
 
@@ -61,7 +64,7 @@ bool LogThread::Start() {
 }
 
 void LogThread::Stop() {
-    OnSignal(0);
+    WriteQueued();
     CThread::Stop(kStopWaitMs);
 }
 
@@ -86,38 +89,35 @@ void LogThread::Add(int level, std::string_view tag, std::string_view message) {
         ++dropped_;
         return;
     }
-    Queue(std::move(line));
-}
-
-void LogThread::Queue(std::string line) {
     queuedBytes_ += line.size();
     queue_.push_back({std::move(line), platform::nowUtcMs() / 1000});
-    queued_.set();
+    if (queue_.size() == 1) queued_.set();
 }
 
-std::optional<LogThread::Entry> LogThread::TakeFront() {
+std::vector<LogEntry> LogThread::TakeQueued() {
     const CSingleCrit lock(queueLock_);
-    if (queue_.empty()) return std::nullopt;
-    Entry entry = std::move(queue_.front());
-    queue_.pop_front();
-    queuedBytes_ -= entry.line.size();
-    if (!queue_.empty()) return entry;
+    std::vector<LogEntry> entries = std::move(queue_);
+    queue_.clear();
+    queuedBytes_ = 0;
     queued_.reset();
-    if (const size_t dropped = std::exchange(dropped_, 0); dropped > 0)
-        Queue(FormatText("WARNING, The log queue was full: %zu lines were dropped", dropped));
-    return entry;
+    if (const size_t dropped = std::exchange(dropped_, 0); dropped > 0) {
+        entries.push_back(
+            {FormatText("WARNING, The log queue was full: %zu lines were dropped", dropped),
+             platform::nowUtcMs() / 1000});
+    }
+    return entries;
 }
 
-bool LogThread::WriteNext() {
-    // Whoever takes an entry writes it before the next one is taken, or their order would be lost.
+void LogThread::WriteQueued() {
+    // Whoever takes entries writes them before others are taken, or their order would be lost.
     const CSingleCrit writing(writer_);
-    const std::optional<Entry> entry = TakeFront();
-    if (entry) writer_.WriteEntry(entry->line, entry->time);
-    return entry.has_value();
+    writer_.WriteEntries(TakeQueued());
 }
 
 void LogThread::OnSignal(size_t) {
-    WriteNext();
+    // A request logs several lines: to be woken once for all that come together costs less.
+    std::this_thread::sleep_for(kGatherTime);
+    WriteQueued();
 }
 
 void LogThread::OnTimeout() {
@@ -130,8 +130,7 @@ void LogThread::OnTimeout() {
 }
 
 void LogThread::OnExit() {
-    while (WriteNext()) {
-    }
+    WriteQueued();
 }
 
 }  // namespace webdav

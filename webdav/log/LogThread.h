@@ -2,15 +2,15 @@
 //
 // One for the process. Any thread may add lines at any time, also before the thread starts; the
 // order of the queue is the order in the file. The queue is bounded: what does not fit is dropped,
-// and one line tells how many were, once the others are written.
+// and one line tells how many were, once the others are written. Lines that come within some
+// milliseconds reach the file together.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "webdav/base/CThread.h"
 #include "webdav/base/CriticalSection.h"
@@ -45,21 +45,15 @@ class LogThread : public CThread {
     void OnExit() override;
 
   private:
-    struct Entry {
-        std::string line;
-        int64_t time = 0;  ///< seconds since 1970-01-01T00:00:00Z
-    };
-
     void Configure();
-    bool WriteNext();
-    std::optional<Entry> TakeFront();
-    void Queue(std::string line);
+    void WriteQueued();
+    std::vector<LogEntry> TakeQueued();
 
     std::atomic<int32_t> minLevel_;
     LogWriter writer_;
 
     CCriticalSection queueLock_;  // taken within the writer's, never the other way round
-    std::deque<Entry> queue_;
+    std::vector<LogEntry> queue_;
     size_t queuedBytes_ = 0;
     size_t dropped_ = 0;
     platform::Event queued_;  // set while the queue holds entries

@@ -14,6 +14,7 @@ namespace webdav {
 
 namespace {
 
+constexpr size_t kMaxPending = size_t{256} * 1024;
 constexpr const char* kModuleName = "CVWebDAV";
 constexpr const char* kLogName = "WebDAV";
 constexpr const char* kSemaphoreFile = "\\WebDAVLogLocked.sem";
@@ -51,6 +52,7 @@ size_t controlLength(std::string_view text) {
 
 void blankControls(std::string& line) {
     for (size_t at = 0; at < line.size(); ++at) {
+        if (line[at] >= ' ' && line[at] < '\x7F') continue;
         const size_t length = controlLength(std::string_view(line).substr(at));
         std::fill_n(line.begin() + static_cast<std::ptrdiff_t>(at), length, ' ');
     }
@@ -128,7 +130,7 @@ void LogWriter::RotateIfDue() {
     if (mode_ != Mode::kSingleFile && Now() >= nextRotation_) {
         WriteBanner("rotating");
         Close();
-    } else if (maxSize_ > 0 && file_->length() >= maxSize_) {
+    } else if (maxSize_ > 0 && Length() >= maxSize_) {
         RotateBySize();
     } else if (Now() == semaphoreDeleted_) {
         // Looking for it may search a large directory: not for each line of a busy second. What is
@@ -137,6 +139,10 @@ void LogWriter::RotateIfDue() {
         return;
     }
     DeleteSemaphore();
+}
+
+int64_t LogWriter::Length() const {
+    return file_->length() + static_cast<int64_t>(pending_.size());
 }
 
 void LogWriter::RotateBySize() {
@@ -157,26 +163,40 @@ void LogWriter::RotateBySize() {
 
 void LogWriter::Close() {
     if (!sizeRotating_) WriteBanner("stopping");
+    WriteOut();
     if (file_) file_->close();
     file_.reset();
 }
 
 void LogWriter::WriteBanner(const char* event) {
-    if (file_)
-        WriteLine(FormatText("----- %s %s Log file %s -----", kModuleName, CVWEBDAV_VERSION, event),
-                  Now());
+    if (!file_) return;
+    AddLine(FormatText("----- %s %s Log file %s -----", kModuleName, CVWEBDAV_VERSION, event),
+            Now());
+    WriteOut();
 }
 
-void LogWriter::WriteEntry(std::string_view line, int64_t time) {
-    if (Open()) WriteLine(line, time);
+void LogWriter::WriteEntries(std::span<const LogEntry> entries) {
+    for (const LogEntry& entry : entries) {
+        if (Open()) AddLine(entry.line, entry.time);
+        if (pending_.size() >= kMaxPending) WriteOut();
+    }
+    WriteOut();
 }
 
-void LogWriter::WriteLine(std::string_view line, int64_t time) {
-    std::string bytes = timeStamp(time);
+void LogWriter::AddLine(std::string_view line, int64_t time) {
+    if (time != stampedTime_) {
+        stamp_ = timeStamp(time);
+        stampedTime_ = time;
+    }
+    std::string bytes = stamp_;
     bytes += line;
     blankControls(bytes);
-    bytes += "\r\n";
-    file_->write(bytes);
+    pending_ += bytes += "\r\n";
+}
+
+void LogWriter::WriteOut() {
+    if (file_ && !pending_.empty()) file_->write(pending_);
+    pending_.clear();
 }
 
 void LogWriter::Flush() {

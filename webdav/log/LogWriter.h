@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,11 @@
 #include "webdav/base/CriticalSection.h"
 
 namespace webdav {
+
+struct LogEntry {
+    std::string line;
+    int64_t time = 0;  ///< seconds since 1970-01-01T00:00:00Z
+};
 
 class LogWriter : public CCriticalSection {
   public:
@@ -32,9 +38,9 @@ class LogWriter : public CCriticalSection {
 
     /// Makes sure that the file to write to now is open, rotating it when it is time.
     bool Open();
-    /// Opens the file and appends a line; time in seconds since 1970-01-01T00:00:00Z. Control
-    /// characters become blanks, so that one entry is one line.
-    void WriteEntry(std::string_view line, int64_t time);
+    /// Opens the file and appends a line for each. Control characters become blanks, so that one
+    /// entry is one line.
+    void WriteEntries(std::span<const LogEntry> entries);
     /// For idle times.
     void Flush();
 
@@ -44,11 +50,13 @@ class LogWriter : public CCriticalSection {
     int64_t Now() const { return clock_() / 1000; }
     void NameFile();
     void AnnounceFile() const;
+    int64_t Length() const;
     void RotateIfDue();
     void RotateBySize();
     void Close();
     void WriteBanner(const char* event);
-    void WriteLine(std::string_view line, int64_t time);
+    void AddLine(std::string_view line, int64_t time);
+    void WriteOut();
     void DeleteSemaphore();
 
     const Clock clock_;
@@ -59,6 +67,9 @@ class LogWriter : public CCriticalSection {
     Mode mode_ = Mode::kSingleFile;
     bool configured_ = false;
     bool sizeRotating_ = false;
+    std::string pending_;  // lines that are not yet in the file
+    std::string stamp_;    // how the last time looks
+    int64_t stampedTime_ = -1;
     int64_t nextRotation_ = 0;
     int64_t semaphoreDeleted_ = 0;
     bool semaphoreDue_ = false;

@@ -1,6 +1,8 @@
 #include "webdav/store/ItemKind.h"
 
-#include "webdav/base/CStr.h"
+#include <algorithm>
+#include <iterator>
+
 #include "webdav/store/StoreOperations.h"
 
 namespace webdav {
@@ -138,6 +140,19 @@ int32_t setContactData(const StoreItem& item, const FolderAccess& folder, const 
                                                folder.folderPath.c_str(), text, length);
 }
 
+/// Appends a number, filled up with zeros, and what follows it. A listing has a stamp for each
+/// item: printf would be a third of its work.
+void appendPadded(std::string& out, uint16_t number, size_t width, char next) {
+    char digits[5] = {'0', '0', '0', '0', '0'};
+    size_t begin = std::size(digits);
+    for (unsigned rest = number; rest > 0; rest /= 10) {
+        digits[--begin] = static_cast<char>('0' + rest % 10);
+    }
+    begin = std::min(begin, std::size(digits) - width);
+    out.append(digits + begin, std::size(digits) - begin);
+    out += next;
+}
+
 }  // namespace
 
 const ItemKind kCalendarKind{
@@ -219,8 +234,16 @@ const ItemKind* KindOfFolderType(std::string_view folderType) {
 }
 
 std::string FormatStamp(const StoreDateTime& time) {
-    return FormatText("%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", time.year, time.month, time.day,
-                      time.hour, time.minute, time.second, time.milliseconds);
+    std::string stamp;
+    stamp.reserve(24);
+    appendPadded(stamp, time.year, 4, '-');
+    appendPadded(stamp, time.month, 2, '-');
+    appendPadded(stamp, time.day, 2, 'T');
+    appendPadded(stamp, time.hour, 2, ':');
+    appendPadded(stamp, time.minute, 2, ':');
+    appendPadded(stamp, time.second, 2, '.');
+    appendPadded(stamp, time.milliseconds, 3, 'Z');
+    return stamp;
 }
 
 std::string ItemNumberText(const ItemKind& kind, const StoreItem& item) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "webdav/xml/AttributeReader.h"
+#include "webdav/xml/MarkupEscape.h"
 #include "webdav/xml/NameIndex.h"
 
 namespace webdav {
@@ -40,6 +41,21 @@ const DeclaredNamespaces::PrefixByUri::value_type* DeclaredNamespaces::find(
     std::string_view uri) const {
     const auto found = prefixByUri_.find(uri);
     return found == prefixByUri_.end() ? nullptr : &*found;
+}
+
+const std::string& DeclaredNamespaces::choosePrefix(PrefixMap& map, std::string_view uri) {
+    const auto known = map.find(uri);
+    if (known != map.end() && !isDeclared(known->second)) return known->second;
+    return map.insert_or_assign(std::string(uri), unusedPrefix()).first->second;
+}
+
+std::string DeclaredNamespaces::written(std::string_view prefix, std::string_view uri) {
+    std::string written = prefix.empty() ? " xmlns" : " xmlns:";
+    written += prefix;
+    written += "=\"";
+    appendAttributeValue(written, uri);
+    written += '"';
+    return written;
 }
 
 std::string DeclaredNamespaces::unusedPrefix() {

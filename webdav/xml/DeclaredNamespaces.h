@@ -1,5 +1,6 @@
 // The namespace declarations of a document, read once from all of its elements, so that finding the
-// prefix of a namespace does not read the document anew each time. Belongs to a MarkupDocument.
+// prefix of a namespace does not read the document anew each time. Belongs to a MarkupDocument or
+// to a MarkupWriter.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +12,9 @@
 #include "webdav/xml/IndexedText.h"
 
 namespace webdav {
+
+/// From namespace URI to prefix, by byte order.
+using PrefixMap = std::map<std::string, std::string, std::less<>>;
 
 class DeclaredNamespaces {
   public:
@@ -34,10 +38,15 @@ class DeclaredNamespaces {
         return lastFound_ != nullptr ? &lastFound_->second : nullptr;
     }
     bool isDeclared(std::string_view prefix) const { return prefixes_.contains(prefix); }
-    /// The first of "ns0", "ns1" and so on that is not declared.
-    std::string unusedPrefix();
+    /// The prefix to declare a namespace with: that of the map, else a new one ("ns0", "ns1" and so
+    /// on), which then goes into the map. One of the map that is declared already, for another
+    /// namespace, is no use.
+    const std::string& choosePrefix(PrefixMap& map, std::string_view uri);
+    /// The attribute that declares a namespace, with a blank in front.
+    static std::string written(std::string_view prefix, std::string_view uri);
 
   private:
+    std::string unusedPrefix();
     using PrefixByUri = std::map<std::string, std::string, std::less<>>;
 
     const PrefixByUri::value_type* find(std::string_view uri) const;

@@ -15,15 +15,6 @@ namespace {
 
 constexpr size_t kShortText = 4096;
 
-std::string writtenDeclaration(std::string_view prefix, std::string_view uri) {
-    std::string written = prefix.empty() ? " xmlns" : " xmlns:";
-    written += prefix;
-    written += "=\"";
-    appendAttributeValue(written, uri);
-    written += '"';
-    return written;
-}
-
 }  // namespace
 
 bool MarkupDocument::setText(std::string text) {
@@ -215,7 +206,7 @@ void MarkupDocument::readDeclarations() {
 bool MarkupDocument::declareOnRoot(std::string_view prefix, std::string_view uri) {
     if (root() == 0 || !canDeclareOnRoot(prefix, uri)) return false;
     declarations();
-    rootDeclarations_ += writtenDeclaration(prefix, uri);
+    rootDeclarations_ += DeclaredNamespaces::written(prefix, uri);
     declared_.add(prefix, uri);
     // A short text is moved now, so that a long one need not be at the end.
     if (content_.size() < kShortText) settle();
@@ -225,13 +216,14 @@ bool MarkupDocument::declareOnRoot(std::string_view prefix, std::string_view uri
 bool MarkupDocument::canDeclareOnRoot(std::string_view prefix, std::string_view uri) const {
     // A root that is still to be added has its name at most, and that fits.
     const size_t tag = root() != 0 ? content_.startTag(root()).size() : ElementRecord::kMaxEndTag;
-    const size_t length = tag + rootDeclarations_.size() + writtenDeclaration(prefix, uri).size();
+    const size_t length =
+        tag + rootDeclarations_.size() + DeclaredNamespaces::written(prefix, uri).size();
     return length <= ElementRecord::kMaxStartTag;
 }
 
-std::string MarkupDocument::unusedPrefix() {
+const std::string& MarkupDocument::choosePrefix(std::string_view uri) {
     declarations();
-    return declared_.unusedPrefix();
+    return declared_.choosePrefix(prefixes_, uri);
 }
 
 const IndexedText& MarkupDocument::index() const {

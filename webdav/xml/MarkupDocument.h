@@ -23,9 +23,6 @@
 
 namespace webdav {
 
-/// From namespace URI to prefix, by byte order.
-using PrefixMap = std::map<std::string, std::string, std::less<>>;
-
 class MarkupDocument {
   public:
     /// Document flag: tag names compare without regard to case, as in HTML.
@@ -99,8 +96,8 @@ class MarkupDocument {
     bool declareOnRoot(std::string_view prefix, std::string_view uri);
     /// Whether the root's start tag has room for one more declaration.
     bool canDeclareOnRoot(std::string_view prefix, std::string_view uri) const;
-    /// The first of "ns0", "ns1" and so on that no element declares.
-    std::string unusedPrefix();
+    /// The prefix of the map, or a new one, that no element declares; see DeclaredNamespaces.
+    const std::string& choosePrefix(std::string_view uri);
 
     /// The text with its positions, for reading by element index; valid until the next edit.
     const IndexedText& index() const;

@@ -15,9 +15,13 @@ char folded(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
+/// One for the process: to open the source of random numbers costs as much as to read a request.
 uint64_t randomPoint() {
-    std::random_device random;
-    return std::uniform_int_distribution<uint64_t>(256, kPrime - 1)(random);
+    static const uint64_t point = [] {
+        std::random_device random;
+        return std::uniform_int_distribution<uint64_t>(256, kPrime - 1)(random);
+    }();
+    return point;
 }
 
 }  // namespace

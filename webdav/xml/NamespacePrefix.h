@@ -1,6 +1,6 @@
 // Namespaces over the markup engine, which itself knows qualified names only: from a namespace URI
-// to the prefix that a document has for it, and back from a tag name to its local part. The writers
-// of answers add every element with AddElementNS.
+// to the prefix that a document has for it, and back from a tag name to its local part. Writers
+// of edited documents add every element with AddElementNS; multistatus answers use MarkupWriter.
 //
 // The declarations of a document are read once and then remembered, so that adding an element costs
 // the same however many stand before it.

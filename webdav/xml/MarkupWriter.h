@@ -1,0 +1,60 @@
+// Writes a document from its beginning to its end: for answers, which nobody looks at before they
+// are whole. What it writes is what AddElementNS writes into an empty MarkupDocument, without the
+// index that a document keeps of its elements.
+//
+// Belongs to one thread. Names that no document can hold are refused, all else is escaped.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "webdav/xml/DeclaredNamespaces.h"
+#include "webdav/xml/TagName.h"
+
+namespace webdav {
+
+class MarkupWriter {
+  public:
+    /// @param prefixes those to write namespaces with; others are called "ns0" and so on. A
+    /// namespace is declared on the root when an element first needs it.
+    explicit MarkupWriter(PrefixMap prefixes) : prefixes_(std::move(prefixes)) {}
+
+    /// Begins an element within the innermost open one. False, and nothing is written, for what is
+    /// no name and when the root has no room for one more declaration.
+    bool open(std::string_view uri, std::string_view localName);
+    /// Adds an attribute to the element that has just begun. The name is taken as it is.
+    void attribute(std::string_view name, std::string_view value);
+    /// Text within the element that has just begun; an empty one leaves it without content.
+    void content(std::string_view text);
+    /// Markup that is known to be right where it stands, with prefixes that are declared already.
+    void markup(std::string_view markup);
+    /// Ends the innermost element.
+    void close();
+    /// An element with nothing but text.
+    bool element(std::string_view uri, std::string_view localName, std::string_view text = {});
+
+    /// Hands the text over, when all elements are closed.
+    std::string takeText();
+
+  private:
+    const TagName* tagOf(std::string_view uri, std::string_view localName);
+    const TagName* declare(std::string_view uri, std::string_view localName);
+    void endStartTag();
+    void settle();
+
+    PrefixMap prefixes_;
+    DeclaredNamespaces declared_;
+    TagNames tags_;
+    std::string text_;
+    std::string declarations_;     // of the root, that are not yet in the text
+    size_t rootEnd_ = 0;           // where they belong
+    size_t rootLength_ = 0;        // of the root's start tag with all of them
+    std::string endTags_;          // of the open elements
+    std::vector<size_t> lengths_;  // of each of them
+    bool startTagIsOpen_ = false;
+};
+
+}  // namespace webdav
