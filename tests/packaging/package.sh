@@ -66,6 +66,7 @@ fi
     fail "the data directory links other libraries"
 
 serve() {
+    : >"$work/out"
     "$root/usr/sbin/cvwebdavd" --data "$data" --listen 127.0.0.1:0 >"$work/out" 2>"$work/err" &
     server_id=$!
     for _ in $(seq 100); do
