@@ -13,9 +13,11 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 
+#include "host/Ascii.h"
 #include "host/ListenAddress.h"
 #include "host/Network.h"
 #include "host/RequestHead.h"
+#include "host/RequestTarget.h"
 
 namespace host {
 namespace {
@@ -43,6 +45,14 @@ std::optional<std::string> clearSocketFile(const asio::any_io_executor& executor
     if (!error) return "another server listens there";
     std::filesystem::remove(path, ignored);
     return std::nullopt;
+}
+
+/// A page of elsewhere can have a browser on this machine ask here by a name of its own that leads
+/// to a loopback address; what the browser then names gives it away.
+bool isOwnName(std::string_view authority) {
+    const std::string_view host = hostOfAuthority(authority);
+    return host.empty() || sameText(host, "localhost") ||
+           isLoopback(plainAddress(host).value_or(""));
 }
 
 }  // namespace
@@ -145,10 +155,14 @@ asio::awaitable<void> AdminListener::serve(std::shared_ptr<Protocol::socket> soc
 asio::awaitable<HostAnswer> AdminListener::answerTo(std::string text) {
     RequestHead head;
     if (const unsigned refusal = head.parse(std::move(text))) co_return makeHostAnswer(refusal);
+    if (!isOwnName(head.value("Host").value_or(""))) co_return makeHostAnswer(421);
     const auto page = pages_.find(head.target().substr(0, head.target().find('?')));
     if (page == pages_.end()) co_return makeHostAnswer(404);
-    if (head.method() != "GET") co_return makeHostAnswer(405);
-    co_return co_await page->second();
+    const bool bodyToo = head.method() != "HEAD";
+    if (bodyToo && head.method() != "GET") co_return makeHostAnswer(405);
+    HostAnswer answer = co_await page->second();
+    if (!bodyToo) answer.body.clear();
+    co_return answer;
 }
 
 }  // namespace host

@@ -20,10 +20,11 @@ constexpr std::string_view kJson = "application/json";
 
 }  // namespace
 
-AdminPages::AdminPages(SessionServices& services, std::string dataDirectory)
+AdminPages::AdminPages(SessionServices& services, std::string dataDirectory,
+                       std::string storeLibrary)
     : services_(services),
       dataDirectory_(std::move(dataDirectory)),
-      healthCheck_(services.module, dataDirectory_),
+      healthCheck_(services.module, dataDirectory_, std::move(storeLibrary)),
       upSinceMs_(platform::nowUtcMs()) {}
 
 AdminListener::Pages AdminPages::all() {

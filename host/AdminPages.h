@@ -11,8 +11,8 @@ namespace host {
 
 class AdminPages {
   public:
-    /// The data directory (backslashes) may be empty: then it is not looked at.
-    AdminPages(SessionServices& services, std::string dataDirectory);
+    /// What is empty (backslashes) is not looked at.
+    AdminPages(SessionServices& services, std::string dataDirectory, std::string storeLibrary);
 
     AdminListener::Pages all();
 

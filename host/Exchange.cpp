@@ -1,5 +1,7 @@
 #include "host/Exchange.h"
 
+#include <utility>
+
 #include "host/HostAnswer.h"
 
 namespace host {
@@ -28,7 +30,14 @@ PenaltyBox::Verdict Exchange::judgeLogin() {
     suspect_ = {request_.connection.remoteAddress, attempt_->login};
     // A proxy that does not tell the client stands for all of its clients.
     if (services_.proxies.trusts(suspect_.address)) suspect_.address.clear();
-    return services_.penalties.judge(suspect_, Clock::now());
+    const Clock::time_point now = Clock::now();
+    const PenaltyBox::Verdict verdict = services_.penalties.judge(suspect_, now, now - *began_);
+    loginIsUnderway_ = verdict.underway;
+    return verdict;
+}
+
+void Exchange::loginIsOver() {
+    if (std::exchange(loginIsUnderway_, false)) services_.penalties.over(suspect_);
 }
 
 bool Exchange::hasRoom() const {
@@ -50,6 +59,7 @@ void Exchange::extensionAnswers(std::string_view head, std::string_view body) {
     } else if (status_ < kFirstRefusal && attempt_->provesLogin) {
         services_.penalties.succeeded(suspect_, Clock::now());
     }
+    loginIsOver();
 }
 
 void Exchange::answers(std::string_view head) {
@@ -58,6 +68,7 @@ void Exchange::answers(std::string_view head) {
 }
 
 void Exchange::isOver() {
+    loginIsOver();
     memory_.resize(0);
     RequestRecord record{request_, {}, status_, bodyBytes_, sentBytes_, {}};
     if (attempt_) record.login = attempt_->login;

@@ -26,7 +26,8 @@ class Exchange {
     /// To be told when the request's head is whole, and when all of it is.
     void headIsWhole();
     void isWhole() { began_ = Clock::now(); }
-    /// What a request with credentials has to suffer for those that failed before.
+    /// What a request with credentials has to suffer for those that failed before; to be asked once
+    /// more after the wait when the verdict says so.
     PenaltyBox::Verdict judgeLogin();
     /// False when nothing more can be taken on now.
     bool hasRoom() const;
@@ -41,12 +42,15 @@ class Exchange {
     void isOver();
 
   private:
+    void loginIsOver();
+
     using Clock = std::chrono::steady_clock;
 
     SessionServices& services_;
     Request request_;
     std::optional<LoginAttempt> attempt_;
     PenaltyBox::Suspect suspect_;
+    bool loginIsUnderway_ = false;
     MemoryBudget::Share memory_;
     std::optional<Clock::time_point> began_;  ///< the work on it; nothing while it is still coming
     Clock::duration took_{0};

@@ -12,19 +12,23 @@ namespace host {
 
 class HealthCheck {
   public:
-    /// The directory (backslashes) may be empty: then only the extension is asked.
-    HealthCheck(const ExtensionModule& module, std::string dataDirectory)
-        : module_(module), dataDirectory_(std::move(dataDirectory)) {}
+    /// Paths have backslashes; what is empty is not looked at.
+    HealthCheck(const ExtensionModule& module, std::string dataDirectory, std::string storeLibrary)
+        : module_(module),
+          dataDirectory_(std::move(dataDirectory)),
+          storeLibrary_(std::move(storeLibrary)) {}
 
     /// What is wrong, or nothing.
     std::optional<std::string> run() const;
 
   private:
     std::optional<std::string> askExtension() const;
+    std::optional<std::string> askStore() const;
     std::optional<std::string> writeFile() const;
 
     const ExtensionModule& module_;
     const std::string dataDirectory_;
+    const std::string storeLibrary_;
 };
 
 }  // namespace host

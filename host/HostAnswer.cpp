@@ -23,6 +23,7 @@ constexpr StatusRow kStatuses[] = {
     {413, "Content Too Large", "The request body is larger than this server takes."},
     {414, "URI Too Long", "The address is longer than this server takes."},
     {417, "Expectation Failed", "The expectation of the request is not known."},
+    {421, "Misdirected Request", "This is to be asked for as localhost or by a loopback address."},
     {429, "Too Many Requests", "Too many logins have failed; try again later."},
     {431, "Request Header Fields Too Large",
      "The request header is larger than this server takes."},

@@ -272,17 +272,19 @@ awaitable<void> HttpSession<Stream>::serveExtension() {
 /// Lets those wait whose logins fail, or refuses them; false then.
 template <typename Stream>
 awaitable<bool> HttpSession<Stream>::admitLogin() {
-    const PenaltyBox::Verdict verdict = exchange_.judgeLogin();
-    if (verdict.refused) {
-        co_await sendHostAnswer(makePenaltyAnswer(verdict.wait));
-        co_return false;
+    for (;;) {
+        const PenaltyBox::Verdict verdict = exchange_.judgeLogin();
+        if (verdict.refused) {
+            co_await sendHostAnswer(makePenaltyAnswer(verdict.wait));
+            co_return false;
+        }
+        if (verdict.wait.count() > 0) {
+            asio::steady_timer pause(executor(), verdict.wait);
+            error_code error;
+            co_await pause.async_wait(redirect_error(use_awaitable, error));
+        }
+        if (!verdict.again) co_return true;
     }
-    if (verdict.wait.count() > 0) {
-        asio::steady_timer pause(executor(), verdict.wait);
-        error_code error;
-        co_await pause.async_wait(redirect_error(use_awaitable, error));
-    }
-    co_return true;
 }
 
 /// The status to refuse the request with, or 0. A body that is cut short is the extension's to

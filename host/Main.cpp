@@ -13,6 +13,7 @@
 #include "platform/DynamicLibrary.h"
 #include "platform/Error.h"
 #include "platform/Files.h"
+#include "platform/PrivateProfile.h"
 #include "platform/Process.h"
 #include "platform/Registry.h"
 
@@ -87,9 +88,20 @@ void reserveDescriptors(host::ServerSettings& settings) {
     settings.limits.maxConnections = limit > 2 * ownNeed ? limit - ownNeed : limit / 2;
 }
 
+/// The store, as the extension finds it.
+std::string storeLibrary() {
+    const std::string place = platform::readRegistryText(kProductKey, "AppPath", kLongestPath).text;
+    const std::string settings =
+        platform::readRegistryText(kProductKey, "IniPath", kLongestPath).text;
+    const std::string type =
+        platform::readProfileText(settings, "Advanced", "UserDllType", "", kLongestPath);
+    return place + "\\CVUser" + type;
+}
+
 /// The socket that cvadmin looks for, unless another place was asked for.
 void completeAdmin(host::Options& options) {
     options.server.dataDirectory = platform::fromNativePath(options.dataDirectory);
+    options.server.storeLibrary = storeLibrary();
     if (options.adminAsked) return;
     options.server.adminListen = "unix:" + options.dataDirectory + "/run/cvwebdavd.sock";
 }

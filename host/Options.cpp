@@ -33,7 +33,9 @@ constexpr const char* kFooter =
     "Exits 1 when it cannot serve, 2 on wrong usage; its log is in DIR/Logs.";
 
 std::string checkListenAddress(const std::string& text) {
-    if (parseListenAddress(text)) return {};
+    const auto listen = parseListenAddress(text);
+    // Behind a "%" an address names its interface.
+    if (listen && plainAddress(listen->address.substr(0, listen->address.find('%')))) return {};
     return "expected ADDR:PORT such as 127.0.0.1:8008 or [::1]:8008, got " + text;
 }
 

@@ -25,6 +25,9 @@ constexpr Step kSteps[] = {
 /// A try waits that long for its turn; it is refused if that is not enough.
 constexpr Seconds kLongestWait{5};
 constexpr std::chrono::minutes kForgetAfter{30};
+/// Enough to keep the checking of passwords busy.
+constexpr unsigned kMostUnderway = 8;
+constexpr std::chrono::milliseconds kLookAgain{100};
 constexpr unsigned kV4NetworkBits = 32;
 constexpr unsigned kV6NetworkBits = 48;
 
@@ -56,7 +59,15 @@ PenaltyBox::Culprit* PenaltyBox::culprit(Culprits& culprits, const std::string& 
     return nullptr;
 }
 
-PenaltyBox::Verdict PenaltyBox::judge(const Suspect& suspect, Time now) {
+bool PenaltyBox::isCrowded(const Keys& keys) const {
+    const auto isFull = [](const Underway& underway, const std::string& key) {
+        const auto found = underway.find(key);
+        return found != underway.end() && found->second >= kMostUnderway;
+    };
+    return isFull(networksUnderway_, keys.network) || isFull(loginsUnderway_, keys.login);
+}
+
+PenaltyBox::Verdict PenaltyBox::judge(const Suspect& suspect, Time now, Time::duration waited) {
     const Keys keys(suspect);
     if (const Pair* pair = pairs_.find(keys.pair); pair != nullptr && pair->hasLoggedIn) return {};
     Culprit* const culprits[] = {culprit(networks_, keys.network, now),
@@ -65,18 +76,35 @@ PenaltyBox::Verdict PenaltyBox::judge(const Suspect& suspect, Time now) {
     for (const Culprit* one : culprits) {
         if (one != nullptr) turn = std::max(turn, one->nextTry);
     }
-    Verdict verdict{std::chrono::ceil<std::chrono::milliseconds>(turn - now), false};
-    if (verdict.wait > kLongestWait) {
+    Verdict verdict;
+    verdict.again = isCrowded(keys);
+    verdict.wait = std::chrono::ceil<std::chrono::milliseconds>(turn - now);
+    if (verdict.again) verdict.wait = std::max(verdict.wait, kLookAgain);
+    if (waited + verdict.wait > kLongestWait) {
         verdict.refused = true;
         ++counts_.refused;
         return verdict;
     }
+    if (verdict.again) return verdict;
+    verdict.underway = true;
+    if (!keys.network.empty()) ++networksUnderway_[keys.network];
+    if (!keys.login.empty()) ++loginsUnderway_[keys.login];
     // Tries that come at once take their turns one after the other.
     for (Culprit* one : culprits) {
         if (one != nullptr) one->nextTry = turn + pauseAfter(one->failures);
     }
-    if (verdict.wait.count() > 0) ++counts_.delayed;
+    if (waited + verdict.wait >= std::chrono::milliseconds(1)) ++counts_.delayed;
     return verdict;
+}
+
+void PenaltyBox::over(const Suspect& suspect) {
+    const Keys keys(suspect);
+    const auto endOne = [](Underway& underway, const std::string& key) {
+        const auto found = underway.find(key);
+        if (found != underway.end() && --found->second == 0) underway.erase(found);
+    };
+    endOne(networksUnderway_, keys.network);
+    endOne(loginsUnderway_, keys.login);
 }
 
 void PenaltyBox::failed(const Suspect& suspect, Time now) {

@@ -5,15 +5,17 @@
 // would have to wait long is refused instead. Who has logged in from a network before goes on
 // there without a pause until a login of that name fails there. A success takes back what that
 // login had failed from there, and no more, so that an account of one's own is no help in guessing
-// those of others.
+// those of others. Of those who have not logged in yet few are tried at once, so that guesses that
+// come all together find the pauses as well, and are not in the way of others.
 //
 // Event loop only; the time is told by the caller. Memory is bounded: the oldest culprits are
-// forgotten first. Each growth of a pause is logged once (docs/settings.md has the lines).
+// forgotten first. Each growth of a pause is logged once (docs/serving.md has the lines).
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 
 #include "host/BoundedMap.h"
 
@@ -32,10 +34,14 @@ class PenaltyBox {
 
     struct Verdict {
         std::chrono::milliseconds wait{0};
-        bool refused = false;  ///< the wait is too long to be waited out here
+        bool refused = false;   ///< the wait is too long to be waited out here
+        bool again = false;     ///< to be judged once more after the wait
+        bool underway = false;  ///< has its turn after the wait; "over" is to be told
     };
-    /// What a try that comes now has to suffer; one that is not refused takes its turn.
-    Verdict judge(const Suspect& suspect, Time now);
+    /// What a try has to suffer that came so long ago.
+    Verdict judge(const Suspect& suspect, Time now, Time::duration waited = {});
+    /// The try is over, whatever came of it.
+    void over(const Suspect& suspect);
     void failed(const Suspect& suspect, Time now);
     void succeeded(const Suspect& suspect, Time now);
 
@@ -60,15 +66,20 @@ class PenaltyBox {
     };
     struct Keys;
     using Culprits = BoundedMap<Culprit>;
+    /// Tries that have their turn; there are no more than connections.
+    using Underway = std::unordered_map<std::string, unsigned>;
 
     Culprit* culprit(Culprits& culprits, const std::string& key, Time now);
     void addFailure(Culprits& culprits, const std::string& key, const std::string& who, Time now);
     static void takeBack(Culprits& culprits, const std::string& key, unsigned failures);
+    bool isCrowded(const Keys& keys) const;
 
     static constexpr size_t kCapacity = 10'000;
     Culprits networks_{kCapacity};
     Culprits logins_{kCapacity};
     BoundedMap<Pair> pairs_{kCapacity};
+    Underway networksUnderway_;
+    Underway loginsUnderway_;
     Counts counts_;
 };
 

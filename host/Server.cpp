@@ -28,7 +28,7 @@ struct Server::Impl {
           memory(settings.limits.maxHeld),
           services{settings.limits, extension, proxies, pool,
                    connections,     penalties, memory,  watch},
-          adminPages(services, settings.dataDirectory),
+          adminPages(services, settings.dataDirectory, settings.storeLibrary),
           admin(io, adminPages.all()),
           pool(settings.threads, settings.limits.queueLength) {}
 

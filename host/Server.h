@@ -27,6 +27,7 @@ struct ServerSettings {
     std::string accessLog;    ///< a file; empty: none is written
     AccessLog::Format accessLogFormat = AccessLog::Format::kCombined;
     std::string dataDirectory;  ///< whose health is watched (backslashes); empty: no one's
+    std::string storeLibrary;   ///< abi/CVUser.h, whose health is watched; empty: no one's
     size_t threads = 4;
     Limits limits;
 };

@@ -3,7 +3,10 @@
 #include <array>
 
 #include <boost/system/error_code.hpp>
+#include <openssl/err.h>
 #include <openssl/ssl.h>
+
+#include "platform/Error.h"
 
 namespace host {
 namespace {
@@ -39,6 +42,14 @@ void configure(SSL_CTX* context) {
     SSL_CTX_set_alpn_select_cb(context, chooseProtocol, nullptr);
 }
 
+/// A file that cannot be read is told by the number of the system's error, which has no words of
+/// its own among those of OpenSSL.
+std::string reasonOf(const boost::system::error_code& error) {
+    const auto code = static_cast<unsigned>(error.value());
+    if (!ERR_SYSTEM_ERROR(code)) return error.message();
+    return platform::describeError(static_cast<uint32_t>(ERR_GET_REASON(code)));
+}
+
 }  // namespace
 
 std::shared_ptr<ssl::context> makeTlsContext(const std::string& certificateFile,
@@ -48,12 +59,19 @@ std::shared_ptr<ssl::context> makeTlsContext(const std::string& certificateFile,
     boost::system::error_code error;
     context->use_certificate_chain_file(certificateFile, error);
     if (error) {
-        problem = "cannot use the certificate " + certificateFile + ": " + error.message();
+        problem = "cannot use the certificate " + certificateFile + ": " + reasonOf(error);
         return nullptr;
     }
     context->use_private_key_file(keyFile, ssl::context::pem, error);
     if (error) {
-        problem = "cannot use the private key " + keyFile + ": " + error.message();
+        problem = "cannot use the private key " + keyFile + ": " + reasonOf(error);
+        return nullptr;
+    }
+    // A key of another kind than the certificate's is taken above without a word.
+    if (SSL_CTX_check_private_key(context->native_handle()) != 1) {
+        ERR_clear_error();
+        problem =
+            "the private key " + keyFile + " is not that of the certificate " + certificateFile;
         return nullptr;
     }
     return context;

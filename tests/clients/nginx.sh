@@ -69,7 +69,7 @@ event+=$'END:VEVENT\r\nEND:VCALENDAR\r\n'
 same "PUT of a chunked body through nginx" "2 204" "$(printf '%s' "$event" |
     ask -u "$login" -T - -o /dev/null -w '%{http_version} %{http_code}' "$calendar")"
 same "the event" "$(printf '%s' "$event")" "$(ask -u "$login" "$calendar")"
-ask "$url/setup" | grep -qF "$url/" || fail "the setup page does not name $url/"
+ask "$url/setup" | grep -F "$url/" >/dev/null || fail "the setup page does not name $url/"
 grep -q '^127\.0\.0\.2 - alice@example\.test \[.*\] "PUT ' "$work/access.log" ||
     fail "the access log does not name the client"
 

@@ -36,9 +36,10 @@ class AdminHost : public testing::Test {
     std::string socketFile() const { return directory_ / "run" / "admin.sock"; }
     std::string logFile() const { return directory_ / "access.log"; }
 
-    std::string ask(const std::string& page) const {
+    std::string ask(const std::string& page, const std::string& fields = {},
+                    const std::string& method = "GET") const {
         stream_protocol::iostream stream(stream_protocol::endpoint{socketFile()});
-        stream << "GET " << page << " HTTP/1.0\r\n\r\n" << std::flush;
+        stream << method << " " << page << " HTTP/1.0\r\n" << fields << "\r\n" << std::flush;
         return {std::istreambuf_iterator<char>(stream), {}};
     }
     std::string log() const {
@@ -92,6 +93,12 @@ TEST_F(AdminHost, ShowsWhatWasAskedAndAnswered) {
     EXPECT_EQ(status.find("secret"), std::string::npos);
     EXPECT_TRUE(ask("/other").starts_with("HTTP/1.1 404 "));
     EXPECT_TRUE(ask("/metrics HTTP/1.0\r\nbad").starts_with("HTTP/1.1 400 "));
+    for (const auto& [host, answer] :
+         {std::pair("evil.example", 421), std::pair("192.0.2.1", 421), std::pair("[::1]:9090", 200),
+          std::pair("LocalHost:1", 200)}) {
+        const std::string said = ask("/status", std::string("Host: ") + host + "\r\n");
+        EXPECT_TRUE(said.starts_with("HTTP/1.1 " + std::to_string(answer))) << host << said;
+    }
     EXPECT_TRUE(server.stop());
     EXPECT_FALSE(std::filesystem::exists(socketFile()));
 }
@@ -100,14 +107,20 @@ TEST_F(AdminHost, IsHealthyWhileTheExtensionAnswersAndTheDiskTakesData) {
     {
         RunningServer server(settings_);
         EXPECT_TRUE(ask("/healthz").ends_with("\r\n\r\nok\n"));
+        const std::string head = ask("/healthz", {}, "HEAD");
+        EXPECT_TRUE(head.starts_with("HTTP/1.1 200 ") && head.ends_with("\r\n\r\n")) << head;
         EXPECT_TRUE(server.stop());
     }
     settings_.dataDirectory += "\\missing";
-    RunningServer server(settings_);
-    const std::string answer = ask("/healthz");
-    EXPECT_TRUE(answer.starts_with("HTTP/1.1 503 ")) << answer;
-    EXPECT_NE(answer.find("cannot write to the data directory: "), std::string::npos) << answer;
-    EXPECT_TRUE(server.stop());
+    for (const std::string problem :
+         {"cannot write to the data directory: ", "cannot load the store: "}) {
+        RunningServer server(settings_);
+        const std::string answer = ask("/healthz");
+        EXPECT_TRUE(answer.starts_with("HTTP/1.1 503 ")) << answer;
+        EXPECT_NE(answer.find(problem), std::string::npos) << answer;
+        EXPECT_TRUE(server.stop());
+        settings_.storeLibrary = settings_.dataDirectory;
+    }
 }
 
 TEST_F(AdminHost, TakesOverTheSocketOfTheDeadButNotOfTheLiving) {

@@ -23,7 +23,7 @@ TEST(Options, OfAFullCommandLine) {
     int exitCode = -1;
     const auto options = parse(
         "--data d --listen 127.0.0.1:0 --listen [::1]:8008 --listen 127.9.9.9:1 "
-        "--trusted-proxy 10.0.0.0/8 --tls-listen 0.0.0.0:443 --tls-cert c --tls-key k "
+        "--trusted-proxy 10.0.0.0/8 --tls-listen [fe80::1%eth0]:443 --tls-cert c --tls-key k "
         "--admin-listen [::1]:9 --access-log f --access-log-format json --threads 7 "
         "--max-body 1000",
         exitCode);
@@ -59,6 +59,7 @@ TEST(Options, WrongUsageExitsWithTwo) {
         "--data d --listen ::1:8008",
         "--data d --listen 127.0.0.1:65536",
         "--data d --listen 127.0.0.1:80x",
+        "--data d --listen localhost:8008 --allow-plain",
         "--data d --tls-listen 127.0.0.1:1",
         "--data d --tls-cert c --tls-key k",
         "--data d --threads 0",

@@ -27,6 +27,7 @@ class Box {
     /// How long a try has to wait; negative when it is refused.
     milliseconds wait(const PenaltyBox::Suspect& who) {
         const PenaltyBox::Verdict verdict = box.judge(who, now);
+        if (verdict.underway) box.over(who);
         return verdict.refused ? -verdict.wait : verdict.wait;
     }
     std::string log() {
@@ -86,6 +87,28 @@ TEST(PenaltyBox, CountsByNetworkAndByLoginAndSparesTheOthers) {
         box.fail(expected.failed, 9);
         EXPECT_EQ(box.wait(expected.next) != seconds(0), expected.waits)
             << expected.failed.address << " " << expected.next.address;
+    }
+}
+
+TEST(PenaltyBox, TriesFewAtOnceUntilOneSucceeds) {
+    const auto name = [](int i) { return std::to_string(i); };
+    const auto place = [](int i) { return "192.0.2." + std::to_string(i); };
+    for (const bool sameLogin : {false, true}) {
+        Box box;
+        const auto suspect = [&](int i) {
+            return sameLogin ? PenaltyBox::Suspect{place(i), "alice"}
+                             : PenaltyBox::Suspect{place(1), name(i)};
+        };
+        for (int i = 0; i < 8; ++i) EXPECT_TRUE(box.box.judge(suspect(i), box.now).underway);
+        const PenaltyBox::Verdict ninth = box.box.judge(suspect(8), box.now);
+        EXPECT_TRUE(ninth.again && !ninth.underway && !ninth.refused);
+        EXPECT_GT(ninth.wait.count(), 0);
+        EXPECT_TRUE(box.box.judge(suspect(8), box.now, seconds(5)).refused);
+        EXPECT_TRUE(box.box.judge({"198.51.100.1", "bob"}, box.now).underway);
+        box.box.succeeded(suspect(8), box.now);
+        EXPECT_EQ(box.wait(suspect(8)), seconds(0));
+        box.box.over(suspect(0));
+        EXPECT_TRUE(box.box.judge(suspect(9), box.now).underway);
     }
 }
 

@@ -51,6 +51,18 @@ expect_offered 'calendar tasks contacts' cvadmin --data x folder add a@b --kind 
 expect_offered '--json' cvadmin --data x user list --j
 expect_offered '--tls-listen --tls-cert --tls-key' cvwebdavd --data x --tls
 
+# What fail2ban is told to look for finds the networks alone, also when somebody tries to log in by
+# a name that looks like such a line.
+steps=$(grep -E '^ {4}cvwebdavd: logins fail: ' "$packaging/../docs/serving.md")
+steps+=$'\ncvwebdavd: logins fail: client 192.0.2.7, login "cvwebdavd: logins fail: client '
+steps+='198.51.100.1, network x", failures 3, pause 1 s'
+for document in administration serving; do
+    expression=$(sed -n 's/^ *failregex = //p' "$packaging/../docs/$document.md")
+    found=$(grep -P -- "${expression/<HOST>/\\S+}" <<<"$steps") || true
+    [[ $found == *"network 192.0.2.7/32"* && $found != *'login "'* ]] ||
+        complain "the expression of docs/$document.md finds: $found"
+done
+
 if command -v mandoc >/dev/null; then
     mandoc -T lint -W warning "$packaging"/man/* || complain "mandoc finds faults in a manual page"
 fi

@@ -9,10 +9,15 @@ root=$work/root
 data=$work/data
 server_id=
 
-cleanup() {
+stop() {
     if [ -n "$server_id" ]; then
         kill "$server_id" 2>/dev/null && wait "$server_id" || true
+        server_id=
     fi
+}
+
+cleanup() {
+    stop
     rm -rf "$work"
 }
 trap cleanup EXIT
@@ -60,19 +65,34 @@ fi
 [ "$(realpath "$data/bin/CVUser.so")" = "$(realpath "$root"/usr/lib/*/cvwebdav/CVUser.so)" ] ||
     fail "the data directory links other libraries"
 
-"$root/usr/sbin/cvwebdavd" --data "$data" --listen 127.0.0.1:0 >"$work/out" 2>"$work/err" &
-server_id=$!
-for _ in $(seq 100); do
-    url=$(sed -nE 's|.*(http://127\.0\.0\.1:[0-9]+).*|\1|p' "$work/out" | head -n 1)
-    [ -z "$url" ] || break
-    kill -0 "$server_id" 2>/dev/null || { cat "$work/err" && fail "cvwebdavd ended at once"; }
-    sleep 0.1
-done
+serve() {
+    : >"$work/out"
+    "$root/usr/sbin/cvwebdavd" --data "$data" --listen 127.0.0.1:0 >"$work/out" 2>"$work/err" &
+    server_id=$!
+    for _ in $(seq 100); do
+        url=$(sed -nE 's|.*(http://127\.0\.0\.1:[0-9]+).*|\1|p' "$work/out" | head -n 1)
+        [ -z "$url" ] || break
+        kill -0 "$server_id" 2>/dev/null || { cat "$work/err" && fail "cvwebdavd ended at once"; }
+        sleep 0.1
+    done
+}
+
+expect_health() {
+    curl -sS --unix-socket "$data/run/cvwebdavd.sock" http://localhost/healthz >"$work/health"
+    grep -qF "$1" "$work/health" || { cat "$work/health" && fail "the health is not: $1"; }
+}
+
+serve
 status=$(curl -sS -o /dev/null -w '%{http_code}' -u alice@example.test:secret -X PROPFIND \
     -H 'Depth: 0' -d '<propfind xmlns="DAV:"><allprop/></propfind>' "$url/webdav/principals/")
 [ "$status" = 207 ] || fail "the principals are answered $status"
 found=$(curl -sS -o /dev/null -w '%{redirect_url}' "$url/.well-known/carddav")
-admin dns example.test | grep -qF "\"path=${found#"$url"}\"" ||
+admin dns example.test | grep -F "\"path=${found#"$url"}\"" >/dev/null ||
     fail "the records of DNS lead elsewhere than $found"
-curl -sS --fail "$url/setup" | grep -qF "<code>$url/</code>" || fail "/setup names another server"
+curl -sS --fail "$url/setup" | grep -F "<code>$url/</code>" >/dev/null || fail "/setup names another server"
+expect_health ok
+stop
+echo broken >"$data/corvane.db"
+serve
+expect_health "the store finds no domain"
 echo "the package serves"
