@@ -30,6 +30,19 @@ void CV_ReloadUsers(void);
 uint32_t CV_GetDomainCount(void);
 void CV_GetDomainNames(char* names, uint32_t count);
 
+/* What a server's monitoring may ask for. The extension does not need it, and not every store
+ * offers it. Numbers that only grow begin at the start of the process. */
+typedef struct StoreFigures {
+    uint64_t passwordsRemembered; /* accounts whose right password is known for a while */
+    uint64_t passwordsRecognized; /* checks that needed no hash, which only grows */
+    uint64_t passwordsHashed;     /* checks that did, which only grows */
+    uint64_t snapshotFolders;     /* folders whose contents are in memory */
+    uint64_t snapshotBytes;       /* what they take */
+    uint64_t snapshotsReused;     /* readings that found them good, which only grows */
+    uint64_t snapshotsRead;       /* readings that asked for changes, which only grows */
+} StoreFigures;
+void CV_GetFigures(StoreFigures* figures, uint32_t size); /* at most size bytes of it are written */
+
 /* Settings; fileId is one of STORE_FILE_... */
 void CV_GetDBPath(char* path, uint32_t fileId); /* STORE_DB_PATH_SIZE */
 void CV_GetStringKey(const char* section, const char* key, const char* defaultValue, char* value,

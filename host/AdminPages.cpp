@@ -21,10 +21,11 @@ constexpr std::string_view kJson = "application/json";
 }  // namespace
 
 AdminPages::AdminPages(SessionServices& services, std::string dataDirectory,
-                       std::string storeLibrary)
+                       const std::string& storeLibrary)
     : services_(services),
       dataDirectory_(std::move(dataDirectory)),
-      healthCheck_(services.module, dataDirectory_, std::move(storeLibrary)),
+      store_(storeLibrary),
+      healthCheck_(services.module, store_, dataDirectory_),
       upSinceMs_(platform::nowUtcMs()) {}
 
 AdminListener::Pages AdminPages::all() {
@@ -41,7 +42,8 @@ LiveNumbers AdminPages::now() const {
             .running = load.running,
             .heldBytes = services_.memory.held(),
             .unsentMails = unsentMails(),
-            .penalties = services_.penalties.counts()};
+            .penalties = services_.penalties.counts(),
+            .store = store_.figures()};
 }
 
 /// Each is a file; those that were given up stand in a directory beside them.

@@ -12,7 +12,8 @@ namespace host {
 class AdminPages {
   public:
     /// What is empty (backslashes) is not looked at.
-    AdminPages(SessionServices& services, std::string dataDirectory, std::string storeLibrary);
+    AdminPages(SessionServices& services, std::string dataDirectory,
+               const std::string& storeLibrary);
 
     AdminListener::Pages all();
 
@@ -25,6 +26,7 @@ class AdminPages {
 
     SessionServices& services_;
     const std::string dataDirectory_;
+    const StoreProbe store_;
     const HealthCheck healthCheck_;
     const int64_t upSinceMs_;
 };

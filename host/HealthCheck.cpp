@@ -1,10 +1,8 @@
 #include "host/HealthCheck.h"
 
-#include "abi/CVUser.h"
 #include "host/ExtensionCall.h"
 #include "host/HostAnswer.h"
 #include "host/Request.h"
-#include "platform/DynamicLibrary.h"
 #include "platform/Error.h"
 #include "platform/Files.h"
 
@@ -19,9 +17,8 @@ constexpr size_t kSampleSize = 4096;
 
 std::optional<std::string> HealthCheck::run() const {
     if (auto problem = askExtension()) return problem;
-    if (!storeLibrary_.empty()) {
-        if (auto problem = askStore()) return problem;
-    }
+    // Asked directly: without a store the extension answers every login as if it were wrong.
+    if (auto problem = store_.problem()) return problem;
     return dataDirectory_.empty() ? std::nullopt : writeFile();
 }
 
@@ -36,15 +33,6 @@ std::optional<std::string> HealthCheck::askExtension() const {
     if (status > 0 && status < kFirstError) return std::nullopt;
     return "the extension answers OPTIONS with " +
            (status == 0 ? std::string("nothing") : std::to_string(status));
-}
-
-/// Asked directly: without a store the extension answers every login as if it were wrong.
-std::optional<std::string> HealthCheck::askStore() const {
-    platform::DynamicLibrary store;
-    if (store.load(storeLibrary_) != 0) return "cannot load the store: " + store.problem();
-    const auto countDomains = store.function<decltype(&CV_GetDomainCount)>("CV_GetDomainCount");
-    if (countDomains != nullptr && countDomains() > 0) return std::nullopt;
-    return "the store finds no domain; what stands on standard error may tell why";
 }
 
 std::optional<std::string> HealthCheck::writeFile() const {

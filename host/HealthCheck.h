@@ -7,28 +7,26 @@
 #include <string>
 
 #include "host/ExtensionModule.h"
+#include "host/StoreProbe.h"
 
 namespace host {
 
 class HealthCheck {
   public:
-    /// Paths have backslashes; what is empty is not looked at.
-    HealthCheck(const ExtensionModule& module, std::string dataDirectory, std::string storeLibrary)
-        : module_(module),
-          dataDirectory_(std::move(dataDirectory)),
-          storeLibrary_(std::move(storeLibrary)) {}
+    /// The directory (backslashes) may be empty: then nothing is written.
+    HealthCheck(const ExtensionModule& module, const StoreProbe& store, std::string dataDirectory)
+        : module_(module), store_(store), dataDirectory_(std::move(dataDirectory)) {}
 
     /// What is wrong, or nothing.
     std::optional<std::string> run() const;
 
   private:
     std::optional<std::string> askExtension() const;
-    std::optional<std::string> askStore() const;
     std::optional<std::string> writeFile() const;
 
     const ExtensionModule& module_;
+    const StoreProbe& store_;
     const std::string dataDirectory_;
-    const std::string storeLibrary_;
 };
 
 }  // namespace host

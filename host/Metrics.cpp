@@ -74,6 +74,29 @@ constexpr Single kSingles[] = {
      }},
 };
 
+struct StoreNumber {
+    std::string_view name;
+    std::string_view type;
+    std::string_view help;
+    uint64_t StoreFigures::*value;
+};
+
+constexpr StoreNumber kStoreNumbers[] = {
+    {"cvwebdavd_passwords_remembered", "gauge",
+     "Accounts whose password needs no hash for a while.", &StoreFigures::passwordsRemembered},
+    {"cvwebdavd_passwords_recognized_total", "counter", "Passwords checked without a hash.",
+     &StoreFigures::passwordsRecognized},
+    {"cvwebdavd_passwords_hashed_total", "counter", "Passwords checked by a hash.",
+     &StoreFigures::passwordsHashed},
+    {"cvwebdavd_snapshot_folders", "gauge", "Folders whose contents are in memory.",
+     &StoreFigures::snapshotFolders},
+    {"cvwebdavd_snapshot_bytes", "gauge", "Memory that they take.", &StoreFigures::snapshotBytes},
+    {"cvwebdavd_snapshots_reused_total", "counter", "Readings of a folder as it was in memory.",
+     &StoreFigures::snapshotsReused},
+    {"cvwebdavd_snapshots_read_total", "counter", "Readings that asked the database for changes.",
+     &StoreFigures::snapshotsRead},
+};
+
 void announce(std::string& text, std::string_view name, std::string_view type,
               std::string_view help) {
     text.append("# HELP ").append(name).append(" ").append(help).append("\n# TYPE ");
@@ -125,6 +148,11 @@ std::string Metrics::text(const LiveNumbers& now) const {
     for (const Single& single : kSingles) {
         announce(text, single.name, single.type, single.help);
         add(text, single.name, std::to_string(single.value(*this, now)));
+    }
+    if (!now.store) return text;
+    for (const StoreNumber& number : kStoreNumbers) {
+        announce(text, number.name, number.type, number.help);
+        add(text, number.name, std::to_string(*now.store.*number.value));
     }
     return text;
 }

@@ -7,10 +7,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "abi/CVUser.h"
 #include "host/PenaltyBox.h"
 #include "host/RequestRecord.h"
 
@@ -25,6 +27,7 @@ struct LiveNumbers {
     size_t heldBytes = 0;
     size_t unsentMails = 0;
     PenaltyBox::Counts penalties;
+    std::optional<StoreFigures> store;  ///< of a store that tells them
 };
 
 class Metrics {

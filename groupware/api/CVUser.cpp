@@ -16,6 +16,7 @@
 #include "groupware/engine/Names.h"
 #include "groupware/engine/PasswordChecker.h"
 #include "groupware/engine/Settings.h"
+#include "groupware/items/SnapshotCache.h"
 #include "groupware/mail/MailSender.h"
 #include "platform/Export.h"
 #include "platform/LocalTime.h"
@@ -213,6 +214,18 @@ PLATFORM_EXPORT void CV_ReloadUsers(void) {
 PLATFORM_EXPORT uint32_t CV_GetDomainCount(void) {
     return guarded(uint32_t{0},
                    [] { return static_cast<uint32_t>(engine().database().domains().size()); });
+}
+
+PLATFORM_EXPORT void CV_GetFigures(StoreFigures* figures, uint32_t size) {
+    if (!figures) return;
+    guarded([&] {
+        const PasswordChecker::Figures passwords = engine().passwords().figures();
+        const SnapshotCache::Figures snapshots = engine().snapshots().figures();
+        const StoreFigures all = {passwords.remembered, passwords.recognized, passwords.hashed,
+                                  snapshots.folders,    snapshots.bytes,      snapshots.reused,
+                                  snapshots.read};
+        std::memcpy(figures, &all, std::min<size_t>(size, sizeof all));
+    });
 }
 
 PLATFORM_EXPORT void CV_GetDomainNames(char* names, uint32_t count) {

@@ -44,6 +44,7 @@ PasswordChecker::PasswordChecker() : computing_(kMostAtATime) {
 
 std::string PasswordChecker::hash(std::string_view password) {
     const Permit permit(computing_);
+    ++hashed_;
     std::array<char, crypto_pwhash_STRBYTES> text{};
     if (crypto_pwhash_str_alg(text.data(), password.data(), password.size(), kOperations,
                               kMemoryBytes, crypto_pwhash_ALG_ARGON2ID13) != 0) {
@@ -58,9 +59,13 @@ bool PasswordChecker::isRight(const AccountRow& account, std::string_view passwo
         return false;
     }
     const Digest digest = digestOf(account, password);
-    if (isKnown(account.id, digest)) return true;
+    if (isKnown(account.id, digest)) {
+        ++recognized_;
+        return true;
+    }
     {
         const Permit permit(computing_);
+        ++hashed_;
         if (crypto_pwhash_str_verify(account.passwordHash.c_str(), password.data(),
                                      password.size()) != 0) {
             return false;
@@ -68,6 +73,11 @@ bool PasswordChecker::isRight(const AccountRow& account, std::string_view passwo
     }
     remember(account.id, digest);
     return true;
+}
+
+PasswordChecker::Figures PasswordChecker::figures() {
+    const std::lock_guard lock(mutex_);
+    return {successes_.size(), recognized_, hashed_};
 }
 
 PasswordChecker::Digest PasswordChecker::digestOf(const AccountRow& account,

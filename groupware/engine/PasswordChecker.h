@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <mutex>
@@ -31,6 +32,13 @@ class PasswordChecker {
     /// Takes the time of a wrong password, so that no refusal tells by its speed what it is for.
     void spendACheck() { hash(""); }
 
+    struct Figures {
+        uint64_t remembered = 0;
+        uint64_t recognized = 0;
+        uint64_t hashed = 0;
+    };
+    Figures figures();
+
   private:
     using Digest = std::array<unsigned char, 32>;
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -47,6 +55,8 @@ class PasswordChecker {
     std::counting_semaphore<> computing_;
     std::mutex mutex_;
     std::unordered_map<int64_t, Success> successes_;  // an account has one password
+    std::atomic<uint64_t> recognized_{0};
+    std::atomic<uint64_t> hashed_{0};
 };
 
 }  // namespace groupware

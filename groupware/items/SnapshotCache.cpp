@@ -7,8 +7,12 @@ SnapshotPointer SnapshotCache::contentsOf(const FolderRow& folder) {
     const auto isGood = [&](const SnapshotPointer& snapshot) {
         return snapshot && snapshot->state().stampMs >= folder.stampMs;
     };
-    if (SnapshotPointer kept = snapshotAt(*place); isGood(kept)) return kept;
+    if (SnapshotPointer kept = snapshotAt(*place); isGood(kept)) {
+        ++reused_;
+        return kept;
+    }
 
+    ++read_;
     SnapshotPointer next;
     {
         const std::lock_guard loading(place->loading);
@@ -23,6 +27,11 @@ SnapshotPointer SnapshotCache::contentsOf(const FolderRow& folder) {
     }
     giveUpOthers(mostBytes_());
     return next;
+}
+
+SnapshotCache::Figures SnapshotCache::figures() {
+    const std::lock_guard lock(mutex_);
+    return {places_.size(), bytes(), reused_, read_};
 }
 
 ParsedPointer SnapshotCache::textOf(const FolderItem& item) {

@@ -8,6 +8,7 @@
 // raises DatabaseError.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <list>
 #include <map>
@@ -36,6 +37,14 @@ class SnapshotCache {
 
     size_t bytes() const { return use_->bytes(); }
 
+    struct Figures {
+        uint64_t folders = 0;
+        uint64_t bytes = 0;
+        uint64_t reused = 0;
+        uint64_t read = 0;
+    };
+    Figures figures();
+
   private:
     struct Place {
         std::mutex loading;  ///< held by whoever reads changes, for the others need them too
@@ -55,6 +64,8 @@ class SnapshotCache {
     std::mutex mutex_;  ///< of all below, and of the snapshots in places
     std::map<FolderKey, PlacePointer> places_;
     std::list<FolderKey> uses_;  ///< the latest first
+    std::atomic<uint64_t> reused_{0};
+    std::atomic<uint64_t> read_{0};
 };
 
 }  // namespace groupware

@@ -80,4 +80,6 @@ grep -q 'logins fail: client 127\.0\.0\.2, network 127\.0\.0\.2/32, failures 3' 
 
 admin status | grep -Eq '^Logins that failed +3$' || fail "cvadmin status does not count them"
 same "health" ok "$(curl -sS --unix-socket "$data/run/cvwebdavd.sock" http://localhost/healthz)"
+same "remembered passwords" 1 "$(curl -sS --unix-socket "$data/run/cvwebdavd.sock" \
+    http://localhost/metrics | sed -n 's/^cvwebdavd_passwords_remembered //p')"
 echo "nginx passes on what clients say and who they are"
