@@ -166,6 +166,8 @@ constexpr Case kCases[] = {
      "20250614T130000Z", false},
     {"DTSTART;VALUE=DATE:20250601\nRRULE:FREQ=DAILY;BYHOUR=7\n", "20250603T050000Z",
      "20250603T060000Z", true},
+    {"DTSTART;VALUE=DATE:20250601\nRRULE:FREQ=DAILY;BYHOUR=7,8;COUNT=9\n", "20250609T120000Z",
+     "20250609T130000Z", true},
     // Further dates and exceptions, also of another type than the start.
     {"DTSTART:20250101T100000Z\nRDATE:20250301T100000Z,20250401T100000Z\n", "20250401T000000Z",
      "20250402T000000Z", true},
@@ -173,6 +175,15 @@ constexpr Case kCases[] = {
      "20250302T000000Z", true},
     {"DTSTART:20250101T100000Z\nRDATE;VALUE=PERIOD:20250301T100000Z/20250301T120000Z\n",
      "20250301T123000Z", "20250302T000000Z", false},
+    // Further dates on another clock: the same time on it is another, another time the same.
+    {"DTSTART;TZID=Home:20250101T100000\nRDATE:20250601T100000Z\n"
+     "EXDATE;TZID=Home:20250601T100000\n",
+     "20250601T100000Z", "20250601T100001Z", true},
+    {"DTSTART;TZID=Home:20250101T100000\nRDATE:20250601T080000Z\n"
+     "EXDATE;TZID=Home:20250601T100000\n",
+     "20250601T000000Z", "20250602T000000Z", false},
+    {"DTSTART;TZID=Home:20250101T100000\nRDATE:20250601T100000\n", "20250601T080000Z",
+     "20250601T080001Z", true},
     {"DTSTART:20250101T100000Z\nRRULE:FREQ=DAILY\nEXDATE:20250105T100000Z\n", "20250105T000000Z",
      "20250106T000000Z", false},
     {"DTSTART:20250101T100000Z\nRRULE:FREQ=DAILY\nEXDATE;VALUE=DATE:20250105\n", "20250105T000000Z",
@@ -210,6 +221,17 @@ TEST_F(RecurrenceOccurrences, ChangedInstancesStandWhereTheyWereMoved) {
         parsed(kBerlin + series +
                vevent("RECURRENCE-ID;RANGE=THISANDFUTURE;TZID=Home:20250616T100000\n"
                       "DTSTART;TZID=Home:20250617T150000\nDURATION:PT2H\n"));
+    const CalendarObject later =
+        parsed(kBerlin + vevent("DTSTART;TZID=Home:20250301T100000\nRRULE:FREQ=WEEKLY\n") +
+               vevent("RECURRENCE-ID;RANGE=THISANDFUTURE;VALUE=DATE:20250329\n"
+                      "DTSTART;TZID=Home:20250331T110000\n"));
+    const CalendarObject noClock =
+        parsed(kBerlin + vevent("DTSTART;TZID=Home:20250301T100000\nRRULE:FREQ=WEEKLY\n") +
+               vevent("RECURRENCE-ID;RANGE=THISANDFUTURE:20250322T090000Z\n"
+                      "DTSTART:20250322T100000Z\n"));
+    const CalendarObject twoOfOneUid =
+        parsed(vevent("DTSTART:20250601T100000Z\n") +
+               vevent("DTSTART:20250701T100000Z\nRRULE:FREQ=DAILY;COUNT=3\n"));
     const CalendarObject alone =
         parsed(vevent("RECURRENCE-ID:20250609T080000Z\nDTSTART:20250612T080000Z\n"));
     const struct {
@@ -227,6 +249,10 @@ TEST_F(RecurrenceOccurrences, ChangedInstancesStandWhereTheyWereMoved) {
         {shifted, "20250623T000000Z", "20250624T000000Z", false},
         {shifted, "20250708T140000Z", "20250708T150000Z", true},
         {shifted, "20250709T000000Z", "20260708T150000Z", false},
+        {later, "20250407T090000Z", "20250407T090001Z", true},
+        {noClock, "20250405T090000Z", "20250405T090001Z", true},
+        {twoOfOneUid, "20250703T100000Z", "20250703T100001Z", true},
+        {twoOfOneUid, "20250704T100000Z", "20260704T100001Z", false},
         {alone, "20250609T000000Z", "20250610T000000Z", false},
         {alone, "20250612T000000Z", "20250613T000000Z", true},
     };
