@@ -14,6 +14,15 @@ namespace {
 constexpr size_t kItemsPerTransaction = 200;
 constexpr size_t kBytesPerTransaction = 8 * 1024 * 1024;
 
+/// The text of an item with the UID that it goes by: a contact's client may have named it in the
+/// URL alone, which nothing that is exported tells.
+std::string namedText(ItemKind kind, const StoredItem& item) {
+    if (kind != ItemKind::kContact || item.row.uid.empty()) return item.text;
+    std::string problem;
+    const auto facts = readItem(kind, item.text, problem);
+    return facts && facts->uid.empty() ? withUid(kind, item.text, item.row.uid) : item.text;
+}
+
 /// The import of one text into one folder.
 class Import {
   public:
@@ -102,7 +111,7 @@ class Import {
             return true;
         }
         const auto stored = transaction.item(folder_.key, *number);
-        if (stored && sameItem(item.text, stored->text)) return false;
+        if (stored && sameItem(item.text, namedText(folder_.kind, *stored))) return false;
         const std::string identifier = stored ? stored->row.identifier : std::string();
         transaction.updateItem(folder_.key, *number, {uid, item.text, identifier, item.facts.span});
         return true;
@@ -140,7 +149,7 @@ std::string exportFolder(Engine& engine, const FolderRow& folder, const Progress
     const size_t total = engine.database().itemCount(folder.key);
     size_t done = 0;
     engine.database().eachItem(folder.key, [&](StoredItem&& item) {
-        text.add(item.text);
+        text.add(namedText(folder.kind, item));
         if (progress) progress(++done, total);
     });
     return text.whole();
