@@ -179,6 +179,8 @@ bool Scan::run() {
 
 /// False when some occurrences may not have been found.
 bool Scan::scanSeries(const CalendarComponent& master) {
+    // Each looks at the changes of all.
+    if (!budget_.take(static_cast<int64_t>(event_.components().size() / 16))) return false;
     master_ = &master;
     clock_ = event_.clockOf(*master.start, budget_);
     length_ = lengthOf(event_, master, budget_);
@@ -303,14 +305,16 @@ void Scan::offer(const Occurrence& occurrence) {
     if (occurrence.touches(range_) && !each_(occurrence)) wanted_ = false;
 }
 
+/// Steps in which the ends of an event's rules are looked for.
+constexpr int64_t kCountSteps = 20'000;
+
 /// The last time of a rule, on the wall; nothing when there is none in sight.
-std::optional<WallSeconds> lastOf(const RecurrenceRule& given, const IcalTime& first) {
+std::optional<WallSeconds> lastOf(const RecurrenceRule& given, const IcalTime& first,
+                                  StepBudget& budget) {
     const RecurrenceRule rule = fitted(given, first);
     const WallSeconds start = first.wall;
     if (rule.until) return std::max(start, rule.until->wall + kSecondsPerDay);
-    constexpr int64_t kCountSteps = 20'000;
-    if (rule.count == 0 || rule.count > kCountSteps) return std::nullopt;
-    StepBudget budget(kCountSteps);
+    if (rule.count == 0 || rule.count > budget.left()) return std::nullopt;
     RuleWalk walk(rule, start, start, INT64_MAX, budget);
     WallSeconds last = start;
     while (const auto wall = walk.next()) last = *wall;
@@ -350,7 +354,7 @@ class SpanBuilder {
         }
         bool ends = !master.unreadableRule;
         for (const RecurrenceRule& rule : master.rules) {
-            const auto last = lastOf(rule, *master.start);
+            const auto last = lastOf(rule, *master.start, counting_);
             if (last) add(clock, *last, length);
             ends = ends && last.has_value();
         }
@@ -375,6 +379,7 @@ class SpanBuilder {
   private:
     const CalendarObject& event_;
     StepBudget budget_{kItemSteps};
+    StepBudget counting_{kCountSteps};
     int64_t first_ = INT64_MAX;
     int64_t last_ = INT64_MIN;
 };

@@ -292,6 +292,17 @@ TEST_F(RecurrenceOccurrences, WhatCannotBeToldWithinTheStepsMayOccur) {
         StepBudget again(kItemSteps);
         EXPECT_FALSE(occursIn(event, before, again)) << each.lines;
     }
+    // Many rules or series cost no more than one.
+    std::string rules = "DTSTART:20250101T100000Z\n";
+    std::string all;
+    for (int i = 0; i < 30'000; ++i) {
+        rules += "RRULE:FREQ=DAILY;BYHOUR=10;COUNT=15000\n";
+        all += vevent("DTSTART:20250101T100000Z\n") +
+               vevent("DTSTART:20250101T100000Z\nRECURRENCE-ID:20250101T100000Z\n");
+    }
+    EXPECT_EQ(spanOf(parsed(vevent(rules))).lastEndMs, INT64_MAX);
+    StepBudget few(kItemSteps);
+    EXPECT_FALSE(eachOccurrence(parsed(all), june, few, [](const Occurrence&) { return true; }));
     // A zone that is a thicket of rules costs no more than any other.
     std::string zone = "BEGIN:VTIMEZONE\nTZID:T\n";
     for (int i = 0; i < 500; ++i) {
