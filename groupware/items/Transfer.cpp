@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "groupware/ical/Occurrences.h"
 #include "groupware/items/FolderText.h"
 #include "groupware/items/ItemChanges.h"
 #include "groupware/items/TextSplitter.h"
@@ -96,8 +97,9 @@ class Import {
         const TextSplitter one(folder_.kind, text);
         const TextSplitter two(folder_.kind, stored);
         if (one.count() != 1 || two.count() != 1) return false;
-        return one.components(0) == two.components(0) &&
-               (folder_.kind == ItemKind::kContact || zonesAgree(folder_.kind, text, stored));
+        if (one.components(0) != two.components(0)) return false;
+        StepBudget budget(kItemSteps);
+        return folder_.kind == ItemKind::kContact || zonesAgree(folder_.kind, text, stored, budget);
     }
 
     /// False when the folder holds the very same already.
