@@ -151,17 +151,21 @@ class PropertySetter {
     Place insertAt_;
 };
 
-/// The line's head with its PARTSTAT set.
+/// The line's head with its PARTSTAT set, in its place when there is one.
 std::string withPartstat(const ContentLine& line, std::string_view participation) {
     std::string head(line.name);
     std::string_view rest = line.parameters;
     std::string_view name;
     std::string_view value;
+    bool set = false;
     while (cutParameter(rest, name, value)) {
-        if (equalNames(name, "PARTSTAT")) continue;
+        if (equalNames(name, "PARTSTAT")) {
+            value = participation;
+            set = true;
+        }
         head.append(";").append(name).append(name.empty() ? "" : "=").append(value);
     }
-    return head.append(";PARTSTAT=").append(participation);
+    return set ? head : head.append(";PARTSTAT=").append(participation);
 }
 
 }  // namespace

@@ -91,6 +91,15 @@ TEST(IcalText, EditsTouchOneProperty) {
               std::string::npos)
         << done;
     EXPECT_EQ(done.find("STATUS"), done.rfind("STATUS"));
+    const auto answered = [](const std::string& parameters) {
+        return withParticipation("BEGIN:VCALENDAR\nBEGIN:VEVENT\nATTENDEE" + parameters +
+                                     ":mailto:a@b\nEND:VEVENT\nEND:VCALENDAR\n",
+                                 0, "A@b", "DECLINED");
+    };
+    EXPECT_EQ(answered(";partstat=X;CN=\"a;b\";plain"),
+              "BEGIN:VCALENDAR\nBEGIN:VEVENT\nATTENDEE;partstat=DECLINED;CN=\"a;b\";plain"
+              ":mailto:a@b\nEND:VEVENT\nEND:VCALENDAR\n");
+    EXPECT_EQ(answered(""), answered(";PARTSTAT=X"));
     EXPECT_EQ(foldedLine(std::string(74, 'a') + "\xC3\xA4" + std::string(80, 'b'), "\n"),
               std::string(74, 'a') + "\n \xC3\xA4" + std::string(72, 'b') + "\n " +
                   std::string(8, 'b') + "\n");
