@@ -210,4 +210,11 @@ int64_t WallClock::utcSeconds(WallSeconds wall, StepBudget& budget) const {
     return zone_ == nullptr ? utcSecondsOfServerWall(wall) : zone_->utcSeconds(wall, budget);
 }
 
+WallSeconds WallClock::wallSeconds(int64_t utc, StepBudget& budget) const {
+    WallSeconds wall = utc;
+    // The first look may be on the other side of a change of the clock.
+    for (int look = 0; look < 2; ++look) wall = utc + (wall - utcSeconds(wall, budget));
+    return wall;
+}
+
 }  // namespace groupware

@@ -58,6 +58,8 @@ class WallClock {
     explicit WallClock(std::shared_ptr<const TimeZone> zone) : zone_(std::move(zone)) {}
 
     int64_t utcSeconds(WallSeconds wall, StepBudget& budget) const;
+    /// What the clock shows; just after it is set forward, maybe what it would have shown.
+    WallSeconds wallSeconds(int64_t utc, StepBudget& budget) const;
     /// False for the server's own clock, on which floating times and whole days are read.
     bool isFixed() const { return zone_ != nullptr; }
 

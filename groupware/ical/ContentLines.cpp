@@ -20,6 +20,12 @@ char lineEndIn(std::string_view text) {
     return lineFeeds || text.find('\r') == std::string_view::npos ? '\n' : '\r';
 }
 
+std::string_view lineBreakOf(std::string_view text, const ContentLine& line) {
+    const std::string_view bytes = text.substr(line.begin, line.end - line.begin);
+    if (bytes.ends_with("\r\n")) return "\r\n";
+    return bytes.ends_with('\r') ? "\r" : "\n";
+}
+
 size_t findUnquoted(std::string_view text, std::string_view characters, size_t from) {
     bool quoted = false;
     for (size_t i = from; i < text.size(); ++i) {

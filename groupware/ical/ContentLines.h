@@ -36,6 +36,9 @@ bool cutParameter(std::string_view& parameters, std::string_view& name, std::str
 /// The last character of the text's lines: LF, or CR in a text without any LF.
 char lineEndIn(std::string_view text);
 
+/// The line break behind a line; LF when it lacks one.
+std::string_view lineBreakOf(std::string_view text, const ContentLine& line);
+
 /// Where the first of the characters stands outside of quotes, or npos.
 size_t findUnquoted(std::string_view text, std::string_view characters, size_t from = 0);
 

@@ -55,6 +55,12 @@ Occurrence occurrenceAt(WallSeconds wall, const WallClock& clock, const Length& 
     return {start * kMsPerSecond, (end + length.seconds) * kMsPerSecond, &component};
 }
 
+/// Whether a time stands on the clock that the series begins on; a floating one means that clock.
+bool standsOnClockOf(const IcalTime& start, const IcalTime& time) {
+    return time.kind == IcalTime::Kind::kFloating ||
+           (time.kind == start.kind && time.zone == start.zone);
+}
+
 /// Times of a recurring event, as EXDATE and RECURRENCE-ID name them.
 class InstanceSet {
   public:
@@ -64,9 +70,7 @@ class InstanceSet {
     void add(const IcalTime& time, StepBudget& budget) {
         if (time.isDate() || start_.isDate()) {
             days_.push_back(dayOf(time.wall));
-        } else if (time.kind == IcalTime::Kind::kFloating ||
-                   (time.kind == start_.kind && time.zone == start_.zone)) {
-            // A floating one means the clock of the series.
+        } else if (standsOnClockOf(start_, time)) {
             walls_.push_back(time.wall);
         } else {
             utc_.push_back(event_.clockOf(time, budget).utcSeconds(time.wall, budget));
@@ -81,6 +85,16 @@ class InstanceSet {
                std::ranges::binary_search(days_, dayOf(wall)) ||
                (!utc_.empty() && std::ranges::binary_search(utc_, clock.utcSeconds(wall, budget)));
     }
+    /// For a moment that another clock tells than that of the series.
+    bool holdsMoment(int64_t utc, const WallClock& clock, StepBudget& budget) {
+        if (moments_.empty()) {
+            moments_ = utc_;
+            for (const int64_t wall : walls_) moments_.push_back(clock.utcSeconds(wall, budget));
+            std::ranges::sort(moments_);
+        }
+        return std::ranges::binary_search(moments_, utc) ||
+               std::ranges::binary_search(days_, dayOf(clock.wallSeconds(utc, budget)));
+    }
 
   private:
     const CalendarObject& event_;
@@ -88,12 +102,24 @@ class InstanceSet {
     std::vector<int64_t> days_;
     std::vector<int64_t> walls_;
     std::vector<int64_t> utc_;
+    std::vector<int64_t> moments_;  ///< those of walls_ and utc_, when they have been asked for
 };
+
+/// Whole days know no times of day.
+RecurrenceRule fitted(const RecurrenceRule& given, const IcalTime& start) {
+    RecurrenceRule rule = given;
+    if (!start.isDate()) return rule;
+    rule.hours.clear();
+    rule.minutes.clear();
+    rule.seconds.clear();
+    return rule;
+}
 
 /// A change of an instance and of all that follow it.
 struct Shift {
     int64_t fromUtc = 0;
-    int64_t delta = 0;
+    WallSeconds delta = 0;  ///< on the wall, so that it holds in summer and in winter
+    WallClock clock;
     Length length;
     const CalendarComponent* component = nullptr;
 };
@@ -108,16 +134,19 @@ class Scan {
     bool run();
 
   private:
-    void collectChanges(const CalendarComponent& master);
+    bool scanSeries(const CalendarComponent& master);
+    void collectChanges();
+    Shift shiftBy(const CalendarComponent& component);
     bool collectExclusions();
-    RecurrenceRule fitted(const RecurrenceRule& given) const;
     /// The clock's times between which instances can lie that touch the range.
     WallSeconds firstWall() const { return secondsOf(range_.fromMs) - reach_ - kSecondsPerDay; }
     WallSeconds lastWall() const { return secondsOf(range_.toMs) + reach_ + kSecondsPerDay; }
     bool scanRule(const RecurrenceRule& rule);
     void scanDates();
     bool isBefore(const RecurrenceRule& rule, WallSeconds wall) const;
-    void offerInstance(WallSeconds wall, const WallClock& clock, Length length);
+    void offerInstance(WallSeconds wall);
+    void offerDate(const IcalPeriod& date);
+    void offerShifted(const Occurrence& occurrence, WallSeconds wall);
     void offer(const Occurrence& occurrence);
 
     const CalendarObject& event_;
@@ -134,70 +163,85 @@ class Scan {
 };
 
 bool Scan::run() {
-    master_ = event_.master();
     for (const CalendarComponent& component : event_.components()) {
-        if (&component == master_ || !wanted_) continue;
+        if (!component.recurrenceId || !wanted_) continue;
         const WallClock clock = event_.clockOf(*component.start, budget_);
         offer(occurrenceAt(component.start->wall, clock, lengthOf(event_, component, budget_),
                            component, budget_));
     }
-    if (master_ == nullptr || !wanted_) return !budget_.spent();
-    clock_ = event_.clockOf(*master_->start, budget_);
-    length_ = lengthOf(event_, *master_, budget_);
-    left_.emplace(event_, *master_->start);
-    collectChanges(*master_);
-    const bool excluded = collectExclusions();
-    left_->sort();
-    if (master_->rules.empty()) offerInstance(master_->start->wall, clock_, length_);
-    scanDates();
-    for (const RecurrenceRule& rule : master_->rules) {
-        if (wanted_ && !scanRule(rule)) return false;
+    bool complete = true;
+    // There should be one; but some programs give all events the same UID.
+    for (const CalendarComponent& component : event_.components()) {
+        if (!component.recurrenceId && wanted_) complete = scanSeries(component) && complete;
     }
-    return excluded && !budget_.spent() && !master_->unreadableRule;
+    return complete && !budget_.spent();
 }
 
-void Scan::collectChanges(const CalendarComponent& master) {
+/// False when some occurrences may not have been found.
+bool Scan::scanSeries(const CalendarComponent& master) {
+    // Each looks at the changes of all.
+    if (!budget_.take(static_cast<int64_t>(event_.components().size() / 16))) return false;
+    master_ = &master;
+    clock_ = event_.clockOf(*master.start, budget_);
+    length_ = lengthOf(event_, master, budget_);
+    left_.emplace(event_, *master.start);
+    shifts_.clear();
+    collectChanges();
+    const bool excluded = collectExclusions();
+    left_->sort();
+    if (master.rules.empty()) offerInstance(master.start->wall);
+    for (const IcalPeriod& date : master.dates) {
+        if (wanted_ && budget_.take()) offerDate(date);
+    }
+    for (const RecurrenceRule& rule : master.rules) {
+        if (wanted_ && !scanRule(rule)) return false;
+    }
+    return excluded && !master.unreadableRule;
+}
+
+void Scan::collectChanges() {
     reach_ = length_.atMost() + kSecondsPerDay;
-    for (const IcalTime& time : master.exceptions) left_->add(time, budget_);
+    for (const IcalTime& time : master_->exceptions) left_->add(time, budget_);
     for (const CalendarComponent& component : event_.components()) {
         if (!component.recurrenceId) continue;
         left_->add(*component.recurrenceId, budget_);
         if (!component.thisAndFuture) continue;
-        const IcalTime& from = *component.recurrenceId;
-        const int64_t fromUtc = event_.clockOf(from, budget_).utcSeconds(from.wall, budget_);
-        const WallClock clock = event_.clockOf(*component.start, budget_);
-        const int64_t delta = clock.utcSeconds(component.start->wall, budget_) - fromUtc;
-        shifts_.push_back({fromUtc, delta, lengthOf(event_, component, budget_), &component});
-        reach_ = std::max(
-            reach_, shifts_.back().length.atMost() + kSecondsPerDay + (delta < 0 ? -delta : delta));
+        shifts_.push_back(shiftBy(component));
+        const Shift& shift = shifts_.back();
+        reach_ = std::max(reach_, shift.length.atMost() + 2 * kSecondsPerDay +
+                                      (shift.delta < 0 ? -shift.delta : shift.delta));
     }
     std::ranges::sort(shifts_, {}, &Shift::fromUtc);
 }
 
-void Scan::scanDates() {
-    for (const IcalPeriod& date : master_->dates) {
-        if (!wanted_ || !budget_.take()) return;
-        Length length = length_;
-        if (date.end) length = lengthBetween(event_, date.start, *date.end, budget_);
-        if (date.duration) length = lengthFrom(date.start, date.duration);
-        offerInstance(date.start.wall, event_.clockOf(date.start, budget_), length);
+Shift Scan::shiftBy(const CalendarComponent& component) {
+    const IcalTime& from = *component.recurrenceId;
+    const IcalTime& to = *component.start;
+    const auto utcOf = [&](const IcalTime& time) {
+        return event_.clockOf(time, budget_).utcSeconds(time.wall, budget_);
+    };
+    Shift shift{0, 0, clock_, lengthOf(event_, component, budget_), &component};
+    WallSeconds wall = from.wall;
+    if (from.isDate() && !master_->start->isDate()) {
+        wall += master_->start->wall - dayOf(master_->start->wall) * kSecondsPerDay;
+    } else if (!standsOnClockOf(*master_->start, from)) {
+        wall = clock_.wallSeconds(utcOf(from), budget_);
     }
-}
-
-/// Whole days know no times of day.
-RecurrenceRule Scan::fitted(const RecurrenceRule& given) const {
-    RecurrenceRule rule = given;
-    if (!master_->start->isDate()) return rule;
-    rule.hours.clear();
-    rule.minutes.clear();
-    rule.seconds.clear();
-    return rule;
+    shift.fromUtc = clock_.utcSeconds(wall, budget_);
+    if (to.kind == IcalTime::Kind::kUtc) {
+        // It tells one moment, and no clock that the others are to follow.
+        shift.delta = clock_.wallSeconds(utcOf(to), budget_) - wall;
+    } else {
+        shift.delta = to.wall - wall;
+        shift.clock = event_.clockOf(to, budget_);
+    }
+    return shift;
 }
 
 /// False when the times that rules leave out could not all be told.
 bool Scan::collectExclusions() {
     for (const RecurrenceRule& given : master_->exclusions) {
-        const RecurrenceRule rule = fitted(given);
+        const RecurrenceRule rule = fitted(given, *master_->start);
         RuleWalk walk(rule, master_->start->wall, firstWall(), lastWall(), budget_,
                       RuleWalk::Start::kMustMatch);
         while (const auto wall = walk.next()) {
@@ -210,11 +254,11 @@ bool Scan::collectExclusions() {
 
 /// False when the rule's times in the range could not all be told.
 bool Scan::scanRule(const RecurrenceRule& given) {
-    const RecurrenceRule rule = fitted(given);
+    const RecurrenceRule rule = fitted(given, *master_->start);
     RuleWalk walk(rule, master_->start->wall, firstWall(), lastWall(), budget_);
     while (const auto wall = walk.next()) {
         if (*wall > lastWall() || !wanted_ || !isBefore(rule, *wall)) return true;
-        if (*wall >= firstWall()) offerInstance(*wall, clock_, length_);
+        if (*wall >= firstWall()) offerInstance(*wall);
     }
     return !budget_.spent();
 }
@@ -229,30 +273,48 @@ bool Scan::isBefore(const RecurrenceRule& rule, WallSeconds wall) const {
     return clock_.utcSeconds(wall, budget_) <= until.wall;
 }
 
-void Scan::offerInstance(WallSeconds wall, const WallClock& clock, Length length) {
-    if (left_->holds(wall, clock, budget_)) return;
-    Occurrence occurrence = occurrenceAt(wall, clock, length, *master_, budget_);
-    const int64_t startUtc = occurrence.startMs / kMsPerSecond;
-    const auto after = std::ranges::upper_bound(shifts_, startUtc, {}, &Shift::fromUtc);
-    if (after != shifts_.begin()) {
-        const Shift& shift = *(after - 1);
-        occurrence.startMs = (startUtc + shift.delta) * kMsPerSecond;
-        occurrence.endMs = occurrence.startMs + shift.length.atMost() * kMsPerSecond;
-        occurrence.component = shift.component;
-    }
-    offer(occurrence);
+void Scan::offerInstance(WallSeconds wall) {
+    if (left_->holds(wall, clock_, budget_)) return;
+    offerShifted(occurrenceAt(wall, clock_, length_, *master_, budget_), wall);
+}
+
+void Scan::offerDate(const IcalPeriod& date) {
+    Length length = length_;
+    if (date.end) length = lengthBetween(event_, date.start, *date.end, budget_);
+    if (date.duration) length = lengthFrom(date.start, date.duration);
+    const bool onClock = standsOnClockOf(*master_->start, date.start);
+    const WallClock clock = onClock ? clock_ : event_.clockOf(date.start, budget_);
+    const Occurrence at = occurrenceAt(date.start.wall, clock, length, *master_, budget_);
+    const int64_t utc = at.startMs / kMsPerSecond;
+    const bool leftOut = onClock ? left_->holds(date.start.wall, clock_, budget_)
+                                 : left_->holdsMoment(utc, clock_, budget_);
+    if (leftOut) return;
+    offerShifted(at, onClock ? date.start.wall : clock_.wallSeconds(utc, budget_));
+}
+
+/// As the last change of the series before it left it; the wall time is on the clock of the series.
+void Scan::offerShifted(const Occurrence& occurrence, WallSeconds wall) {
+    const auto after =
+        std::ranges::upper_bound(shifts_, occurrence.startMs / kMsPerSecond, {}, &Shift::fromUtc);
+    if (after == shifts_.begin()) return offer(occurrence);
+    const Shift& shift = *(after - 1);
+    offer(occurrenceAt(wall + shift.delta, shift.clock, shift.length, *shift.component, budget_));
 }
 
 void Scan::offer(const Occurrence& occurrence) {
     if (occurrence.touches(range_) && !each_(occurrence)) wanted_ = false;
 }
 
+/// Steps in which the ends of an event's rules are looked for.
+constexpr int64_t kCountSteps = 20'000;
+
 /// The last time of a rule, on the wall; nothing when there is none in sight.
-std::optional<WallSeconds> lastOf(const RecurrenceRule& rule, WallSeconds start) {
+std::optional<WallSeconds> lastOf(const RecurrenceRule& given, const IcalTime& first,
+                                  StepBudget& budget) {
+    const RecurrenceRule rule = fitted(given, first);
+    const WallSeconds start = first.wall;
     if (rule.until) return std::max(start, rule.until->wall + kSecondsPerDay);
-    constexpr int64_t kCountSteps = 20'000;
-    if (rule.count == 0 || rule.count > kCountSteps) return std::nullopt;
-    StepBudget budget(kCountSteps);
+    if (rule.count == 0 || rule.count > budget.left()) return std::nullopt;
     RuleWalk walk(rule, start, start, INT64_MAX, budget);
     WallSeconds last = start;
     while (const auto wall = walk.next()) last = *wall;
@@ -270,16 +332,41 @@ class SpanBuilder {
         add(event_.clockOf(*component.start, budget_), component.start->wall, length);
     }
     void add(const WallClock& clock, WallSeconds wall, const Length& length) {
-        const Occurrence at = occurrenceAt(wall, clock, length, event_.components()[0], budget_);
-        const int64_t spread = clock.isFixed() ? 0 : 2 * kClockSpread * kMsPerSecond;
+        // The server's own clock is another one once it stands elsewhere.
+        static const WallClock kUtc(std::make_shared<const TimeZone>());
+        const Occurrence at = occurrenceAt(wall, clock.isFixed() ? clock : kUtc, length,
+                                           event_.components()[0], budget_);
+        const int64_t spread = clock.isFixed() ? 0 : kClockSpread * kMsPerSecond;
         first_ = std::min(first_, at.startMs - spread);
         // An occurrence without length still takes up its moment.
         last_ = std::max(last_, std::max(at.endMs, at.startMs + 1) + spread);
     }
-    /// More room on both sides.
-    void widen(int64_t seconds) {
-        first_ -= seconds * kMsPerSecond;
-        last_ += seconds * kMsPerSecond;
+    /// Adds the times of a series; false when it has no end in sight.
+    bool addSeries(const CalendarComponent& master) {
+        const WallClock clock = event_.clockOf(*master.start, budget_);
+        const Length length = lengthOf(event_, master, budget_);
+        for (const IcalPeriod& date : master.dates) {
+            const Length own = date.end ? lengthBetween(event_, date.start, *date.end, budget_)
+                                        : lengthFrom(date.start, date.duration);
+            const bool onClock = standsOnClockOf(*master.start, date.start);
+            add(onClock ? clock : event_.clockOf(date.start, budget_), date.start.wall,
+                own.atMost() > length.atMost() ? own : length);
+        }
+        bool ends = !master.unreadableRule;
+        for (const RecurrenceRule& rule : master.rules) {
+            const auto last = lastOf(rule, *master.start, counting_);
+            if (last) add(clock, *last, length);
+            ends = ends && last.has_value();
+        }
+        return ends;
+    }
+    /// Gives room on both sides for a change of all instances from one on.
+    void widenBy(const CalendarComponent& change) {
+        const int64_t delta = change.start->wall - change.recurrenceId->wall;
+        const int64_t room = (delta < 0 ? -delta : delta) + 2 * kSecondsPerDay +
+                             lengthOf(event_, change, budget_).atMost();
+        first_ -= room * kMsPerSecond;
+        last_ += room * kMsPerSecond;
     }
     ItemSpan span(bool endless, bool exact) const {
         // A zone that takes all steps is not understood.
@@ -292,9 +379,19 @@ class SpanBuilder {
   private:
     const CalendarObject& event_;
     StepBudget budget_{kItemSteps};
+    StepBudget counting_{kCountSteps};
     int64_t first_ = INT64_MAX;
     int64_t last_ = INT64_MIN;
 };
+
+/// One occurrence, whose time does not depend on where the server stands.
+bool isSingle(const CalendarObject& event, StepBudget& budget) {
+    const CalendarComponent& only = event.components().front();
+    return event.components().size() == 1 && !only.recurrenceId && only.rules.empty() &&
+           !only.unreadableRule && only.dates.empty() && only.exceptions.empty() &&
+           only.exclusions.empty() && event.clockOf(*only.start, budget).isFixed() &&
+           (!only.end || event.clockOf(*only.end, budget).isFixed());
+}
 
 }  // namespace
 
@@ -321,37 +418,15 @@ bool occursIn(const CalendarObject& event, TimeRange range, StepBudget& budget) 
 
 ItemSpan spanOf(const CalendarObject& event) {
     SpanBuilder builder(event);
-    for (const CalendarComponent& component : event.components()) builder.add(component);
-    const CalendarComponent* master = event.master();
-    if (master == nullptr) return builder.span(false, false);
-    const WallClock clock = event.clockOf(*master->start, builder.budget());
-    const Length length = lengthOf(event, *master, builder.budget());
-    for (const IcalPeriod& date : master->dates) {
-        const Length own = date.end ? lengthBetween(event, date.start, *date.end, builder.budget())
-                                    : lengthFrom(date.start, date.duration);
-        builder.add(event.clockOf(date.start, builder.budget()), date.start.wall,
-                    own.atMost() > length.atMost() ? own : length);
-    }
-    bool endless = master->unreadableRule;
-    for (const RecurrenceRule& rule : master->rules) {
-        if (const auto last = lastOf(rule, master->start->wall)) {
-            builder.add(clock, *last, length);
-        } else {
-            endless = true;
-        }
+    bool endless = false;
+    for (const CalendarComponent& component : event.components()) {
+        builder.add(component);
+        if (!component.recurrenceId && !builder.addSeries(component)) endless = true;
     }
     for (const CalendarComponent& component : event.components()) {
-        if (!component.recurrenceId || !component.thisAndFuture) continue;
-        const int64_t delta = component.start->wall - component.recurrenceId->wall;
-        builder.widen((delta < 0 ? -delta : delta) + kSecondsPerDay +
-                      lengthOf(event, component, builder.budget()).atMost());
+        if (component.recurrenceId && component.thisAndFuture) builder.widenBy(component);
     }
-    const bool single = event.components().size() == 1 && master->rules.empty() &&
-                        !master->unreadableRule && master->dates.empty() &&
-                        master->exceptions.empty() && master->exclusions.empty() &&
-                        clock.isFixed() &&
-                        (!master->end || event.clockOf(*master->end, builder.budget()).isFixed());
-    return builder.span(endless, single);
+    return builder.span(endless, isSingle(event, builder.budget()));
 }
 
 }  // namespace groupware

@@ -85,12 +85,6 @@ std::string unfolded(std::string_view lines) {
     return whole;
 }
 
-std::string_view lineEndOf(std::string_view text, const ContentLine& line) {
-    const std::string_view bytes = text.substr(line.begin, line.end - line.begin);
-    if (bytes.ends_with("\r\n")) return "\r\n";
-    return bytes.ends_with('\r') ? "\r" : "\n";
-}
-
 /// A property to set: the line that is there is replaced, a missing one put first.
 struct Setting {
     std::string_view name;
@@ -122,7 +116,7 @@ class PropertySetter {
     void visit(Step step, const ContentLine& line, std::vector<Setting>& settings) {
         if (step == Step::kBegin) {
             for (Setting& each : settings) each.done = false;
-            insertAt_ = {line.end, std::string(lineEndOf(text_, line)), edits_.size()};
+            insertAt_ = {line.end, std::string(lineBreakOf(text_, line)), edits_.size()};
             return;
         }
         if (step == Step::kEnd) return insertMissing(settings);
@@ -130,7 +124,7 @@ class PropertySetter {
         if (line.is("VERSION")) insertAt_ = {line.end, insertAt_.lineEnd, edits_.size()};
         for (Setting& each : settings) {
             if (!line.is(each.name)) continue;
-            const std::string bytes = foldedLine(each.line, lineEndOf(text_, line));
+            const std::string bytes = foldedLine(each.line, lineBreakOf(text_, line));
             edits_.push_back({line.begin, line.end, each.done ? std::string() : bytes});
             each.done = true;
         }
@@ -157,17 +151,21 @@ class PropertySetter {
     Place insertAt_;
 };
 
-/// The line's head with its PARTSTAT set.
+/// The line's head with its PARTSTAT set, in its place when there is one.
 std::string withPartstat(const ContentLine& line, std::string_view participation) {
     std::string head(line.name);
     std::string_view rest = line.parameters;
     std::string_view name;
     std::string_view value;
+    bool set = false;
     while (cutParameter(rest, name, value)) {
-        if (equalNames(name, "PARTSTAT")) continue;
+        if (equalNames(name, "PARTSTAT")) {
+            value = participation;
+            set = true;
+        }
         head.append(";").append(name).append(name.empty() ? "" : "=").append(value);
     }
-    return head.append(";PARTSTAT=").append(participation);
+    return set ? head : head.append(";PARTSTAT=").append(participation);
 }
 
 }  // namespace
@@ -195,7 +193,7 @@ std::string withWholeCharacters(std::string text) {
         if (isUtf8(bytes)) continue;
         const std::string whole = unfolded(bytes);
         if (!isUtf8(whole)) continue;
-        edits.push_back({line.begin, line.end, foldedLine(whole, lineEndOf(text, line))});
+        edits.push_back({line.begin, line.end, foldedLine(whole, lineBreakOf(text, line))});
     }
     return applied(text, edits);
 }
@@ -230,7 +228,7 @@ std::string withParticipation(std::string_view text, size_t index, std::string_v
         if (step != Step::kProperty || events != index || !line.is("ATTENDEE")) continue;
         if (!equalNames(addressOf(line), address)) continue;
         const std::string whole = withPartstat(line, participation).append(":").append(line.value);
-        edits.push_back({line.begin, line.end, foldedLine(whole, lineEndOf(text, line))});
+        edits.push_back({line.begin, line.end, foldedLine(whole, lineBreakOf(text, line))});
     }
     return applied(text, edits);
 }

@@ -184,7 +184,8 @@ TimeZone::Onset TimeZone::lastOnset(const ZoneObservance& observance, WallSecond
     WallSeconds last = wall;
     if (const auto& until = observance.rule->until) {
         const bool utc = until->kind == IcalTime::Kind::kUtc;
-        last = std::min(last, until->wall + (utc ? observance.offsetFrom : 0));
+        const WallSeconds end = until->wall + (utc ? observance.offsetFrom : 0);
+        last = std::min(last, until->isDate() ? end + kSecondsPerDay - 1 : end);
     }
     if (last < known) return onset;
     // Onsets come about once a year; a rule that rests for longer is not a zone's.

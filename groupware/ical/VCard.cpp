@@ -125,10 +125,22 @@ std::string upgraded(const ContentLine& line) {
     return text.append(";base64,").append(trimmed(line.value));
 }
 
+/// Types in quotes, which version 3.0 would read as one.
+std::string_view unquotedTypes(std::string_view name, std::string_view value) {
+    const bool quoted = value.size() >= 2 && value.front() == '"' && value.back() == '"';
+    if (!quoted || !equalNames(name, "TYPE")) return value;
+    const std::string_view types = value.substr(1, value.size() - 2);
+    return types.find_first_of(":;") == std::string_view::npos ? types : value;
+}
+
 /// A line of version 4.0 as version 3.0 writes it.
 std::string downgraded(const ContentLine& line) {
     constexpr std::string_view kPhone = "tel:";
+    constexpr std::string_view kBase64 = ";base64,";
     const bool phone = equalNames(line.name, "TEL") && startsWithName(line.value, kPhone);
+    const size_t data = line.value.find(kBase64);
+    const bool encoded =
+        isInline(line) && startsWithName(line.value, "data:") && data != std::string_view::npos;
     std::string text = head(line, &Renamed::four, &Renamed::three);
     std::string_view rest = line.parameters;
     std::string_view name;
@@ -136,15 +148,13 @@ std::string downgraded(const ContentLine& line) {
     while (cutParameter(rest, name, value)) {
         if (equalNames(name, "PREF")) {
             if (value == "1") addParameter(text, "TYPE", "PREF");
-        } else if (phone && equalNames(name, "VALUE")) {
+        } else if ((phone || encoded) && equalNames(name, "VALUE")) {
             continue;
         } else if (!(isInline(line) && equalNames(name, "MEDIATYPE"))) {
-            addParameter(text, name, value);
+            addParameter(text, name, unquotedTypes(name, value));
         }
     }
-    constexpr std::string_view kBase64 = ";base64,";
-    const size_t data = line.value.find(kBase64);
-    if (!isInline(line) || !startsWithName(line.value, "data:") || data == std::string_view::npos) {
+    if (!encoded) {
         return text.append(":").append(line.value.substr(phone ? kPhone.size() : 0));
     }
     addParameter(text, "ENCODING", "b");
@@ -191,16 +201,17 @@ std::string vCardAs(std::string_view text, std::string_view version) {
     while (lines.next()) {
         const ContentLine& line = lines.line();
         const std::string_view own = text.substr(line.begin, line.end - line.begin);
+        const std::string_view lineBreak = lineBreakOf(text, line);
         if (line.is("VERSION")) {
-            result += foldedLine("VERSION:" + std::string(version), "\r\n");
+            result += foldedLine("VERSION:" + std::string(version), lineBreak);
             // Version 3.0 knows no card without a name in parts.
             if (version == "3.0" && !card->hasName) {
-                result += foldedLine("N:" + card->fullName + ";;;;", "\r\n");
+                result += foldedLine("N:" + card->fullName + ";;;;", lineBreak);
             }
             continue;
         }
         std::string changed = version == "4.0" ? upgraded(line) : downgraded(line);
-        result += changed == wholeLine(line) ? std::string(own) : foldedLine(changed, "\r\n");
+        result += changed == wholeLine(line) ? std::string(own) : foldedLine(changed, lineBreak);
     }
     return result;
 }

@@ -4,6 +4,7 @@
 
 #include "groupware/ical/AsciiText.h"
 #include "groupware/ical/ContentLines.h"
+#include "groupware/ical/Occurrences.h"
 #include "groupware/items/TextSplitter.h"
 #include "groupware/items/ZoneAgreement.h"
 
@@ -50,7 +51,7 @@ FolderText::Calendar& FolderText::calendarFor(const Calendar& item) {
     return calendars_.emplace_back();
 }
 
-bool FolderText::fits(const Calendar& item, const Calendar& calendar) const {
+bool FolderText::fits(const Calendar& item, const Calendar& calendar) {
     Calendar shared{item.zones, {}, {}};
     const auto share = [&](const std::string& name) {
         const auto defined = calendar.zones.find(name);
@@ -64,7 +65,11 @@ bool FolderText::fits(const Calendar& item, const Calendar& calendar) const {
     for (const std::string& name : item.bare) share(name);
     if (shared.zones == item.zones) return true;
     shared.components = item.components;
-    return zonesAgree(kind_, textOf(item), textOf(shared));
+    const int64_t given = std::min(kItemSteps, comparing_.left());
+    StepBudget budget(given);
+    const bool agree = zonesAgree(kind_, textOf(item), textOf(shared), budget);
+    comparing_.take(given - budget.left() + 1);
+    return agree;
 }
 
 std::string FolderText::textOf(const Calendar& calendar) {

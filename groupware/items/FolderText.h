@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "groupware/db/Database.h"
+#include "groupware/ical/RecurrenceRule.h"
 
 namespace groupware {
 
@@ -34,10 +35,14 @@ class FolderText {
     };
 
     Calendar& calendarFor(const Calendar& item);
-    bool fits(const Calendar& item, const Calendar& calendar) const;
+    bool fits(const Calendar& item, const Calendar& calendar);
     static std::string textOf(const Calendar& calendar);
 
+    /// A folder of people's zones takes a part of them.
+    static constexpr int64_t kCompareSteps = 100'000'000;
+
     ItemKind kind_;
+    StepBudget comparing_{kCompareSteps};  ///< for all items together
     std::vector<Calendar> calendars_{1};
 };
 

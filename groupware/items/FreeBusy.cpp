@@ -37,21 +37,25 @@ int64_t msOf(const ContentLine& line, int64_t otherwise) {
 /// Busy times by how firm they are: 0 confirmed, 1 tentative.
 using BusyTimes = std::array<std::vector<BusyTime>, 2>;
 
-/// All that an account is known by, in small letters.
+/// All that an account is known by.
 using Addresses = std::vector<std::string>;
 
+bool isAmong(const Addresses& addresses, const CalendarUser& user) {
+    return std::ranges::any_of(
+        addresses, [&](const std::string& each) { return equalNames(each, user.address); });
+}
+
 /// Which of them an event's component belongs to; nothing when it takes nobody's time. What the
-/// account has not answered yet, or not for sure, counts as tentative.
+/// account has not answered yet, or not for sure, counts as tentative, but for its own meetings.
 std::optional<size_t> firmness(const CalendarComponent& component, const Addresses& addresses) {
     if (component.transparent || component.status == "CANCELLED") return std::nullopt;
-    const auto self = std::ranges::find_if(component.attendees, [&](const CalendarUser& user) {
-        return std::ranges::count(addresses, lowerAscii(user.address)) > 0;
-    });
-    const uint16_t answer =
-        self == component.attendees.end() ? uint16_t{STORE_PARTSTAT_NONE} : self->status;
-    if (answer == STORE_PARTSTAT_DECLINED) return std::nullopt;
-    const bool open = answer == STORE_PARTSTAT_TENTATIVE || answer == STORE_PARTSTAT_NEEDS_ACTION;
-    return open || component.status == "TENTATIVE" ? 1 : 0;
+    const size_t told = component.status == "TENTATIVE" ? 1 : 0;
+    const auto self = std::ranges::find_if(
+        component.attendees, [&](const CalendarUser& user) { return isAmong(addresses, user); });
+    if (self == component.attendees.end() || self->status == STORE_PARTSTAT_ACCEPTED) return told;
+    if (self->status == STORE_PARTSTAT_DECLINED) return std::nullopt;
+    const bool own = component.organizer && isAmong(addresses, *component.organizer);
+    return own && self->status != STORE_PARTSTAT_TENTATIVE ? told : 1;
 }
 
 void addEvent(const CalendarObject& event, const Addresses& addresses, TimeRange range,

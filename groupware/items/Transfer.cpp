@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "groupware/ical/Occurrences.h"
 #include "groupware/items/FolderText.h"
 #include "groupware/items/ItemChanges.h"
 #include "groupware/items/TextSplitter.h"
@@ -13,6 +14,15 @@ namespace {
 
 constexpr size_t kItemsPerTransaction = 200;
 constexpr size_t kBytesPerTransaction = 8 * 1024 * 1024;
+
+/// The text of an item with the UID that it goes by: a contact's client may have named it in the
+/// URL alone, which nothing that is exported tells.
+std::string namedText(ItemKind kind, const StoredItem& item) {
+    if (kind != ItemKind::kContact || item.row.uid.empty()) return item.text;
+    std::string problem;
+    const auto facts = readItem(kind, item.text, problem);
+    return facts && facts->uid.empty() ? withUid(kind, item.text, item.row.uid) : item.text;
+}
 
 /// The import of one text into one folder.
 class Import {
@@ -87,8 +97,9 @@ class Import {
         const TextSplitter one(folder_.kind, text);
         const TextSplitter two(folder_.kind, stored);
         if (one.count() != 1 || two.count() != 1) return false;
-        return one.components(0) == two.components(0) &&
-               (folder_.kind == ItemKind::kContact || zonesAgree(folder_.kind, text, stored));
+        if (one.components(0) != two.components(0)) return false;
+        StepBudget budget(kItemSteps);
+        return folder_.kind == ItemKind::kContact || zonesAgree(folder_.kind, text, stored, budget);
     }
 
     /// False when the folder holds the very same already.
@@ -102,7 +113,7 @@ class Import {
             return true;
         }
         const auto stored = transaction.item(folder_.key, *number);
-        if (stored && sameItem(item.text, stored->text)) return false;
+        if (stored && sameItem(item.text, namedText(folder_.kind, *stored))) return false;
         const std::string identifier = stored ? stored->row.identifier : std::string();
         transaction.updateItem(folder_.key, *number, {uid, item.text, identifier, item.facts.span});
         return true;
@@ -140,7 +151,7 @@ std::string exportFolder(Engine& engine, const FolderRow& folder, const Progress
     const size_t total = engine.database().itemCount(folder.key);
     size_t done = 0;
     engine.database().eachItem(folder.key, [&](StoredItem&& item) {
-        text.add(item.text);
+        text.add(namedText(folder.kind, item));
         if (progress) progress(++done, total);
     });
     return text.whole();

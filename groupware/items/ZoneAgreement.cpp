@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "groupware/ical/CalendarObject.h"
-#include "groupware/ical/Occurrences.h"
 
 namespace groupware {
 
@@ -34,17 +33,16 @@ std::vector<IcalTime> timesOf(const CalendarComponent& component) {
 
 }  // namespace
 
-bool zonesAgree(ItemKind kind, std::string_view text, std::string_view other) {
+bool zonesAgree(ItemKind kind, std::string_view text, std::string_view other, StepBudget& budget) {
+    if (budget.spent()) return false;
     std::string problem;
     const auto one = CalendarObject::parse(kind, text, problem);
     const auto two = CalendarObject::parse(kind, other, problem);
     if (!one || !two) return false;
-    StepBudget budget(kItemSteps);
     for (const CalendarComponent& component : one->components()) {
         for (const IcalTime& time : timesOf(component)) {
             const int64_t byOne = one->clockOf(time, budget).utcSeconds(time.wall, budget);
             const int64_t byTwo = two->clockOf(time, budget).utcSeconds(time.wall, budget);
-            // With the steps used up the two are not compared any more.
             if (byOne != byTwo || budget.spent()) return false;
         }
     }

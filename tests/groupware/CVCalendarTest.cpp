@@ -299,6 +299,17 @@ TEST_F(CVCalendarTest, FreeBusyMergesWhatIsBusy) {
     put(event("d", "STATUS:CANCELLED\r\n"));
     put("BEGIN:VCALENDAR\nBEGIN:VEVENT\nUID:e\nDTSTART:20250601T103000Z\nDURATION:PT1H\n"
         "END:VEVENT\nEND:VCALENDAR\n");
+    // No answer is none yet, but for one's own meeting; an alias answers as well.
+    EXPECT_FALSE(addAlias(*engine_, "alice@example.test", "al@example.test"));
+    const auto meeting = [](const std::string& uid, const std::string& hour,
+                            const std::string& people) {
+        return "BEGIN:VCALENDAR\nBEGIN:VEVENT\nUID:" + uid + "\nDTSTART:20250602T" + hour +
+               "0000Z\nDURATION:PT1H\n" + people + "END:VEVENT\nEND:VCALENDAR\n";
+    };
+    put(meeting("f", "12", "ATTENDEE:mailto:alice@example.test\n"));
+    put(meeting("g", "14",
+                "ORGANIZER:mailto:alice@example.test\nATTENDEE:mailto:al@example.test\n"));
+    put(meeting("h", "16", "ATTENDEE;PARTSTAT=DECLINED:mailto:al@example.test\n"));
     const std::string request =
         "BEGIN:VCALENDAR\r\nMETHOD:REQUEST\r\nBEGIN:VFREEBUSY\r\nUID:r\r\n"
         "DTSTART:20250601T000000Z\r\nDTEND:20250603T000000Z\r\nORGANIZER:mailto:bob@other.test\r\n"
@@ -318,8 +329,10 @@ TEST_F(CVCalendarTest, FreeBusyMergesWhatIsBusy) {
     const std::string reply = taken(text);
     EXPECT_NE(reply.find("ATTENDEE;CN=A:mailto:alice@example.test\r\n"
                          "FREEBUSY;FBTYPE=BUSY:20250601T100000Z/20250601T113000Z\r\n"
+                         "FREEBUSY;FBTYPE=BUSY:20250602T140000Z/20250602T150000Z\r\n"
                          "FREEBUSY;FBTYPE=BUSY-TENTATIVE:20250601T100000Z/20250601T110000Z\r\n"
                          "FREEBUSY;FBTYPE=BUSY-TENTATIVE:20250602T100000Z/20250602T110000Z\r\n"
+                         "FREEBUSY;FBTYPE=BUSY-TENTATIVE:20250602T120000Z/20250602T130000Z\r\n"
                          "END:VFREEBUSY\r\n"),
               std::string::npos)
         << reply;

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <string>
 #include <vector>
@@ -90,6 +91,15 @@ TEST(IcalText, EditsTouchOneProperty) {
               std::string::npos)
         << done;
     EXPECT_EQ(done.find("STATUS"), done.rfind("STATUS"));
+    const auto answered = [](const std::string& parameters) {
+        return withParticipation("BEGIN:VCALENDAR\nBEGIN:VEVENT\nATTENDEE" + parameters +
+                                     ":mailto:a@b\nEND:VEVENT\nEND:VCALENDAR\n",
+                                 0, "A@b", "DECLINED");
+    };
+    EXPECT_EQ(answered(";partstat=X;CN=\"a;b\";plain"),
+              "BEGIN:VCALENDAR\nBEGIN:VEVENT\nATTENDEE;partstat=DECLINED;CN=\"a;b\";plain"
+              ":mailto:a@b\nEND:VEVENT\nEND:VCALENDAR\n");
+    EXPECT_EQ(answered(""), answered(";PARTSTAT=X"));
     EXPECT_EQ(foldedLine(std::string(74, 'a') + "\xC3\xA4" + std::string(80, 'b'), "\n"),
               std::string(74, 'a') + "\n \xC3\xA4" + std::string(72, 'b') + "\n " +
                   std::string(8, 'b') + "\n");
@@ -119,13 +129,13 @@ TEST(IcalText, VCardsChangeTheirVersionAndNothingElse) {
         "BEGIN:VCARD\nVERSION:3.0\nN:a;b\nTEL;TYPE=HOME,VOICE;TYPE=PREF:1\n"
         "item1.X-ABLABEL:odd\nPHOTO;ENCODING=b;TYPE=JPEG:QUJD\nNOTE;CHARSET=UTF-8:n\nEND:VCARD\n";
     const std::string four =
-        "BEGIN:VCARD\nVERSION:4.0\r\nN:a;b\nTEL;TYPE=HOME,VOICE;PREF=1:1\r\n"
-        "item1.X-ABLABEL:odd\nPHOTO:data:image/jpeg;base64,QUJD\r\nNOTE:n\r\nEND:VCARD\n";
+        "BEGIN:VCARD\nVERSION:4.0\nN:a;b\nTEL;TYPE=HOME,VOICE;PREF=1:1\n"
+        "item1.X-ABLABEL:odd\nPHOTO:data:image/jpeg;base64,QUJD\nNOTE:n\nEND:VCARD\n";
     EXPECT_EQ(vCardAs(three, "3.0"), three);
     EXPECT_EQ(vCardAs(three, "4.0"), four);
     EXPECT_EQ(vCardAs(four, "3.0"),
-              "BEGIN:VCARD\nVERSION:3.0\r\nN:a;b\nTEL;TYPE=HOME,VOICE;TYPE=PREF:1\r\n"
-              "item1.X-ABLABEL:odd\nPHOTO;ENCODING=b;TYPE=JPEG:QUJD\r\nNOTE:n\r\nEND:VCARD\n");
+              "BEGIN:VCARD\nVERSION:3.0\nN:a;b\nTEL;TYPE=HOME,VOICE;TYPE=PREF:1\n"
+              "item1.X-ABLABEL:odd\nPHOTO;ENCODING=b;TYPE=JPEG:QUJD\nNOTE:n\nEND:VCARD\n");
     // Version 3.0, version 4.0, and what comes back from there.
     const std::array<std::string, 3> lines[] = {
         {"N:a;b", "N:a;b", "N:a;b"},
@@ -151,7 +161,19 @@ TEST(IcalText, VCardsChangeTheirVersionAndNothingElse) {
     }
     EXPECT_EQ(vCardAs("BEGIN:VCARD\nVERSION:4.0\nFN:A B\nTEL;VALUE=uri;PREF=2:tel:+1\nEND:VCARD\n",
                       "3.0"),
-              "BEGIN:VCARD\nVERSION:3.0\r\nN:A B;;;;\r\nFN:A B\nTEL:+1\r\nEND:VCARD\n");
+              "BEGIN:VCARD\nVERSION:3.0\nN:A B;;;;\nFN:A B\nTEL:+1\nEND:VCARD\n");
+    std::string carriageReturns = four;
+    std::ranges::replace(carriageReturns, '\n', '\r');
+    EXPECT_EQ(vCardAs(vCardAs(carriageReturns, "3.0"), "4.0"), carriageReturns);
+    // What only version 4.0 writes so.
+    for (const auto& [newer, older] : {
+             std::pair{"PHOTO;VALUE=uri:data:image/png;base64,QQ==",
+                       "PHOTO;ENCODING=b;TYPE=PNG:QQ=="},
+             std::pair{"TEL;VALUE=uri;TYPE=\"voice,home\":tel:+1", "TEL;TYPE=voice,home:+1"},
+             std::pair{"NOTE;TYPE=\"a:b\";X-A=\"c,d\":n", "NOTE;TYPE=\"a:b\";X-A=\"c,d\":n"},
+         }) {
+        EXPECT_EQ(vCardAs(card("4.0", newer), "3.0"), card("3.0", older));
+    }
     std::string problem;
     EXPECT_FALSE(VCard::parse(three + three, problem));
     EXPECT_FALSE(VCard::parse("BEGIN:VCALENDAR\nEND:VCALENDAR\n", problem));

@@ -14,7 +14,7 @@ constexpr const char* kBerlin =
     "BEGIN:DAYLIGHT\nTZOFFSETFROM:+0100\nTZOFFSETTO:+0200\nDTSTART:19810329T020000\n"
     "RRULE:FREQ=YEARLY;BYMONTH=3;BYDAY=-1SU\nEND:DAYLIGHT\n"
     "BEGIN:STANDARD\nTZOFFSETFROM:+0200\nTZOFFSETTO:+0100\nDTSTART:19961027T030000\n"
-    "RRULE:FREQ=YEARLY;BYMONTH=10;BYDAY=-1SU\nEND:STANDARD\nEND:VTIMEZONE\n";
+    "RRULE:FREQ=YEARLY;BYMONTH=10;BYDAY=-1SU;UNTIL=20471027\nEND:STANDARD\nEND:VTIMEZONE\n";
 
 int64_t ms(const std::string& utc) {
     return parseIcalTime(utc, {})->wall * 1000;
@@ -148,6 +148,7 @@ constexpr Case kCases[] = {
     {"DTSTART;TZID=Home:20250329T100000\nDURATION:P1D\n", "20250330T080000Z", "20250330T090001Z",
      false},
     {"DTSTART;TZID=Europe/Berlin:20600705T100000\n", "20600705T080000Z", "20600705T080001Z", true},
+    {"DTSTART;TZID=Home:20471215T100000\n", "20471215T090000Z", "20471215T090001Z", true},
     // Rules with their ends.
     {"DTSTART:20250101T100000Z\nRRULE:FREQ=WEEKLY\n", "20450104T000000Z", "20450105T000000Z", true},
     {"DTSTART:20250101T100000Z\nRRULE:FREQ=WEEKLY\n", "20450105T000000Z", "20450107T000000Z",
@@ -166,6 +167,8 @@ constexpr Case kCases[] = {
      "20250614T130000Z", false},
     {"DTSTART;VALUE=DATE:20250601\nRRULE:FREQ=DAILY;BYHOUR=7\n", "20250603T050000Z",
      "20250603T060000Z", true},
+    {"DTSTART;VALUE=DATE:20250601\nRRULE:FREQ=DAILY;BYHOUR=7,8;COUNT=9\n", "20250609T120000Z",
+     "20250609T130000Z", true},
     // Further dates and exceptions, also of another type than the start.
     {"DTSTART:20250101T100000Z\nRDATE:20250301T100000Z,20250401T100000Z\n", "20250401T000000Z",
      "20250402T000000Z", true},
@@ -173,6 +176,15 @@ constexpr Case kCases[] = {
      "20250302T000000Z", true},
     {"DTSTART:20250101T100000Z\nRDATE;VALUE=PERIOD:20250301T100000Z/20250301T120000Z\n",
      "20250301T123000Z", "20250302T000000Z", false},
+    // Further dates on another clock: the same time on it is another, another time the same.
+    {"DTSTART;TZID=Home:20250101T100000\nRDATE:20250601T100000Z\n"
+     "EXDATE;TZID=Home:20250601T100000\n",
+     "20250601T100000Z", "20250601T100001Z", true},
+    {"DTSTART;TZID=Home:20250101T100000\nRDATE:20250601T080000Z\n"
+     "EXDATE;TZID=Home:20250601T100000\n",
+     "20250601T000000Z", "20250602T000000Z", false},
+    {"DTSTART;TZID=Home:20250101T100000\nRDATE:20250601T100000\n", "20250601T080000Z",
+     "20250601T080001Z", true},
     {"DTSTART:20250101T100000Z\nRRULE:FREQ=DAILY\nEXDATE:20250105T100000Z\n", "20250105T000000Z",
      "20250106T000000Z", false},
     {"DTSTART:20250101T100000Z\nRRULE:FREQ=DAILY\nEXDATE;VALUE=DATE:20250105\n", "20250105T000000Z",
@@ -210,6 +222,17 @@ TEST_F(RecurrenceOccurrences, ChangedInstancesStandWhereTheyWereMoved) {
         parsed(kBerlin + series +
                vevent("RECURRENCE-ID;RANGE=THISANDFUTURE;TZID=Home:20250616T100000\n"
                       "DTSTART;TZID=Home:20250617T150000\nDURATION:PT2H\n"));
+    const CalendarObject later =
+        parsed(kBerlin + vevent("DTSTART;TZID=Home:20250301T100000\nRRULE:FREQ=WEEKLY\n") +
+               vevent("RECURRENCE-ID;RANGE=THISANDFUTURE;VALUE=DATE:20250329\n"
+                      "DTSTART;TZID=Home:20250331T110000\n"));
+    const CalendarObject noClock =
+        parsed(kBerlin + vevent("DTSTART;TZID=Home:20250301T100000\nRRULE:FREQ=WEEKLY\n") +
+               vevent("RECURRENCE-ID;RANGE=THISANDFUTURE:20250322T090000Z\n"
+                      "DTSTART:20250322T100000Z\n"));
+    const CalendarObject twoOfOneUid =
+        parsed(vevent("DTSTART:20250601T100000Z\n") +
+               vevent("DTSTART:20250701T100000Z\nRRULE:FREQ=DAILY;COUNT=3\n"));
     const CalendarObject alone =
         parsed(vevent("RECURRENCE-ID:20250609T080000Z\nDTSTART:20250612T080000Z\n"));
     const struct {
@@ -227,6 +250,10 @@ TEST_F(RecurrenceOccurrences, ChangedInstancesStandWhereTheyWereMoved) {
         {shifted, "20250623T000000Z", "20250624T000000Z", false},
         {shifted, "20250708T140000Z", "20250708T150000Z", true},
         {shifted, "20250709T000000Z", "20260708T150000Z", false},
+        {later, "20250407T090000Z", "20250407T090001Z", true},
+        {noClock, "20250405T090000Z", "20250405T090001Z", true},
+        {twoOfOneUid, "20250703T100000Z", "20250703T100001Z", true},
+        {twoOfOneUid, "20250704T100000Z", "20260704T100001Z", false},
         {alone, "20250609T000000Z", "20250610T000000Z", false},
         {alone, "20250612T000000Z", "20250613T000000Z", true},
     };
@@ -266,6 +293,17 @@ TEST_F(RecurrenceOccurrences, WhatCannotBeToldWithinTheStepsMayOccur) {
         StepBudget again(kItemSteps);
         EXPECT_FALSE(occursIn(event, before, again)) << each.lines;
     }
+    // Many rules or series cost no more than one.
+    std::string rules = "DTSTART:20250101T100000Z\n";
+    std::string all;
+    for (int i = 0; i < 30'000; ++i) {
+        rules += "RRULE:FREQ=DAILY;BYHOUR=10;COUNT=15000\n";
+        all += vevent("DTSTART:20250101T100000Z\n") +
+               vevent("DTSTART:20250101T100000Z\nRECURRENCE-ID:20250101T100000Z\n");
+    }
+    EXPECT_EQ(spanOf(parsed(vevent(rules))).lastEndMs, INT64_MAX);
+    StepBudget few(kItemSteps);
+    EXPECT_FALSE(eachOccurrence(parsed(all), june, few, [](const Occurrence&) { return true; }));
     // A zone that is a thicket of rules costs no more than any other.
     std::string zone = "BEGIN:VTIMEZONE\nTZID:T\n";
     for (int i = 0; i < 500; ++i) {

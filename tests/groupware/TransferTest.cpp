@@ -97,6 +97,20 @@ TEST_F(TransferTest, OnlyWhatDiffersIsStoredAgain) {
     EXPECT_EQ(after[1].identifier, before[1].identifier);
 }
 
+TEST_F(TransferTest, AContactThatOnlyItsUrlNamesComesBackUnderThatName) {
+    const FolderRow own = folder("a@example.test", ItemKind::kContact);
+    const std::string card = "BEGIN:VCARD\nVERSION:3.0\nFN:a\nEND:VCARD\n";
+    const auto change = engine_->database().begin();
+    change->insertItem(own.key, {"name", card, "identifier", {}});
+    change->commit();
+    const std::string exported = exportFolder(*engine_, own);
+    EXPECT_EQ(importItems(*engine_, own, exported).imported, 0U);
+    EXPECT_EQ(texts(own), std::vector{card});
+    const FolderRow other = folder("b@example.test", ItemKind::kContact);
+    EXPECT_EQ(importItems(*engine_, other, exported).imported, 1U);
+    EXPECT_TRUE(engine_->database().begin()->itemNumber(other.key, "name"));
+}
+
 /// A zone of two fixed halves of the year, by its offset in summer.
 std::string zone(const std::string& summer, const std::string& more = "") {
     return "BEGIN:VTIMEZONE\r\nTZID:Here\r\n" + more +
