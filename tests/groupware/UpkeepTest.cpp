@@ -219,6 +219,12 @@ TEST_F(UpkeepTest, ABackupIsOfOneMomentAndComesBackElsewhere) {
     }
 }
 
+/// The settings name their directory; the database is all the rest.
+bool isAsRestored(const DataPaths& paths, const DataPaths& other) {
+    const auto database = platform::readFile(paths.database, 1 << 24);
+    return database && database == platform::readFile(other.database, 1 << 24);
+}
+
 TEST_F(UpkeepTest, NothingIsRestoredFromWhatIsNoWholeBackup) {
     const std::string good = store_.beside("good");
     ASSERT_FALSE(backUp(*engine_, good, {}));
@@ -268,6 +274,8 @@ TEST_F(UpkeepTest, NothingIsRestoredFromWhatIsNoWholeBackup) {
     EXPECT_FALSE(restoreBackup(good, other, store_.libraries(), {}));
     EXPECT_FALSE(platform::directoryExists(other.root + "\\restoring"));
 
+    const auto whole = DataPaths::below(store_.beside("whole"));
+    ASSERT_FALSE(restoreBackup(good, whole, store_.libraries(), {}));
     const std::string file = store_.beside("wrong");
     for (size_t i = 0; i < wrong.size(); ++i) {
         platform::replaceFile(file, wrong[i]);
@@ -276,6 +284,11 @@ TEST_F(UpkeepTest, NothingIsRestoredFromWhatIsNoWholeBackup) {
             refused = restoreBackup(file, paths, store_.libraries(), {}).has_value();
         } catch (const DatabaseError&) {
             refused = true;  // the last one: all is well but for the database
+        }
+        // A bit may be one that means nothing, of the packing: then all has come back as it was.
+        if (!refused && wrong[i].size() == bytes.size() && isAsRestored(paths, whole)) {
+            platform::removeDirectoryTree(paths.root);
+            continue;
         }
         EXPECT_TRUE(refused) << i;
         EXPECT_FALSE(platform::directoryExists(paths.root)) << i;
