@@ -15,7 +15,7 @@ struct ScriptLine {
     std::string text;
 };
 
-/// Splits at blanks; words in double quotes may hold blanks.
+/// Splits at blanks; words in double or single quotes may hold blanks.
 std::vector<std::string> splitWords(std::string_view line);
 
 /// Reads the file. A form's lines stand in the place where it is used. Throws WireError.
