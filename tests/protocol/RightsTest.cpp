@@ -251,8 +251,8 @@ class Rights : public testing::Test {
     }
 
     void use(Settings settings) {
-        const auto set = [&](const char* key, bool on) {
-            client_.setting("Corvane.ini", "Public Folders", key, on ? "1" : "0");
+        const auto set = [&](const std::string& key, bool on) {
+            client_.set("setting Corvane.ini 'Public Folders' " + key + (on ? " 1" : " 0"));
         };
         set("EnableSharedFolders", settings.shared);
         set("EnablePublicFolders", settings.open);
