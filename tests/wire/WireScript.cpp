@@ -35,7 +35,7 @@ class FormReader {
             const std::string& line = written[next_++].text;
             number_ = written[next_ - 1].number;
             if (line.starts_with(kDefinition)) {
-                define(written, splitWords(line));
+                define(written, line);
             } else if (line.starts_with(kShort)) {
                 const size_t name = kShort.size();
                 const size_t text = line.find(' ', name);
@@ -71,15 +71,22 @@ class FormReader {
         throw WireError(fileName_ + ":" + std::to_string(number_) + ": " + what);
     }
 
-    void define(const std::vector<ScriptLine>& written, const Words& words) {
-        if (words.size() != 2) fail("a form has one name");
-        Words& lines = forms_[words[1]];
-        for (lines.clear(); next_ < written.size(); lines.push_back(written[next_++].text)) {
+    void define(const std::vector<ScriptLine>& written, const std::string& line) {
+        const size_t start = kDefinition.size();
+        const size_t end = std::min(line.find(' ', start), line.size());
+        const std::string name = line.substr(start, end - start);
+        Words& lines = forms_[name];
+        lines.clear();
+        if (end < line.size()) {
+            lines.push_back(line.substr(end + 1));
+            return;
+        }
+        for (; next_ < written.size(); lines.push_back(written[next_++].text)) {
             if (written[next_].text != "end") continue;
             ++next_;
             return;
         }
-        fail("no line \"end\" ends the form " + words[1]);
+        fail("no line \"end\" ends the form " + name);
     }
 
     void fill(const Words& words, std::vector<ScriptLine>& lines, int depth = 0) const {
