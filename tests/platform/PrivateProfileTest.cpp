@@ -1,3 +1,4 @@
+#include <atomic>
 #include <chrono>
 #include <climits>
 #include <filesystem>
@@ -177,6 +178,21 @@ TEST_F(PrivateProfile, WritersInTwoProcessesLoseNothing) {
     EXPECT_TRUE(endedWell(first) && endedWell(second));
     for (int i = 0; i < 2 * kKeys; ++i)
         EXPECT_EQ(read("S", (i % 2 == 0 ? "a" : "b") + std::to_string(i / 2)), "v");
+}
+
+TEST_F(PrivateProfile, ReadersInThreadsSeeWholeFiles) {
+    put("[S]\na=0\nb=0\n");
+    std::atomic<bool> stop = false;
+    std::atomic<int> torn = 0;
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 3; ++i)
+        readers.emplace_back([&] {
+            while (!stop) torn += read("S", "a").size() == 1 ? 0 : 1;
+        });
+    for (int i = 0; i < 200; ++i) writeProfileText(file_, "S", "a", std::to_string(i % 10));
+    stop = true;
+    for (std::thread& reader : readers) reader.join();
+    EXPECT_EQ(torn, 0);
 }
 
 }  // namespace
