@@ -51,10 +51,7 @@ TEST_F(Files, PathsMeetNamesWithoutRegardToCase) {
     ASSERT_TRUE(std::filesystem::create_directory(directory_.native() + "/Both"));
     ASSERT_TRUE(replaceFile(at("Mail\\Example.Test\\Alice\\hiwater.mrk"), "x"));
     const std::string root = directory_.native();
-    const struct {
-        const char* path;
-        std::string native;
-    } cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
         {"Mail\\Example.Test\\Alice", root + "/Mail/Example.Test/Alice"},
         {"MAIL\\example.test\\ALICE\\", root + "/Mail/Example.Test/Alice/"},
         {"Mail\\example.test\\alice\\HIWATER.MRK", root + "/Mail/Example.Test/Alice/hiwater.mrk"},
@@ -65,7 +62,7 @@ TEST_F(Files, PathsMeetNamesWithoutRegardToCase) {
         {"mail\\..\\BOTH", root + "/Mail/../Both"},
         {"Absent", root + "/Absent"},
     };
-    for (const auto& c : cases) EXPECT_EQ(nativePath(at(c.path)), c.native) << c.path;
+    for (const auto& [path, native] : cases) EXPECT_EQ(nativePath(at(path)), native) << path;
     EXPECT_EQ(nativePath("\\"), "/");
     EXPECT_EQ(nativePath(""), "");
     EXPECT_EQ(nativePath("C:\\x"), "C:/x");

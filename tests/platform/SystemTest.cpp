@@ -53,10 +53,7 @@ TEST_F(System, TheRegistryIsAFile) {
 
 TEST_F(System, Utf8IsReadStrictly) {
     const std::u16string bad = u"\xFFFD";
-    const struct {
-        std::string utf8;
-        std::u16string utf16;
-    } cases[] = {
+    const std::pair<std::string, std::u16string> cases[] = {
         {"", u""},
         {"a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", u"a\u00E9\u20AC\U0001F600"},
         {std::string("a\0b", 3), std::u16string(u"a\0b", 3)},
@@ -71,7 +68,7 @@ TEST_F(System, Utf8IsReadStrictly) {
         {"\xE2\x82z", bad + u"z"},
         {"\xF0\x9F\x98\xC3\xA9", bad + u"\u00E9"},
     };
-    for (const auto& c : cases) EXPECT_EQ(utf8ToUtf16(c.utf8), c.utf16);
+    for (const auto& [utf8, utf16] : cases) EXPECT_EQ(utf8ToUtf16(utf8), utf16);
     EXPECT_EQ(utf16ToUtf8(u"a\u00E9\u20AC\U0001F600"), "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
     const char16_t halves[] = {0xD83D, u'x', 0xDE00, 0xD83D};
     EXPECT_EQ(utf16ToUtf8({halves, 4}), "\xEF\xBF\xBDx\xEF\xBF\xBD\xEF\xBF\xBD");

@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "tests/platform/TemporaryDirectory.h"
@@ -11,11 +13,7 @@ namespace {
 using Names = std::vector<std::string>;
 
 TEST(PathSegments, KeepsABase64NameWhole) {
-    struct Case {
-        std::string path;
-        Names segments;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, Names> cases[] = {
         {"/webdav/calendar", {"webdav", "calendar"}},
         {"//webdav//x", {"webdav", "x"}},
         {"", {}},
@@ -25,21 +23,14 @@ TEST(PathSegments, KeepsABase64NameWhole) {
         {"/b64=x.ics", {"b64=x.ics"}},
         {"/a_b/c", {"a_b", "c"}},
     };
-    for (const Case& expected : cases)
-        EXPECT_EQ(SplitPath(expected.path), expected.segments) << expected.path;
+    for (const auto& [path, segments] : cases) EXPECT_EQ(SplitPath(path), segments) << path;
 }
 
 constexpr SegmentForm kNames = SegmentForm::kNames;
 constexpr SegmentForm kCollection = SegmentForm::kCollection;
 
 TEST(PathSegments, TellsFolderAndItem) {
-    struct Case {
-        SegmentForm form;
-        Names segments;
-        Names folder;
-        std::string item;
-    };
-    const Case cases[] = {
+    const std::tuple<SegmentForm, Names, Names, std::string> cases[] = {
         {kNames, {}, {}, ""},
         {kNames, {"x.ics"}, {}, "x.ics"},
         {kNames, {"Work", "Sub", "X.VCF"}, {"Work", "Sub"}, "X.VCF"},
@@ -52,10 +43,10 @@ TEST(PathSegments, TellsFolderAndItem) {
         // A folder may bear a name that looks like an item's.
         {kCollection, {"b64=YS5pY3MvYg=="}, {"a.ics", "b"}, ""},
     };
-    for (const Case& expected : cases) {
-        const FolderReading reading = ReadSegments(expected.segments, expected.form);
-        EXPECT_EQ(reading.folder, expected.folder) << testing::PrintToString(expected.segments);
-        EXPECT_EQ(reading.item, expected.item) << testing::PrintToString(expected.segments);
+    for (const auto& [form, segments, folder, item] : cases) {
+        const FolderReading reading = ReadSegments(segments, form);
+        EXPECT_EQ(reading.folder, folder) << testing::PrintToString(segments);
+        EXPECT_EQ(reading.item, item) << testing::PrintToString(segments);
     }
 }
 

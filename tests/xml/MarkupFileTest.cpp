@@ -1,5 +1,6 @@
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -32,14 +33,9 @@ class MarkupFile : public testing::Test {
 };
 
 TEST_F(MarkupFile, IsReadInWhateverEncodingItIs) {
-    struct Case {
-        std::string bytes;
-        std::string text;
-        std::string results;
-    };
     const std::string bomOf = R"(<bom msg="read" encoding=")";
     const std::string to = R"(<converted_to msg="read" encoding="UTF-8" length=")";
-    const Case cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"<a>\xC3\xA9</a>", "<a>\xC3\xA9</a>", std::string(kDetected)},
         {"\xEF\xBB\xBF<a/>", "<a/>", bomOf + R"(UTF-8" length="3"/>)"},
         {"\xEF\xBB\xBF<a>\xFF</a>", "<a>\xEF\xBF\xBD</a>",
@@ -73,14 +69,14 @@ TEST_F(MarkupFile, IsReadInWhateverEncodingItIs) {
              R"(35"/><conversion_loss msg="read" count="1"/>)"},
         {"", "", std::string(kDetected) + "<no_root_element/>"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.bytes));
-        write(c.bytes);
+    for (const auto& [bytes, text, results] : cases) {
+        SCOPED_TRACE(testing::PrintToString(bytes));
+        write(bytes);
         MarkupDocument document;
         document.load(file_);
-        EXPECT_EQ(document.text(), c.text);
-        EXPECT_EQ(document.results(), c.results);
-        EXPECT_EQ(document.findElement(), !c.text.empty());
+        EXPECT_EQ(document.text(), text);
+        EXPECT_EQ(document.results(), results);
+        EXPECT_EQ(document.findElement(), !text.empty());
     }
 }
 
@@ -95,13 +91,8 @@ TEST_F(MarkupFile, IsReadInTheSystemCodePageForWantOfBetter) {
 }
 
 TEST_F(MarkupFile, IsWrittenInTheEncodingAskedFor) {
-    struct Case {
-        SaveOptions options;
-        std::string bytes;
-        std::string results;
-    };
     const std::string from = R"(<converted_from msg="write" encoding="UTF-8" length=")";
-    const Case cases[] = {
+    const std::tuple<SaveOptions, std::string, std::string> cases[] = {
         {{}, "<a>\xC3\xA9\xE4\xB8\xAD</a>", ""},
         {{.encoding = "utf-8", .mark = true},
          "\xEF\xBB\xBF<a>\xC3\xA9\xE4\xB8\xAD</a>",
@@ -117,13 +108,13 @@ TEST_F(MarkupFile, IsWrittenInTheEncodingAskedFor) {
          from + R"(9"/><conversion_loss msg="write" count="1"/>)"},
         {{.encoding = "gbk"}, "<a>\xA8\xA6\xD6\xD0</a>", from + R"(11"/>)"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.options.encoding);
+    for (const auto& [options, bytes, results] : cases) {
+        SCOPED_TRACE(options.encoding);
         MarkupDocument document;
         document.setText("<a>\xC3\xA9\xE4\xB8\xAD</a>");
-        EXPECT_TRUE(document.save(file_, c.options));
-        EXPECT_EQ(read(), c.bytes);
-        EXPECT_EQ(document.results(), c.results);
+        EXPECT_TRUE(document.save(file_, options));
+        EXPECT_EQ(read(), bytes);
+        EXPECT_EQ(document.results(), results);
     }
 }
 
