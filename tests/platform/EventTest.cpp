@@ -15,6 +15,11 @@ namespace {
 
 using Kind = WaitResult::Kind;
 
+Kind waitFor(Event& event, uint32_t timeoutMs = kWaitForever) {
+    Event* const events[] = {&event};
+    return waitForAny(events, timeoutMs).kind;
+}
+
 TEST(Event, StaysSetUntilReset) {
     Event event;
     ASSERT_TRUE(event.valid());
@@ -22,29 +27,21 @@ TEST(Event, StaysSetUntilReset) {
     EXPECT_TRUE(event.reset());
     EXPECT_TRUE(event.set());
     EXPECT_TRUE(event.set());
-    Event* const events[] = {&event};
-    EXPECT_EQ(waitForAny(events, 0).kind, Kind::kSignalled);
-    EXPECT_EQ(waitForAny(events, kWaitForever).kind, Kind::kSignalled);
+    EXPECT_EQ(waitFor(event, 0), Kind::kSignalled);
+    EXPECT_EQ(waitFor(event), Kind::kSignalled);
     EXPECT_TRUE(event.isSet());
     EXPECT_TRUE(event.reset());
     EXPECT_FALSE(event.isSet());
-    EXPECT_EQ(waitForAny(events, 1).kind, Kind::kTimeout);
+    EXPECT_EQ(waitFor(event, 1), Kind::kTimeout);
 }
 
-TEST(Event, TheLowestIndexWins) {
-    Event kill;
-    Event queue;
-    Event other;
-    Event* const events[] = {&kill, &queue, &other};
-    other.set();
-    EXPECT_EQ(waitForAny(events, kWaitForever).index, 2U);
-    queue.set();
-    EXPECT_EQ(waitForAny(events, kWaitForever).index, 1U);
-    kill.set();
-    EXPECT_EQ(waitForAny(events, kWaitForever).index, 0U);
-}
-
-TEST(Event, BadWaitsFail) {
+TEST(Event, TheLowestIndexWinsAndBadWaitsFail) {
+    Event several[3];
+    Event* const events[] = {&several[0], &several[1], &several[2]};
+    for (const size_t index : {2U, 1U, 0U}) {
+        several[index].set();
+        EXPECT_EQ(waitForAny(events, kWaitForever).index, index);
+    }
     Event* const none[] = {nullptr};
     EXPECT_EQ(waitForAny({}, 0).kind, Kind::kFailed);
     EXPECT_EQ(waitForAny(none, 0).kind, Kind::kFailed);
@@ -65,19 +62,17 @@ TEST(Event, ASignalNeitherEndsNorShortensAWait) {
         }
         event.set();
     });
-    Event* const events[] = {&event};
-    EXPECT_EQ(waitForAny(events, kWaitForever).kind, Kind::kSignalled);
+    EXPECT_EQ(waitFor(event), Kind::kSignalled);
     other.join();
     ::sigaction(SIGUSR1, &former, nullptr);
 }
 
 TEST(Thread, EndsWithinTheTimeOrNot) {
     Event go;
-    Event* const events[] = {&go};
     Thread thread;
     EXPECT_FALSE(thread.started());
     EXPECT_TRUE(thread.waitForEnd(0));
-    ASSERT_TRUE(thread.start([&] { waitForAny(events, kWaitForever); }));
+    ASSERT_TRUE(thread.start([&] { waitFor(go); }));
     EXPECT_TRUE(thread.started());
     EXPECT_FALSE(thread.start([] {}));
     EXPECT_FALSE(thread.waitForEnd(10));
@@ -95,16 +90,14 @@ TEST(Thread, OutlivesItsObjectAndTakesNoSignals) {
     {
         Thread thread;
         ASSERT_TRUE(thread.start([&] {
-            Event* const events[] = {&go};
-            waitForAny(events, kWaitForever);
+            waitFor(go);
             ::pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
             id = currentThreadId();
             done.set();
         }));
     }
     go.set();
-    Event* const events[] = {&done};
-    ASSERT_EQ(waitForAny(events, kWaitForever).kind, Kind::kSignalled);
+    ASSERT_EQ(waitFor(done), Kind::kSignalled);
     EXPECT_EQ(::sigismember(&blocked, SIGTERM), 1);
     EXPECT_NE(id, currentThreadId());
     sigset_t own;
@@ -126,10 +119,8 @@ TEST(CriticalSection, ExcludesOthersAndLetsItsHolderEnterAgain) {
     };
     Thread first;
     Thread second;
-    ASSERT_TRUE(first.start(work));
-    ASSERT_TRUE(second.start(work));
-    EXPECT_TRUE(first.waitForEnd(kWaitForever));
-    EXPECT_TRUE(second.waitForEnd(kWaitForever));
+    ASSERT_TRUE(first.start(work) && second.start(work));
+    EXPECT_TRUE(first.waitForEnd(kWaitForever) && second.waitForEnd(kWaitForever));
     EXPECT_EQ(count, 40'000);
 }
 

@@ -15,23 +15,15 @@ namespace {
 class Zone {
   public:
     explicit Zone(const char* rule) {
-        if (const char* former = std::getenv("TZ")) former_ = former;
         ::setenv("TZ", rule, 1);
         ::tzset();
     }
     ~Zone() {
-        if (former_.empty()) {
-            ::unsetenv("TZ");
-        } else {
-            ::setenv("TZ", former_.c_str(), 1);
-        }
+        ::unsetenv("TZ");
         ::tzset();
     }
     Zone(const Zone&) = delete;
     Zone& operator=(const Zone&) = delete;
-
-  private:
-    std::string former_;
 };
 
 constexpr const char* kBerlin = "CET-1CEST,M3.5.0,M10.5.0/3";
@@ -47,10 +39,7 @@ DateTime withoutWeekDay(DateTime time) {
 }
 
 TEST(LocalTime, CountsUtc) {
-    const struct {
-        DateTime time;
-        int64_t ms;
-    } cases[] = {
+    const std::pair<DateTime, int64_t> cases[] = {
         {{1970, 1, 4, 1, 0, 0, 0, 0}, 0},
         {{1969, 12, 3, 31, 23, 59, 59, 999}, -1},
         {{2017, 5, 5, 19, 14, 3, 7, 250}, 1495202587250},
@@ -59,9 +48,9 @@ TEST(LocalTime, CountsUtc) {
         {{1900, 3, 4, 1, 0, 0, 0, 0}, -2203891200000},
         {{9999, 12, 5, 31, 23, 59, 59, 999}, 253402300799999},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(msFromUtc(c.time), c.ms);
-        EXPECT_EQ(utcFromMs(c.ms), c.time) << c.ms;
+    for (const auto& [time, ms] : cases) {
+        EXPECT_EQ(msFromUtc(time), ms);
+        EXPECT_EQ(utcFromMs(ms), time) << ms;
     }
 }
 

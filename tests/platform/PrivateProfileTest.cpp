@@ -52,11 +52,7 @@ TEST_F(PrivateProfile, FollowsTheRulesOfTheFormat) {
         "Later=hidden\n"
         "[Open\n"
         "Last=no line end");
-    const struct {
-        const char* section;
-        const char* key;
-        const char* value;
-    } cases[] = {
+    const char* const cases[][3] = {
         {"First", "Key", "value"},          {"FIRST", " kEY ", "value"},
         {"First", "Spaced", "a b"},         {"First", "Quoted", " kept "},
         {"First", "Single", "x"},           {"First", "Half", "\"open"},
@@ -68,7 +64,7 @@ TEST_F(PrivateProfile, FollowsTheRulesOfTheFormat) {
         {"First", "Later", "(default)"},    {"[1.2.3.4]:UserDefaults", "name", "literal"},
         {"Open", "Last", "no line end"},    {"Absent", "Key", "(default)"},
     };
-    for (const auto& c : cases) EXPECT_EQ(read(c.section, c.key), c.value) << c.key;
+    for (const auto& [section, key, value] : cases) EXPECT_EQ(read(section, key), value) << key;
 }
 
 TEST_F(PrivateProfile, CutsToTheBuffer) {
@@ -83,12 +79,11 @@ TEST_F(PrivateProfile, CutsToTheBuffer) {
 TEST_F(PrivateProfile, ReadsWholeNumbers) {
     put("[S]\nPlain=42\nSigned=-7\nPlus= +8\nTail=12kb\nWord=yes\nEmpty=\n"
         "Huge=99999999999999999999\nLow=-99999999999\n");
-    const struct {
-        const char* key;
-        int32_t number;
-    } cases[] = {{"Plain", 42}, {"Signed", -7}, {"Plus", 8},       {"Tail", 12},    {"Word", 0},
-                 {"Empty", 0},  {"None", -1},   {"Huge", INT_MAX}, {"Low", INT_MIN}};
-    for (const auto& c : cases) EXPECT_EQ(readProfileInt(file_, "S", c.key, -1), c.number) << c.key;
+    const std::pair<const char*, int32_t> cases[] = {
+        {"Plain", 42}, {"Signed", -7}, {"Plus", 8},       {"Tail", 12},    {"Word", 0},
+        {"Empty", 0},  {"None", -1},   {"Huge", INT_MAX}, {"Low", INT_MIN}};
+    for (const auto& [key, number] : cases)
+        EXPECT_EQ(readProfileInt(file_, "S", key, -1), number) << key;
     EXPECT_EQ(readProfileInt(directory_.path("none.ini"), "S", "Plain", 5), 5);
 }
 
@@ -167,20 +162,17 @@ TEST_F(PrivateProfile, SeesEveryChangeAtTheNextRead) {
 
 TEST_F(PrivateProfile, WritersInTwoProcessesLoseNothing) {
     constexpr int kKeys = 60;
-    const auto writeAllKeys = [this](const std::string& prefix) {
-        for (int i = 0; i < kKeys; ++i) {
-            if (!writeProfileText(file_, "S", prefix + std::to_string(i), "v")) return false;
-        }
-        return true;
+    const auto write = [this](const char* prefix) {
+        bool all = true;
+        for (int i = 0; i < kKeys; ++i)
+            all = writeProfileText(file_, "S", prefix + std::to_string(i), "v") && all;
+        return all;
     };
-    const pid_t first = startProcess([&] { return writeAllKeys("a"); });
-    const pid_t second = startProcess([&] { return writeAllKeys("b"); });
-    EXPECT_TRUE(endedWell(first));
-    EXPECT_TRUE(endedWell(second));
-    for (int i = 0; i < kKeys; ++i) {
-        EXPECT_EQ(read("S", "a" + std::to_string(i)), "v");
-        EXPECT_EQ(read("S", "b" + std::to_string(i)), "v");
-    }
+    const pid_t first = startProcess([&] { return write("a"); });
+    const pid_t second = startProcess([&] { return write("b"); });
+    EXPECT_TRUE(endedWell(first) && endedWell(second));
+    for (int i = 0; i < 2 * kKeys; ++i)
+        EXPECT_EQ(read("S", (i % 2 == 0 ? "a" : "b") + std::to_string(i / 2)), "v");
 }
 
 TEST_F(PrivateProfile, ReadersInThreadsSeeWholeFiles) {
@@ -188,11 +180,10 @@ TEST_F(PrivateProfile, ReadersInThreadsSeeWholeFiles) {
     std::atomic<bool> stop = false;
     std::atomic<int> torn = 0;
     std::vector<std::thread> readers;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; ++i)
         readers.emplace_back([&] {
             while (!stop) torn += read("S", "a").size() == 1 ? 0 : 1;
         });
-    }
     for (int i = 0; i < 200; ++i) writeProfileText(file_, "S", "a", std::to_string(i % 10));
     stop = true;
     for (std::thread& reader : readers) reader.join();

@@ -2,23 +2,14 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <sstream>
 
 #include "tests/wire/WireLog.h"
-#include "webdav/base/Text.h"
 
 namespace protocol {
 
 void ModuleClient::set(const std::string& command, const std::string& text) {
-    std::istringstream words(command);
-    wire::Command read{0, {}, text};
-    for (std::string word; words >> word;) read.words.push_back(word);
-    if (!store_.run(read)) throw wire::WireError("no such command: " + command);
-}
-
-void ModuleClient::setting(const std::string& file, const std::string& section,
-                           const std::string& key, const std::string& value) {
-    store_.run({0, {"setting", file, section, key, value}, {}});
+    if (!store_.run({0, wire::splitWords(command), text}))
+        throw wire::WireError("no such command: " + command);
 }
 
 void ModuleClient::fail(const std::string& operation, int32_t result, uint32_t call) {
@@ -39,24 +30,19 @@ std::string ModuleClient::seen() {
     return store_.storeDouble().function<decltype(&StoreDoubleSeen)>("StoreDoubleSeen")();
 }
 
-void ModuleClient::logIn(std::string_view address, std::string_view password) {
-    authorization_ =
-        address.empty()
-            ? std::string()
-            : "Basic " + webdav::Base64Encode(std::string(address) + ":" + std::string(password));
+void ModuleClient::logIn(const std::string& address, const std::string& password) {
+    authorization_ = address.empty() ? "" : wire::basicLogin(address, password);
 }
 
 Answer ModuleClient::call(const std::string& method, std::string_view url, std::string body,
                           const std::string& depth) {
     if (!server_) server_ = std::make_unique<wire::WireServer>();
-    const size_t question = std::min(url.find('?'), url.size());
     wire::Request request;
     request.method = method;
-    request.path = url.substr(0, question);
+    request.setTarget(url);
     request.headers = {{"Depth", depth}, {"User-Agent", agent_}};
-    request.body = std::move(body);
-    if (question < url.size()) request.query = url.substr(question + 1);
     if (!authorization_.empty()) request.headers.emplace_back("Authorization", authorization_);
+    request.body = std::move(body);
     const std::string answer = server_->call(request);
     const size_t headEnd = std::min(answer.find("\r\n\r\n"), answer.size());
     return {std::atoi(answer.substr(answer.find(' ')).c_str()),

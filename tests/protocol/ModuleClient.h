@@ -23,8 +23,6 @@ class ModuleClient {
   public:
     /// A command of the conversation tests; their README tells them.
     void set(const std::string& command, const std::string& text = {});
-    void setting(const std::string& file, const std::string& section, const std::string& key,
-                 const std::string& value);
     /// Tells a store operation to fail, see StoreDouble.h.
     void fail(const std::string& operation, int32_t result, uint32_t call);
     /// The number of failures that have not come.
@@ -35,7 +33,7 @@ class ModuleClient {
     std::string seen();
 
     /// Who sends the requests that follow; an empty address for nobody.
-    void logIn(std::string_view address, std::string_view password);
+    void logIn(const std::string& address, const std::string& password);
     void setAgent(const std::string& agent) { agent_ = agent; }
     Answer call(const std::string& method, std::string_view url, std::string body = {},
                 const std::string& depth = "1");

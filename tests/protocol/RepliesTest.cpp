@@ -65,7 +65,7 @@ TEST(Replies, AreSentWhenAnAttendeeAnswers) {
         client.set(std::string("account ") + name + "@example.test secret " + name);
     client.set("folder alice@example.test calendar Work");
     client.set("grant alice@example.test Calendar carol@example.test 511");
-    client.setting("Corvane.ini", "Public Folders", "EnableSharedFolders", "1");
+    client.set("setting Corvane.ini 'Public Folders' EnableSharedFolders 1");
     for (const Case& row : cases) {
         SCOPED_TRACE(row.what);
         const std::string url = row.folder + "meeting.ics";

@@ -64,23 +64,21 @@ TEST(CThread, HandlesEventsUntilKilledAndStartsAgain) {
     EXPECT_EQ(thread.told, "21x1x");
 }
 
-TEST(CThread, EndsAtOnceWhenItCannotBegin) {
+TEST(CThread, EndsAtOnceWhenItCannotBeginAndTimeoutsWithoutEvents) {
     Recorder thread;
     thread.first.set();
     thread.mayRun = false;
     ASSERT_TRUE(thread.Start());
     EXPECT_TRUE(thread.Stop(kLongMs));
     EXPECT_EQ(thread.told, "x");
-}
-
-TEST(CThread, TimeoutsWithoutEvents) {
-    Recorder thread;
+    thread.first.reset();
+    thread.mayRun = true;
     thread.SetWaitTimeout(1);
     ASSERT_TRUE(thread.Start());
     awaitSet(thread.handled);
     EXPECT_TRUE(thread.Stop(kLongMs));
     EXPECT_GE(thread.timeouts, 3);
-    EXPECT_EQ(thread.told, "x");
+    EXPECT_EQ(thread.told, "xx");
 }
 
 }  // namespace

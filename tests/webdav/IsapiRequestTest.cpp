@@ -98,59 +98,56 @@ class FakeServer {
     size_t sent_ = 0;
 };
 
-TEST(IsapiData, TakesABodyThatIsThere) {
-    for (const DWORD total : {DWORD{5}, DWORD{0xFFFFFFFF}}) {
+TEST(IsapiData, TakesTheBodyThatIsAnnounced) {
+    const std::string large(0x10000 + 100, 'x');
+    struct Case {
+        std::string body;
+        size_t available;
+        DWORD announced;
+        std::string taken;
+        std::vector<size_t> reads;
+    };
+    const auto wholeOf = [](const std::string& body) { return static_cast<DWORD>(body.size()); };
+    const Case cases[] = {
+        {"hello", 5, 5, "hello", {}},
+        {"hello", 5, 0xFFFFFFFF, "hello", {}},  // of unknown length
+        {"0123456789", 10, 4, "0123", {}},      // more than the request is said to have
+        {"12345" + large, 5, wholeOf("12345" + large), "12345" + large, {0x10000, 100}},
+    };
+    for (const Case& c : cases) {
         FakeServer server;
-        server.setBody("hello", 5);
-        server.block()->cbTotalBytes = total;
+        server.setBody(c.body, c.available);
+        server.block()->cbTotalBytes = c.announced;
         const ISAPIData data(server.block());
-        EXPECT_EQ(data.GetBody(), "hello");
+        EXPECT_EQ(data.GetBody(), c.taken);
         EXPECT_FALSE(data.BodyFailed());
-        EXPECT_TRUE(server.reads.empty());
+        EXPECT_EQ(server.reads, c.reads);
     }
-}
-
-TEST(IsapiData, ReadsTheRestInPieces) {
-    const std::string body(0x10000 + 100, 'x');
-    FakeServer server;
-    server.setBody("12345" + body, 5);
-    const ISAPIData data(server.block());
-    EXPECT_EQ(data.GetBody(), "12345" + body);
-    EXPECT_EQ(server.reads, (std::vector<size_t>{0x10000, 100}));
 }
 
 TEST(IsapiData, TellsThatABodyDidNotArrive) {
     const TestInstallation product;
     LoggedLines log(product);
-    FakeServer closed;
-    closed.closedAfter = 7;
-    closed.setBody("0123456789", 5);
-    EXPECT_TRUE(ISAPIData(closed.block()).BodyFailed());
-    EXPECT_EQ(log.take(), (std::vector<std::string>{"DEBUG, ReadClient returned 0 bytes"}));
-
-    FakeServer failing;
-    failing.failsToRead = true;
-    failing.setBody("0123456789", 5);
-    EXPECT_TRUE(ISAPIData(failing.block()).BodyFailed());
-    EXPECT_EQ(log.take(), (std::vector<std::string>{"ERROR, Error 995 occurred in ReadClient "}));
-
-    FakeServer pointless;
-    pointless.setBody("0123456789", 5);
-    pointless.block()->lpbData = nullptr;
-    EXPECT_TRUE(ISAPIData(pointless.block()).BodyFailed());
+    const auto failsWith = [&log](auto change) {
+        FakeServer server;
+        server.setBody("0123456789", 5);
+        change(server);
+        EXPECT_TRUE(ISAPIData(server.block()).BodyFailed());
+        const auto lines = log.take();
+        return lines.empty() ? std::string() : lines[0];
+    };
+    EXPECT_EQ(failsWith([](FakeServer& server) { server.closedAfter = 7; }),
+              "DEBUG, ReadClient returned 0 bytes");
+    EXPECT_EQ(failsWith([](FakeServer& server) { server.failsToRead = true; }),
+              "ERROR, Error 995 occurred in ReadClient ");
+    EXPECT_EQ(failsWith([](FakeServer& server) { server.block()->lpbData = nullptr; }), "");
 }
 
-// More in the control block than the request is said to have.
-TEST(IsapiData, KeepsToTheAnnouncedLength) {
+TEST(IsapiData, AsksForAVariableOnceAndKeepsNoSecret) {
     FakeServer server;
-    server.setBody("0123456789", 10);
-    server.block()->cbTotalBytes = 4;
-    EXPECT_EQ(ISAPIData(server.block()).GetBody(), "0123");
-}
-
-TEST(IsapiData, AsksForAVariableOnce) {
-    FakeServer server;
-    server.variables = {{"URL", "/webdav/"}, {"LONG", std::string(1024, 'x')}};
+    server.variables = {{"URL", "/webdav/"},
+                        {"LONG", std::string(1024, 'x')},
+                        {"HTTP_AUTHORIZATION", "Basic eA=="}};
     ISAPIData data(server.block());
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(data.GetServerVar("URL"), "/webdav/");
@@ -160,38 +157,30 @@ TEST(IsapiData, AsksForAVariableOnce) {
         EXPECT_EQ(data.GetParam("Token"), "a+b");
     }
     EXPECT_EQ(server.asked, (std::map<std::string, int>{{"URL", 1}, {"LONG", 2}}));
-}
-
-TEST(IsapiData, KnowsSecureConnections) {
-    for (const char* value : {"yes", "YES", "On", "on"}) {
-        FakeServer server;
-        server.variables["HTTPS"] = value;
-        EXPECT_TRUE(ISAPIData(server.block()).IsHttps()) << value;
-    }
-    for (const char* value : {"1", "off", "true", "", "o", "on, for sixteen bytes"}) {
-        FakeServer server;
-        server.variables["HTTPS"] = value;
-        EXPECT_FALSE(ISAPIData(server.block()).IsHttps()) << value;
-    }
-}
-
-// What is kept nowhere is asked for anew.
-TEST(IsapiData, KeepsNoSecret) {
-    FakeServer server;
-    server.variables["HTTP_AUTHORIZATION"] = "Basic eA==";
-    ISAPIData data(server.block());
     EXPECT_EQ(data.GetSecretVar("HTTP_AUTHORIZATION").view(), "Basic eA==");
     server.variables.clear();
     EXPECT_EQ(data.GetServerVar("HTTP_AUTHORIZATION"), "");
     EXPECT_TRUE(data.GetSecretVar("HTTP_AUTHORIZATION").empty());
+
+    ISAPIData none(nullptr);
+    EXPECT_EQ(none.GetServerVar("URL"), "");
+    EXPECT_EQ(none.GetBody(), "");
+    EXPECT_FALSE(none.IsHttps());
+    EXPECT_FALSE(none.BodyFailed());
 }
 
-TEST(IsapiData, IsEmptyWithoutAWebServer) {
-    ISAPIData data(nullptr);
-    EXPECT_EQ(data.GetServerVar("URL"), "");
-    EXPECT_EQ(data.GetBody(), "");
-    EXPECT_FALSE(data.IsHttps());
-    EXPECT_FALSE(data.BodyFailed());
+TEST(IsapiData, KnowsSecureConnections) {
+    const std::pair<const char*, bool> cases[] = {
+        {"yes", true},   {"YES", true},
+        {"On", true},    {"on", true},
+        {"1", false},    {"off", false},
+        {"true", false}, {"", false},
+        {"o", false},    {"on, for sixteen bytes", false}};
+    for (const auto& [value, secure] : cases) {
+        FakeServer server;
+        server.variables["HTTPS"] = value;
+        EXPECT_EQ(ISAPIData(server.block()).IsHttps(), secure) << value;
+    }
 }
 
 TEST(IsapiRequest, WritesTheHeaderBytes) {
@@ -203,13 +192,11 @@ TEST(IsapiRequest, WritesTheHeaderBytes) {
         std::string headers;
     };
     const Case cases[] = {
-        {200, "text/html", "hello", "200 OK",
-         "Content-Length: 5\r\nContent-Type: text/html\r\nConnection: close\r\n\r\n"},
-        {204, nullptr, "", "204 No Content", "Content-Length: 0\r\nConnection: close\r\n\r\n"},
+        {200, "text/html", "hello", "200 OK", "Content-Length: 5\r\nContent-Type: text/html\r\n"},
+        {204, nullptr, "", "204 No Content", "Content-Length: 0\r\n"},
         {302, "text/html", "", "302 Moved Temporarily",
-         "Content-Length: 0\r\nContent-Type: text/html\r\nConnection: close\r\n\r\n"},
-        {201, nullptr, "x", "201 UNKNOWN",
-         "Content-Length: 1\r\nContent-Type: \r\nConnection: close\r\n\r\n"},
+         "Content-Length: 0\r\nContent-Type: text/html\r\n"},
+        {201, nullptr, "x", "201 UNKNOWN", "Content-Length: 1\r\nContent-Type: \r\n"},
     };
     for (const Case& expected : cases) {
         FakeServer server;
@@ -219,22 +206,15 @@ TEST(IsapiRequest, WritesTheHeaderBytes) {
         request.AddHeader(nullptr);
         EXPECT_TRUE(request.SendText(expected.status, expected.contentType, expected.body));
         EXPECT_EQ(server.status, expected.statusText);
-        EXPECT_EQ(server.headers, "ETag: 1\r\n" + expected.headers);
+        EXPECT_EQ(server.headers, "ETag: 1\r\n" + expected.headers + "Connection: close\r\n\r\n");
         EXPECT_EQ(server.written, expected.body);
+        server.acceptsBody = expected.body.empty();
+        EXPECT_EQ(request.SendText(200, nullptr, expected.body), server.acceptsBody);
+        server.acceptsHeaders = false;
+        server.written.clear();
+        EXPECT_FALSE(request.SendXml(207, "<a/>"));
+        EXPECT_EQ(server.written, "") << "an answer that was not taken";
     }
-}
-
-TEST(IsapiRequest, TellsThatAnAnswerWasNotTaken) {
-    FakeServer deaf;
-    deaf.acceptsHeaders = false;
-    EXPECT_FALSE(ISAPIRequest(deaf.block()).SendXml(207, "<a/>"));
-    EXPECT_EQ(deaf.written, "");
-
-    FakeServer closing;
-    closing.acceptsBody = false;
-    EXPECT_FALSE(ISAPIRequest(closing.block()).SendXml(207, "<a/>"));
-    EXPECT_NE(closing.headers.find("Content-Type: application/xml; charset=utf-8\r\n"),
-              std::string::npos);
 }
 
 TEST(WebDavRequest, IsTracedWithAnAnswerThatComesBeforeItsTurn) {

@@ -1,13 +1,11 @@
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "tests/webdav/TestInstallation.h"
+#include "tests/webdav/LoggedLines.h"
 #include "webdav/log/Log.h"
-#include "webdav/log/LogThread.h"
 
 namespace webdav {
 namespace {
@@ -18,18 +16,6 @@ class OpenLogThread : public LogThread {
     using LogThread::OnExit;
     using LogThread::OnTimeout;
 };
-
-std::vector<std::string> messages(const std::string& log) {
-    std::vector<std::string> lines;
-    std::istringstream in(log);
-    for (std::string line; std::getline(in, line);) {
-        EXPECT_TRUE(line.ends_with('\r')) << line;
-        const size_t stampEnd = line.find("] ");
-        if (line.find("-----") == std::string::npos)
-            lines.push_back(line.substr(stampEnd + 2, line.size() - stampEnd - 3));
-    }
-    return lines;
-}
 
 using Lines = std::vector<std::string>;
 
@@ -42,14 +28,14 @@ TEST(LogThread, LinesByLevelAndTag) {
     Log(kLogStatus, "", "no tag");
     Log(7, nullptr, "no name");
     log.Stop();
-    EXPECT_EQ(messages(product.log(".log")),
+    EXPECT_EQ(messagesOf(product.log(".log")),
               (Lines{"INFO, [TAG] two has 2", "STATUS, no tag", ", no name"}));
 
     product.setWebstrand("LogLevel", "1");
     ASSERT_TRUE(log.Start());
     Log(kLogDebug, nullptr, "wanted now");
     log.Stop();
-    EXPECT_EQ(messages(product.log(".log")).back(), "DEBUG, wanted now");
+    EXPECT_EQ(messagesOf(product.log(".log")).back(), "DEBUG, wanted now");
 }
 
 TEST(LogThread, ManyThreadsWriteWhileTheFileRotates) {
@@ -72,14 +58,13 @@ TEST(LogThread, ManyThreadsWriteWhileTheFileRotates) {
     log.Stop();
 
     Lines lines;
-    for (const std::string& name : platform::listDirectory(product.logPath()))
-        if (name.ends_with(".old")) lines = messages(product.log(name));
-    EXPECT_FALSE(lines.empty());
-    for (const std::string& name : platform::listDirectory(product.logPath())) {
-        if (!name.ends_with(".log")) continue;
-        const Lines newer = messages(product.log(name));
-        lines.insert(lines.end(), newer.begin(), newer.end());
-    }
+    for (const char* ending : {".old", ".log"})
+        for (const std::string& name : platform::listDirectory(product.logPath()))
+            if (name.ends_with(ending)) {
+                const Lines part = messagesOf(product.log(name));
+                EXPECT_FALSE(part.empty());
+                lines.insert(lines.end(), part.begin(), part.end());
+            }
     EXPECT_EQ(lines.size(), size_t{kThreads} * kLines);
     std::vector<int> next(kThreads, 0);
     for (const std::string& line : lines) {
@@ -95,14 +80,14 @@ TEST(LogThread, AFullQueueTellsWhatItDropped) {
     for (size_t line = 0; line < LogThread::kMaxQueuedLines + 5; ++line)
         log.Add(kLogError, "", std::to_string(line));
     log.OnExit();
-    Lines lines = messages(product.log(".log"));
+    Lines lines = messagesOf(product.log(".log"));
     ASSERT_EQ(lines.size(), LogThread::kMaxQueuedLines + 1);
     EXPECT_EQ(lines.back(), "WARNING, The log queue was full: 5 lines were dropped");
 
     const std::string large(LogThread::kMaxQueuedBytes / 2, 'x');
     for (int line = 0; line < 3; ++line) log.Add(kLogError, "", large);
     log.OnExit();
-    lines = messages(product.log(".log"));
+    lines = messagesOf(product.log(".log"));
     EXPECT_EQ(lines.back(), "WARNING, The log queue was full: 2 lines were dropped");
 }
 
@@ -121,8 +106,8 @@ TEST(LogThread, IdleTimeBringsNewSettings) {
     EXPECT_FALSE(log.Wants(kLogInfo));
     log.Add(kLogError, "", "after");
     log.OnExit();
-    EXPECT_EQ(messages(product.log("Moved\\.log")), (Lines{"ERROR, after"}));
-    EXPECT_EQ(messages(product.log(".log")), (Lines{"INFO, before"}));
+    EXPECT_EQ(messagesOf(product.log("Moved\\.log")), (Lines{"ERROR, after"}));
+    EXPECT_EQ(messagesOf(product.log(".log")), (Lines{"INFO, before"}));
 }
 
 }  // namespace

@@ -5,8 +5,23 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "tests/webdav/TestInstallation.h"
 #include "webdav/log/LogThread.h"
+
+/// The lines of a log file without times and banners; each must end as lines do.
+inline std::vector<std::string> messagesOf(const std::string& log) {
+    std::vector<std::string> lines;
+    std::istringstream in(log);
+    for (std::string line; std::getline(in, line);) {
+        EXPECT_TRUE(line.ends_with('\r')) << line;
+        const size_t start = line.find("] ") + 2;
+        if (line.find("-----") == std::string::npos)
+            lines.push_back(line.substr(start, line.size() - start - 1));
+    }
+    return lines;
+}
 
 class LoggedLines {
   public:
@@ -18,19 +33,13 @@ class LoggedLines {
     LoggedLines(const LoggedLines&) = delete;
     LoggedLines& operator=(const LoggedLines&) = delete;
 
-    /// What has been logged since the last call, without times.
+    /// What has been logged since the last call.
     std::vector<std::string> take() {
         webdav::LogThread::Instance().Stop();
-        std::istringstream log(product_.log(".log"));
-        std::vector<std::string> lines;
-        for (std::string line; std::getline(log, line);)
-            if (line.find("-----") == std::string::npos)
-                lines.push_back(line.substr(line.find("] ") + 2));
+        std::vector<std::string> lines = messagesOf(product_.log(".log"));
         webdav::LogThread::Instance().Start();
         lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(taken_));
         taken_ += lines.size();
-        for (std::string& line : lines)
-            if (line.ends_with('\r')) line.pop_back();
         return lines;
     }
 

@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "tests/platform/TemporaryDirectory.h"
@@ -11,11 +13,7 @@ namespace {
 using Names = std::vector<std::string>;
 
 TEST(PathSegments, KeepsABase64NameWhole) {
-    struct Case {
-        std::string path;
-        Names segments;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, Names> cases[] = {
         {"/webdav/calendar", {"webdav", "calendar"}},
         {"//webdav//x", {"webdav", "x"}},
         {"", {}},
@@ -25,20 +23,14 @@ TEST(PathSegments, KeepsABase64NameWhole) {
         {"/b64=x.ics", {"b64=x.ics"}},
         {"/a_b/c", {"a_b", "c"}},
     };
-    for (const Case& expected : cases)
-        EXPECT_EQ(SplitPath(expected.path), expected.segments) << expected.path;
+    for (const auto& [path, segments] : cases) EXPECT_EQ(SplitPath(path), segments) << path;
 }
 
+constexpr SegmentForm kNames = SegmentForm::kNames;
+constexpr SegmentForm kCollection = SegmentForm::kCollection;
+
 TEST(PathSegments, TellsFolderAndItem) {
-    struct Case {
-        SegmentForm form;
-        Names segments;
-        Names folder;
-        std::string item;
-    };
-    constexpr SegmentForm kNames = SegmentForm::kNames;
-    constexpr SegmentForm kCollection = SegmentForm::kCollection;
-    const Case cases[] = {
+    const std::tuple<SegmentForm, Names, Names, std::string> cases[] = {
         {kNames, {}, {}, ""},
         {kNames, {"x.ics"}, {}, "x.ics"},
         {kNames, {"Work", "Sub", "X.VCF"}, {"Work", "Sub"}, "X.VCF"},
@@ -51,39 +43,32 @@ TEST(PathSegments, TellsFolderAndItem) {
         // A folder may bear a name that looks like an item's.
         {kCollection, {"b64=YS5pY3MvYg=="}, {"a.ics", "b"}, ""},
     };
-    for (const Case& expected : cases) {
-        const FolderReading reading = ReadSegments(expected.segments, expected.form);
-        EXPECT_EQ(reading.folder, expected.folder) << testing::PrintToString(expected.segments);
-        EXPECT_EQ(reading.item, expected.item) << testing::PrintToString(expected.segments);
+    for (const auto& [form, segments, folder, item] : cases) {
+        const FolderReading reading = ReadSegments(segments, form);
+        EXPECT_EQ(reading.folder, folder) << testing::PrintToString(segments);
+        EXPECT_EQ(reading.item, item) << testing::PrintToString(segments);
     }
 }
 
 TEST(PathSegments, ReadsAnItemWithoutExtensionForDelete) {
-    struct Case {
-        SegmentForm form;
-        Names segments;
-        std::vector<std::pair<Names, std::string>> readings;
+    const std::tuple<SegmentForm, Names, std::string> cases[] = {
+        {kNames, {}, "() "},
+        {kNames, {"abc.vcf"}, "() abc.vcf"},
+        {kNames, {"Work", "abc"}, "(Work/abc) |(Work) abc"},
+        {kCollection, {"abc"}, "(abc) |() abc"},
+        {kCollection, {"b64=V29yaw=="}, "(Work) "},
+        {kCollection, {"b64=V29yaw==/abc"}, "(Work) abc"},
+        {kCollection, {"b64=w7/Dv8O/"}, "(\xC3\xBF\xC3\xBF\xC3\xBF) |(\xC3\xBF\xC3\xBF\xC3) "},
     };
-    constexpr SegmentForm kNames = SegmentForm::kNames;
-    constexpr SegmentForm kCollection = SegmentForm::kCollection;
-    const Case cases[] = {
-        {kNames, {}, {{{}, ""}}},
-        {kNames, {"abc.vcf"}, {{{}, "abc.vcf"}}},
-        {kNames, {"Work", "abc"}, {{{"Work", "abc"}, ""}, {{"Work"}, "abc"}}},
-        {kCollection, {"abc"}, {{{"abc"}, ""}, {{}, "abc"}}},
-        {kCollection, {"b64=V29yaw=="}, {{{"Work"}, ""}}},
-        {kCollection, {"b64=V29yaw==/abc"}, {{{"Work"}, "abc"}}},
-        {kCollection, {"b64=w7/Dv8O/"}, {{{"\xC3\xBF\xC3\xBF\xC3\xBF"}, ""}, {}}},
-    };
-    for (const Case& expected : cases) {
-        const auto readings = ReadSegmentsForDelete(expected.segments, expected.form);
-        const std::string shown = testing::PrintToString(expected.segments);
-        ASSERT_EQ(readings.size(), expected.readings.size()) << shown;
-        for (size_t i = 0; i < readings.size(); ++i) {
-            if (expected.readings[i] == std::pair<Names, std::string>()) continue;
-            EXPECT_EQ(readings[i].folder, expected.readings[i].first) << shown;
-            EXPECT_EQ(readings[i].item, expected.readings[i].second) << shown;
+    for (const auto& [form, segments, expected] : cases) {
+        std::string readings;
+        for (const FolderReading& reading : ReadSegmentsForDelete(segments, form)) {
+            readings += readings.empty() ? "(" : "|(";
+            for (const std::string& name : reading.folder)
+                readings += name + (&name == &reading.folder.back() ? "" : "/");
+            readings += ") " + reading.item;
         }
+        EXPECT_EQ(readings, expected) << testing::PrintToString(segments);
     }
 }
 
@@ -107,25 +92,16 @@ TEST_F(FolderPaths, NamesDirectoriesInTheStoresForm) {
     EXPECT_FALSE(exists({"Sub"}));
 }
 
-// Whatever a client writes, no folder outside the tree exists for it, nor one by a cut path.
+// No folder exists outside the tree, nor by a cut path; the conversations know more of the former.
 TEST_F(FolderPaths, StayWithinTheTree) {
     platform::createDirectories(base_ + "Work.IMAP");
     platform::createDirectories(directory_.path("bob\\Calendar.IMAP"));
     platform::createDirectories(directory_.path("...IMAP"));
-    const Names outside[] = {
-        {"..", "bob", "Calendar"},
-        {"..\\bob\\Calendar"},
-        {"../bob/Calendar"},
-        {"Work", "..", "..", "bob", "Calendar"},
-        {"."},
-        {"..", "Work"},
-        {std::string("Work\0", 5)},
-        {""},
-        {"Work", std::string(300, 'x')},
-    };
-    for (const Names& names : outside) EXPECT_FALSE(exists(names)) << testing::PrintToString(names);
-    const Names deep(40, "Work");
-    EXPECT_LE(FindFolder(base_, deep).path.size(), 259U);
+    for (const Names& names :
+         {Names{"..", "bob", "Calendar"}, Names{"..", "Work"}, Names{"."},
+          Names{std::string("Work\0", 5)}, Names{""}, Names{"Work", std::string(300, 'x')}})
+        EXPECT_FALSE(exists(names)) << testing::PrintToString(names);
+    EXPECT_LE(FindFolder(base_, Names(40, "Work")).path.size(), 259U);
     EXPECT_FALSE(FindFolder("", Names{"tmp"}).exists);
 
     const size_t room = 259 - base_.size() - std::string(".IMAP").size();

@@ -15,16 +15,7 @@ namespace fs = std::filesystem;
 
 /// A context of Friday 2017-05-19, 14:03:07.042 local time.
 TraceContext contextFrom(const std::string& address) {
-    return {.tag = "ABCDEFGHIJKLMN",
-            .remoteAddress = address,
-            .arrived = {.year = 2017,
-                        .month = 5,
-                        .dayOfWeek = 5,
-                        .day = 19,
-                        .hour = 14,
-                        .minute = 3,
-                        .second = 7,
-                        .milliseconds = 42}};
+    return {"ABCDEFGHIJKLMN", address, {2017, 5, 5, 19, 14, 3, 7, 42}};
 }
 
 std::map<std::string, std::string> traces(const TestInstallation& product) {

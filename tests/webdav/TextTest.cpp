@@ -1,6 +1,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -12,10 +13,8 @@ namespace {
 
 using namespace std::string_literals;
 
-struct Pair {
-    std::string plain;
-    std::string coded;
-};
+/// Plain and coded.
+using Pair = std::pair<std::string, std::string>;
 
 TEST(Text, Base64GoesThereAndBack) {
     const Pair cases[] = {
@@ -42,14 +41,8 @@ TEST(Text, FolderNamesInModifiedUtf7) {
     for (const auto& [plain, coded] : cases) EXPECT_EQ(EncodeModifiedUtf7(plain), coded);
 }
 
-struct Utf8Case {
-    std::string bytes;
-    bool valid;
-    std::string clean;
-};
-
 TEST(Text, Utf8IsJudgedAndCleaned) {
-    const Utf8Case cases[] = {
+    const std::tuple<std::string, bool, std::string> cases[] = {
         {"", true, ""},
         {"plain text", true, "plain text"},
         {"\x7F\xC2\x80\xDF\xBF", true, "\x7F\xC2\x80\xDF\xBF"},
@@ -72,9 +65,9 @@ TEST(Text, Utf8IsJudgedAndCleaned) {
         {"ok\0\xFF"s, true, "ok\0"s},  // judged to the NUL, cleaned to the end
         {"\xC3\0\xA9"s, false, "\0"s},
     };
-    for (const Utf8Case& one : cases) {
-        EXPECT_EQ(IsValidUtf8(one.bytes), one.valid) << testing::PrintToString(one.bytes);
-        EXPECT_EQ(RemoveInvalidUtf8(one.bytes), one.clean) << testing::PrintToString(one.bytes);
+    for (const auto& [bytes, valid, clean] : cases) {
+        EXPECT_EQ(IsValidUtf8(bytes), valid) << testing::PrintToString(bytes);
+        EXPECT_EQ(RemoveInvalidUtf8(bytes), clean) << testing::PrintToString(bytes);
     }
     for (size_t at = 0; at < 20; ++at) {
         std::string text(20, 'a');

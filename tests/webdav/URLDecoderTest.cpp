@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "platform/Registry.h"
@@ -17,14 +19,9 @@ std::string parameter(std::string_view query, std::string_view name) {
 }
 
 TEST(URLDecoder, WalksTheQueryString) {
-    struct Case {
-        std::string_view query;
-        std::string_view name;
-        std::string_view value;
-    };
     const std::string longName(300, 'n');
     const std::string longQuery = longName + "=1&b=2";
-    const Case cases[] = {
+    const std::string_view cases[][3] = {
         {"username=a%2Cb&password=x", "username", "a,b"},
         {"username=a%2Cb&password=x", "PassWord", "x"},
         {"a&b=1", "AB", "1"},
@@ -50,23 +47,18 @@ TEST(URLDecoder, WalksTheQueryString) {
         {longQuery, "b", "2"},
         {"a%00b=1", "a", "1"},
     };
-    for (const Case& expected : cases)
-        EXPECT_EQ(parameter(expected.query, expected.name), expected.value)
-            << expected.query << " " << expected.name;
+    for (const auto& [query, name, value] : cases)
+        EXPECT_EQ(parameter(query, name), value) << query << " " << name;
 }
 
 TEST(URLDecoder, DecodesValues) {
-    struct Case {
-        std::string_view raw;
-        std::string_view decoded;
-    };
-    const Case cases[] = {
+    const std::pair<std::string_view, std::string_view> cases[] = {
         {"a+b%20c", "a b c"},   {"%41%4a%4A", "AJJ"},    {"x%4", "x4"},    {"x%", "x"},
         {"x%zz-", "x-"},        {"a&b\r\n\0c"sv, "abc"}, {"a%26b", "a&b"}, {"a%00b", "a"},
         {"%c3%a9", "\xC3\xA9"}, {"%ff", "\xEF\xBF\xBD"},
     };
-    for (const Case& expected : cases)
-        EXPECT_EQ(CURLDecoder::Decode(expected.raw, 64), expected.decoded) << expected.raw;
+    for (const auto& [raw, decoded] : cases)
+        EXPECT_EQ(CURLDecoder::Decode(raw, 64), decoded) << raw;
 }
 
 // One wrong digit: %G5 is the byte F5 and %5G the byte FF, seen in a code page that has them.
@@ -84,24 +76,20 @@ TEST(URLDecoder, ConvertsToTheSystemCodePage) {
 }
 
 TEST(URLDecoder, RefusesWhatDoesNotFit) {
-    struct Case {
-        std::string_view raw;
-        size_t size;
-        uint32_t line;  ///< 0: fits
-    };
-    const Case cases[] = {
+    // The line of a refusal, 0 for what fits.
+    const std::tuple<std::string_view, size_t, uint32_t> cases[] = {
         {"abc", 4, 0}, {"abc", 3, 204}, {"ab+", 3, 162}, {"ab&", 3, 0},    {"ab%63", 3, 204},
         {"ab%", 3, 0}, {"", 1, 0},      {"a", 0, 204},   {"\xFF", 2, 237}, {"%C3%A9", 7, 0},
     };
-    for (const Case& expected : cases) {
+    for (const auto& [raw, size, expected] : cases) {
         uint32_t line = 0;
         try {
-            CURLDecoder::Decode(expected.raw, expected.size);
+            CURLDecoder::Decode(raw, size);
         } catch (const ExceptObj& failure) {
             line = failure.line();
             EXPECT_EQ(failure.message(), "Parameter Too Large");
         }
-        EXPECT_EQ(line, expected.line) << expected.raw << " " << expected.size;
+        EXPECT_EQ(line, expected) << raw << " " << size;
     }
 }
 

@@ -1,7 +1,6 @@
 #include "tests/wire/WirePattern.h"
 
 #include <algorithm>
-#include <cctype>
 
 #include "tests/wire/WireScript.h"
 
@@ -15,16 +14,9 @@ constexpr std::string_view kFill = "fill:";
 constexpr std::string_view kLater = "later:";
 
 std::string shown(std::string_view text) {
-    std::string out;
-    for (const char c : text.substr(0, kShown)) {
-        if (c == '\r') {
-            out += "\\r";
-        } else if (c == '\n') {
-            out += "\\n";
-        } else {
-            out += c;
-        }
-    }
+    std::string out(text.substr(0, kShown));
+    std::ranges::replace_if(
+        out, [](char c) { return c == '\r' || c == '\n'; }, '|');
     return out + (text.size() > kShown ? "..." : "");
 }
 
@@ -75,14 +67,13 @@ Piece takePiece(std::string_view& pattern) {
     return piece;
 }
 
+/// The length of a time stamp that the text begins with, or 0.
 size_t lengthOfStamp(std::string_view text) {
     constexpr std::string_view kShape = "0000-00-00T00:00:00.000Z";
-    if (text.size() < kShape.size()) return 0;
-    for (size_t i = 0; i < kShape.size(); ++i) {
-        const bool digit = std::isdigit(static_cast<unsigned char>(text[i])) != 0;
-        if (kShape[i] == '0' ? !digit : text[i] != kShape[i]) return 0;
-    }
-    return kShape.size();
+    const auto fits = [](char c, char shape) {
+        return shape == '0' ? c >= '0' && c <= '9' : c == shape;
+    };
+    return std::ranges::equal(text.substr(0, kShape.size()), kShape, fits) ? kShape.size() : 0;
 }
 
 class Matcher {
@@ -124,15 +115,11 @@ class Matcher {
             form.remove_prefix(equals + 1);
         }
         size_t length = 0;
-        if (form == "stamp") {
+        if (form == "stamp" || form.starts_with(kLater)) {
             length = lengthOfStamp(rest_);
-            if (length == 0) return difference("a time stamp");
-        } else if (form.starts_with(kLater)) {
-            length = lengthOfStamp(rest_);
-            const std::string& before = captured(form.substr(kLater.size()), captures_);
-            if (rest_.substr(0, length) <= before) {
-                return difference("a time stamp later than " + before);
-            }
+            const std::string before =
+                form == "stamp" ? "" : captured(form.substr(kLater.size()), captures_);
+            if (rest_.substr(0, length) <= before) return difference("a stamp after " + before);
         } else if (form == "*" || form == "**") {
             const auto found = lengthOfAny(form == "**");
             if (!found) return difference("any text, then what follows it in the pattern");

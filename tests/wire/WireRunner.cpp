@@ -1,8 +1,6 @@
 // Replays one conversation file against the real module and the real store: wire_runner FILE.
 // Prints every difference; the exit status is 0 when there is none.
 
-#include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -19,39 +17,6 @@ namespace wire {
 namespace {
 
 constexpr std::string_view kNoAnswer = "nothing";
-
-std::string base64(std::string_view bytes) {
-    constexpr std::string_view kDigits =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    for (size_t i = 0; i < bytes.size(); i += 3) {
-        const auto byte = [&](size_t at) {
-            return at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0U;
-        };
-        const uint32_t group = byte(i) << 16U | byte(i + 1) << 8U | byte(i + 2);
-        for (unsigned digit = 0; digit < 4; ++digit) {
-            out += i + digit > bytes.size() ? '=' : kDigits[group >> (18U - 6U * digit) & 63U];
-        }
-    }
-    return out;
-}
-
-/// Percent escapes but those of slashes are decoded once, as cvwebdavd does it.
-std::string decodedPath(std::string_view path) {
-    std::string out;
-    for (size_t i = 0; i < path.size(); ++i) {
-        unsigned code = 0;
-        const char* digits = path.data() + i + 1;
-        if (path[i] == '%' && i + 2 < path.size() &&
-            std::from_chars(digits, digits + 2, code, 16).ptr == digits + 2 && code != '/') {
-            out += static_cast<char>(code);
-            i += 2;
-        } else {
-            out += path[i];
-        }
-    }
-    return out;
-}
 
 std::string joined(const Message& message) {
     std::string text;
@@ -91,7 +56,7 @@ class Runner {
         const auto& words = command.words;
         try {
             if (words[0] == "login" && words.size() == 3) {
-                authorization_ = "Basic " + base64(words[1] + ":" + words[2]);
+                authorization_ = basicLogin(words[1], words[2]);
             } else if (words[0] == "logout" && words.size() == 1) {
                 authorization_.clear();
             } else if (words[0] == "secure" && words.size() == 2) {
@@ -119,10 +84,7 @@ class Runner {
             throw WireError("no request line: " + start);
         }
         request.method = start.substr(0, first);
-        const std::string target = start.substr(first + 1, last - first - 1);
-        const size_t question = std::min(target.find('?'), target.size());
-        request.path = decodedPath(std::string_view(target).substr(0, question));
-        if (question < target.size()) request.query = target.substr(question + 1);
+        request.setTarget(std::string_view(start).substr(first + 1, last - first - 1));
         for (size_t i = 1; i < exchange.request.head.size(); ++i) {
             const std::string line = substitute(exchange.request.head[i], captures_);
             const size_t colon = line.find(": ");

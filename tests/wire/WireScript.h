@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -36,6 +37,10 @@ struct Exchange {
 
 using Step = std::variant<Command, Exchange>;
 
+/// Splits at blanks; words in double or single quotes may hold blanks.
+std::vector<std::string> splitWords(std::string_view line);
+
+/// The steps of a file with its forms filled in, and those of common.forms beside it.
 std::vector<Step> readScript(const std::string& fileName);
 
 }  // namespace wire

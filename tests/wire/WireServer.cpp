@@ -1,8 +1,10 @@
 #include "tests/wire/WireServer.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 
+#include "groupware/mail/MailMessage.h"
 #include "platform/Error.h"
 #include "tests/wire/WireScript.h"
 
@@ -106,6 +108,25 @@ BOOL WINAPI serverSupport(HCONN connection, DWORD request, LPVOID buffer, LPDWOR
 }
 
 }  // namespace
+
+void Request::setTarget(std::string_view target) {
+    const size_t question = std::min(target.find('?'), target.size());
+    query = target.substr(std::min(question + 1, target.size()));
+    path.clear();
+    for (size_t i = 0; i < question; ++i) {
+        unsigned code = '/';
+        const char* digits = target.data() + i + 1;
+        if (target[i] == '%' && i + 2 < question &&
+            std::from_chars(digits, digits + 2, code, 16).ptr != digits + 2)
+            code = '/';
+        path += code == '/' ? target[i] : static_cast<char>(code);
+        if (code != '/') i += 2;
+    }
+}
+
+std::string basicLogin(const std::string& address, const std::string& password) {
+    return "Basic " + groupware::toBase64(address + ":" + password);
+}
 
 WireServer::WireServer() {
     if (library_.load(platform::libraryDirectory() + "CVWebDAV") != 0)

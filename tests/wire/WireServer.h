@@ -14,14 +14,21 @@
 namespace wire {
 
 struct Request {
+    /// Takes path and query from what stands in the request line: percent escapes of the path but
+    /// those of slashes are decoded once, as cvwebdavd does it.
+    void setTarget(std::string_view target);
+
     std::string method;
-    std::string path;   ///< decoded, as a web server hands it over
+    std::string path;
     std::string query;  ///< as sent
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
     bool secure = false;
     std::optional<size_t> closedAfter;  ///< the client goes away after so many bytes of the body
 };
+
+/// The value of an Authorization header.
+std::string basicLogin(const std::string& address, const std::string& password);
 
 class WireServer {
   public:

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 
 #include "groupware/engine/AccessToken.h"
 #include "groupware/engine/Accounts.h"
@@ -25,47 +26,25 @@ namespace {
 constexpr std::string_view kPublicWord = "public";
 constexpr size_t kLargestLog = size_t{64} * 1024 * 1024;
 
-std::string makeTemporaryDirectory() {
-    std::string name = (std::filesystem::temp_directory_path() / "wire-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw WireError("cannot make " + name);
-    return name;
-}
-
-std::string withBackslashes(std::string text) {
-    std::ranges::replace(text, '/', '\\');
-    return text;
-}
-
 void require(const groupware::Problem& problem) {
     if (problem) throw WireError(*problem);
 }
 
-ItemKind kindOf(const std::string& word) {
-    if (word == "calendar") return ItemKind::kEvent;
-    if (word == "tasks") return ItemKind::kTask;
-    if (word == "contacts") return ItemKind::kContact;
-    throw WireError("no kind of folder: " + word);
+template <typename Value>
+Value valueOf(const std::string& word, const std::map<std::string, Value>& values) {
+    const auto found = values.find(word);
+    if (found == values.end()) throw WireError("not known: " + word);
+    return found->second;
 }
 
-UserFlag flagOf(const std::string& word) {
-    if (word == "disabled") return UserFlag::kDisabled;
-    if (word == "frozen") return UserFlag::kFrozen;
-    if (word == "must-change") return UserFlag::kMustChangePassword;
-    if (word == "freebusy") return UserFlag::kPublishesBusyTime;
-    throw WireError("no flag of an account: " + word);
-}
-
-void makeFolder(groupware::Engine& engine, const std::string& owner, ItemKind kind,
-                const std::string& name) {
-    require(owner == kPublicWord ? groupware::addPublicFolder(engine, kind, name)
-                                 : groupware::addFolder(engine, owner, kind, name));
-}
+const std::map<std::string, ItemKind> kKinds = {
+    {"calendar", ItemKind::kEvent}, {"tasks", ItemKind::kTask}, {"contacts", ItemKind::kContact}};
+const std::map<std::string, UserFlag> kFlags = {{"disabled", UserFlag::kDisabled},
+                                                {"frozen", UserFlag::kFrozen},
+                                                {"must-change", UserFlag::kMustChangePassword},
+                                                {"freebusy", UserFlag::kPublishesBusyTime}};
 
 /// 0 takes all rights away.
-uint32_t rightsOf(const std::string& number) {
-    return static_cast<uint32_t>(std::stoul(number));
-}
-
 void grant(groupware::Engine& engine, const std::string& owner, const std::string& folder,
            const std::string& grantee, uint32_t rights) {
     if (owner == kPublicWord) {
@@ -96,7 +75,8 @@ std::string manyEvents(int count) {
 }  // namespace
 
 WireStore::WireStore() {
-    const std::string native = makeTemporaryDirectory();
+    std::string native = (std::filesystem::temp_directory_path() / "wire-XXXXXX").string();
+    if (mkdtemp(native.data()) == nullptr) throw WireError("cannot make " + native);
     paths_ = groupware::DataPaths::below(platform::fromNativePath(native));
     const std::string libraries = platform::libraryDirectory();
     require(groupware::initDataDirectory(paths_, "example.test", libraries));
@@ -148,6 +128,10 @@ bool WireStore::run(const Command& command) {
     const auto is = [&words](const char* name, size_t arguments) {
         return words[0] == name && words.size() == arguments + 1;
     };
+    const auto file = [this](std::string name) {
+        std::ranges::replace(name, '/', '\\');
+        return directory() + "\\" + name;
+    };
     if (is("domain", 1)) {
         require(groupware::addDomain(*engine_, words[1]));
     } else if (is("account", 3)) {
@@ -155,21 +139,22 @@ bool WireStore::run(const Command& command) {
     } else if (is("alias", 2)) {
         require(groupware::addAlias(*engine_, words[1], words[2]));
     } else if (is("flag", 3)) {
-        require(groupware::setUserFlag(*engine_, words[1], flagOf(words[2]), words[3] == "on"));
+        require(groupware::setUserFlag(*engine_, words[1], valueOf(words[2], kFlags),
+                                       words[3] == "on"));
     } else if (is("folder", 3)) {
-        makeFolder(*engine_, words[1], kindOf(words[2]), words[3]);
+        const ItemKind kind = valueOf(words[2], kKinds);
+        require(words[1] == kPublicWord ? groupware::addPublicFolder(*engine_, kind, words[3])
+                                        : groupware::addFolder(*engine_, words[1], kind, words[3]));
     } else if (is("grant", 4)) {
-        grant(*engine_, words[1], words[2], words[3], rightsOf(words[4]));
+        grant(*engine_, words[1], words[2], words[3], static_cast<uint32_t>(std::stoul(words[4])));
     } else if (is("item", 2)) {
         importText(words[1], words[2], command.text);
     } else if (is("events", 3)) {
         importText(words[1], words[2], manyEvents(std::stoi(words[3])));
     } else if (is("setting", 4)) {
-        const std::string file = directory() + "\\" + withBackslashes(words[1]);
-        platform::writeProfileText(file, words[2], words[3], words[4]);
+        platform::writeProfileText(file(words[1]), words[2], words[3], words[4]);
     } else if (is("file", 1)) {
-        const std::string file = directory() + "\\" + withBackslashes(words[1]);
-        platform::replaceFile(file, command.text);
+        platform::replaceFile(file(words[1]), command.text);
     } else {
         return false;
     }

@@ -1,4 +1,5 @@
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -9,17 +10,11 @@ using webdav::MarkupDocument;
 
 namespace {
 
-struct Case {
-    std::string text;
-    std::string outline;
-    std::string results;
-};
-
 TEST(MarkupParser, FindsTheElementsOfAnyTextAndTellsWhatIsWrong) {
     const std::string big(5'000'000, 'x');
     const std::string longName(1021, 'n');
     const std::string blanks(1100, ' ');
-    const Case cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"<a/>", "a", ""},
         {"<?xml version='1.0'?>\n<a x='>'><b y=\"/>\"/>t<c></c ></a>\n", "a(b c)", ""},
         {"<a:b.c-d_1><\xC3\xA9/></a:b.c-d_1>", "a:b.c-d_1(\xC3\xA9)", ""},
@@ -60,13 +55,13 @@ TEST(MarkupParser, FindsTheElementsOfAnyTextAndTellsWhatIsWrong) {
              R"(" length="1023" offset="3"/><truncation_error msg="end_tag" tagname=")" +
              longName.substr(0, 100) + R"(" length="1024" offset="1030"/>)"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text.substr(0, 80));
+    for (const auto& [text, elements, results] : cases) {
+        SCOPED_TRACE(text.substr(0, 80));
         MarkupDocument document;
-        EXPECT_EQ(document.setText(c.text), c.results.empty());
-        EXPECT_EQ(outline(document), c.outline);
-        EXPECT_EQ(document.results(), c.results);
-        EXPECT_TRUE(document.text() == c.text);
+        EXPECT_EQ(document.setText(text), results.empty());
+        EXPECT_EQ(outline(document), elements);
+        EXPECT_EQ(document.results(), results);
+        EXPECT_TRUE(document.text() == text);
     }
 }
 

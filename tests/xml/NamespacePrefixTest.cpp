@@ -1,4 +1,5 @@
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -15,26 +16,21 @@ constexpr std::string_view kDav = "DAV:";
 constexpr std::string_view kCalDav = "urn:ietf:params:xml:ns:caldav";
 
 TEST(NamespacePrefix, TakesTheFirstDeclarationOfADocument) {
-    struct Case {
-        std::string_view text;
-        bool found;
-        std::string_view prefix;
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, bool, std::string_view> cases[] = {
         {"<a xmlns='DAV:'/>", true, ""},
         {"<a><b xmlns:x='DAV:'/><c xmlns:y='DAV:'/></a>", true, "x"},
         {"<a XMLNS:x='&#68;AV:'/>", true, "x"},
         {"<a xmlns:x='dav:'/>", false, ""},
         {"<a x='DAV:'/>", false, ""},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
+    for (const auto& [text, found, expected] : cases) {
+        SCOPED_TRACE(text);
         MarkupDocument document;
-        document.setText(std::string(c.text));
+        document.setText(text);
         std::string prefix;
-        EXPECT_EQ(ResolvePrefix(document, kDav, prefix, false), c.found);
-        EXPECT_EQ(prefix, c.prefix);
-        EXPECT_EQ(document.text(), c.text);
+        EXPECT_EQ(ResolvePrefix(document, kDav, prefix, false), found);
+        EXPECT_EQ(prefix, expected);
+        EXPECT_EQ(document.text(), text);
     }
 }
 

@@ -9,20 +9,16 @@ inline std::string outline(const webdav::MarkupDocument& document) {
     const webdav::IndexedText& index = document.index();
     const webdav::ElementTable& table = index.table();
     std::string line;
-    webdav::ElementIndex element = table[0].child;
-    while (element != 0) {
+    for (webdav::ElementIndex element = table[0].child; element != 0;) {
         line += index.tagName(element);
         if (table[element].child != 0) {
             line += '(';
             element = table[element].child;
             continue;
         }
-        while (element != 0 && table[element].next == 0) {
-            element = table[element].parent;
-            if (element != 0) line += ')';
-        }
-        if (element == 0) break;
-        line += ' ';
+        for (; element != 0 && table[element].next == 0; element = table[element].parent)
+            line += table[element].parent != 0 ? ")" : "";
+        line += element != 0 ? " " : "";
         element = table[element].next;
     }
     return line;

@@ -27,28 +27,4 @@ TEST(ResolvedNames, KnowsTheNamespaceInScopeOfEveryElement) {
     EXPECT_EQ(names.findAll("u", "b").size(), 2U);
 }
 
-TEST(ResolvedNames, ReadsARequest) {
-    MarkupDocument document;
-    ASSERT_TRUE(document.setText(
-        "<?xml version='1.0' encoding='utf-8'?>\r\n"
-        "<C:calendar-multiget xmlns:D='DAV:' xmlns:C='urn:c'><prop xmlns='DAV:'><getetag/>"
-        "<C:calendar-data/></prop><D:href>/a%20b&amp;c</D:href>"
-        "<C:filter><C:time-range start='20170101T000000Z'/></C:filter>"
-        "<href>/not/this</href><D:href><![CDATA[/d]]></D:href></C:calendar-multiget>"));
-    const ResolvedNames names(document);
-    EXPECT_EQ(names.find("urn:d", "calendar-multiget"), 0U);
-    EXPECT_EQ(names.find("urn:c", "calendar-multiget"), names.root());
-    const ElementIndex prop = names.findChild(names.root(), "DAV:", "prop");
-    const ElementIndex data = names.nextSibling(names.firstChild(prop));
-    EXPECT_TRUE(names.is(data, "urn:c", "calendar-data"));
-    EXPECT_EQ(names.nextSibling(data), 0U);
-    EXPECT_EQ(names.parent(data), prop);
-    std::string hrefs;
-    for (const ElementIndex e : names.findAll("DAV:", "href")) hrefs += names.text(e) + ' ';
-    EXPECT_EQ(hrefs, "/a%20b&c /d ");
-    const ElementIndex range = names.find("urn:c", "time-range");
-    EXPECT_EQ(names.attribute(range, "start"), "20170101T000000Z");
-    EXPECT_FALSE(names.hasAttribute(range, "end"));
-}
-
 }  // namespace
