@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <ranges>
 
 #include "platform/CodePage.h"
 
@@ -222,9 +221,9 @@ std::string ToLowerAscii(std::string_view text) {
 std::string EncodeUriPath(std::string_view decoded) {
     // Most names need no escape.
     const auto stays = [](char c) { return static_cast<bool>(kPathBytes[toByte(c)]); };
-    const auto first = std::ranges::find_if_not(decoded, stays);
+    const auto* const first = std::ranges::find_if_not(decoded, stays);
     std::string encoded(decoded.begin(), first);
-    for (const char c : std::ranges::subrange(first, decoded.end())) {
+    for (const char c : std::string_view(first, decoded.end())) {
         const uint8_t byte = toByte(c);
         if (stays(c)) {
             encoded += c;
