@@ -49,10 +49,6 @@ void showFacts(StoreItem& record, const ItemFacts& facts) {
 
 }  // namespace
 
-void initRecord(StoreItem& record) {
-    record = StoreItem{};
-}
-
 void freeRecord(StoreItem& record) {
     const std::unique_ptr<StoreAttendee[]> attendees(record.attendees);
     const std::unique_ptr<StoreTaskOccurrence[]> occurrences(record.occurrences);
@@ -85,9 +81,7 @@ void fillRecord(StoreItem& record, ContentsPointer contents) {
     record.exportFlag = exportFlag;
     record.itemNumber = static_cast<uint32_t>(own.row.number);
     own.row.identifier.copy(record.identifier, sizeof record.identifier - 1);
-    if (own.row.modifiedMs != 0) {
-        record.lastModified = std::bit_cast<StoreDateTime>(platform::utcFromMs(own.row.modifiedMs));
-    }
+    record.lastModified = std::bit_cast<StoreDateTime>(own.modified);
     record.uid = own.row.uid.c_str();
     if (own.parsed != nullptr) showFacts(record, own.parsed->facts);
 }
