@@ -36,6 +36,9 @@ class MarkupWriter {
     /// An element with nothing but text.
     bool element(std::string_view uri, std::string_view localName, std::string_view text = {});
 
+    /// The length of the text so far, and room for a longer one.
+    size_t size() const { return text_.size(); }
+    void reserve(size_t size) { text_.reserve(size); }
     /// Hands the text over, when all elements are closed.
     std::string takeText();
 
