@@ -76,7 +76,7 @@ void copyRecord(StoreItem& to, const StoreItem& from) {
 void fillRecord(StoreItem& record, ContentsPointer contents) {
     const ItemContents& own = *contents;
     const uint16_t exportFlag = record.exportFlag;
-    freeRecord(record);
+    if (record.contents != nullptr) freeRecord(record);  // most are fresh: those of a listing
     hold(record, std::move(contents));
     record.exportFlag = exportFlag;
     record.itemNumber = static_cast<uint32_t>(own.row.number);
