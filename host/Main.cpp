@@ -13,6 +13,7 @@
 #include "platform/DynamicLibrary.h"
 #include "platform/Error.h"
 #include "platform/Files.h"
+#include "platform/Memory.h"
 #include "platform/PrivateProfile.h"
 #include "platform/Process.h"
 #include "platform/Registry.h"
@@ -24,6 +25,8 @@ constexpr const char* kProductKey = "SOFTWARE\\Quindle Software\\Corvane";
 constexpr size_t kLongestPath = 1024;
 /// Nothing of the data is for people who are neither the user nor in its group.
 constexpr unsigned kCreationMask = 027;
+/// For a thread that makes answers of megabytes, one after another; kept until the server rests.
+constexpr int kKeptMemory = 16 << 20;
 constexpr size_t kDescriptorsForFiles = 128;
 constexpr size_t kDescriptorsForThread = 8;
 
@@ -113,6 +116,7 @@ int main(int argc, char** argv) {
     auto options = host::parseOptions(argc, argv, exitCode);
     if (!options) return exitCode;
     platform::setFileCreationMask(kCreationMask);
+    platform::keepUnusedMemory(kKeptMemory);
     reserveDescriptors(options->server);
 
     const std::string registry =

@@ -8,6 +8,7 @@
 #include "groupware/db/Database.h"
 #include "groupware/items/Counted.h"
 #include "groupware/items/ItemText.h"
+#include "platform/LocalTime.h"
 
 namespace groupware {
 
@@ -24,7 +25,9 @@ using ParsedPointer = std::shared_ptr<const ParsedText>;
 struct ItemContents : Counted {
     ItemContents() = default;
     ItemContents(ItemKind ofKind, std::optional<FolderKey> in, ItemRow itsRow, ParsedPointer text)
-        : kind(ofKind), folder(in), row(std::move(itsRow)), parsed(std::move(text)) {}
+        : kind(ofKind), folder(in), row(std::move(itsRow)), parsed(std::move(text)) {
+        if (row.modifiedMs != 0) modified = platform::utcFromMs(row.modifiedMs);
+    }
     virtual ~ItemContents() = default;
 
     /// Null for contents of a record's own.
@@ -33,6 +36,7 @@ struct ItemContents : Counted {
     ItemKind kind = ItemKind::kEvent;
     std::optional<FolderKey> folder;  ///< where the item is stored; nothing for a client's new text
     ItemRow row;                      ///< its UID is the one that the record shows and Edit files
+    platform::DateTime modified;      ///< the row's, as records show it; all zero for a new text
     ParsedPointer parsed;             ///< null in a listing: the text is fetched when asked
 };
 

@@ -49,10 +49,6 @@ void showFacts(StoreItem& record, const ItemFacts& facts) {
 
 }  // namespace
 
-void initRecord(StoreItem& record) {
-    record = StoreItem{};
-}
-
 void freeRecord(StoreItem& record) {
     const std::unique_ptr<StoreAttendee[]> attendees(record.attendees);
     const std::unique_ptr<StoreTaskOccurrence[]> occurrences(record.occurrences);
@@ -80,14 +76,12 @@ void copyRecord(StoreItem& to, const StoreItem& from) {
 void fillRecord(StoreItem& record, ContentsPointer contents) {
     const ItemContents& own = *contents;
     const uint16_t exportFlag = record.exportFlag;
-    freeRecord(record);
+    if (record.contents != nullptr) freeRecord(record);  // most are fresh: those of a listing
     hold(record, std::move(contents));
     record.exportFlag = exportFlag;
     record.itemNumber = static_cast<uint32_t>(own.row.number);
     own.row.identifier.copy(record.identifier, sizeof record.identifier - 1);
-    if (own.row.modifiedMs != 0) {
-        record.lastModified = std::bit_cast<StoreDateTime>(platform::utcFromMs(own.row.modifiedMs));
-    }
+    record.lastModified = std::bit_cast<StoreDateTime>(own.modified);
     record.uid = own.row.uid.c_str();
     if (own.parsed != nullptr) showFacts(record, own.parsed->facts);
 }

@@ -11,7 +11,9 @@
 namespace groupware {
 
 /// Prepares a record, whatever its memory held.
-void initRecord(StoreItem& record);
+inline void initRecord(StoreItem& record) {
+    record = StoreItem{};
+}
 /// Releases what the record holds and prepares it anew.
 void freeRecord(StoreItem& record);
 void copyRecord(StoreItem& to, const StoreItem& from);

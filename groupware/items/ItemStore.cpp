@@ -37,10 +37,10 @@ int32_t ItemStore::list(std::string_view path, StoreItem* records, uint32_t* cou
     const SnapshotPointer contents = contentsAt(path);
     if (!contents) return STORE_NOT_FOUND;
     return handOutList("all " + std::string(path), records, count, [&] {
-        ContentsList list;
-        list.reserve(contents->size());
-        contents->each([&](const auto& item) { list.push_back(ContentsPointer(item.get())); });
-        return list;
+        FoundItems found{contents, {}};
+        found.items.reserve(contents->size());
+        contents->each([&](const auto& item) { found.items.push_back(item.get()); });
+        return found;
     });
 }
 
@@ -52,13 +52,13 @@ int32_t ItemStore::listRange(std::string_view path, TimeRange range, StoreItem* 
     const std::string question = std::to_string(range.fromMs) + " to " +
                                  std::to_string(range.toMs) + " " + std::string(path);
     return handOutList(question, records, count, [&] {
-        ContentsList list;
+        FoundItems found{contents, {}};
         RangeFilter filter(engine_.snapshots(), range);
         contents->eachTouching(range, [&](const FolderItem& item) {
-            if (filter.holds(item)) list.push_back(ContentsPointer(&item));
+            if (filter.holds(item)) found.items.push_back(&item);
         });
-        std::ranges::sort(list, {}, [](const ContentsPointer& each) { return each->row.number; });
-        return list;
+        std::ranges::sort(found.items, {}, [](const auto* item) { return item->row.number; });
+        return found;
     });
 }
 

@@ -12,7 +12,7 @@ using SteadyTime = std::chrono::steady_clock;
 /// A list whose length was told and that waits for the call that fetches it.
 struct KeptList {
     std::string question;
-    ContentsList items;
+    FoundItems answer;
     SteadyTime::time_point found;
 };
 
@@ -21,26 +21,26 @@ constexpr std::chrono::seconds kKeptFor{5};
 thread_local KeptList keptList;
 
 /// The kept list when it is the answer, else nothing; it is kept no longer in any case.
-ContentsList takeKeptList(const std::string& question, uint32_t room) {
+FoundItems takeKeptList(const std::string& question, uint32_t room) {
     KeptList kept = std::exchange(keptList, {});
-    const bool fits = kept.question == question && kept.items.size() == room &&
+    const bool fits = kept.question == question && kept.answer.items.size() == room &&
                       SteadyTime::now() - kept.found < kKeptFor;
-    return fits ? std::move(kept.items) : ContentsList{};
+    return fits ? std::move(kept.answer) : FoundItems{};
 }
 
 }  // namespace
 
 int32_t handOutList(const std::string& question, StoreItem* records, uint32_t* count,
-                    const std::function<ContentsList()>& find) {
+                    const std::function<FoundItems()>& find) {
     const uint32_t room = *count;
-    ContentsList items = takeKeptList(question, room);
-    if (items.empty()) items = find();
-    *count = static_cast<uint32_t>(items.size());
-    if (items.size() > room) {
-        keptList = {question, std::move(items), SteadyTime::now()};
+    FoundItems found = takeKeptList(question, room);
+    if (found.items.empty()) found = find();
+    *count = static_cast<uint32_t>(found.items.size());
+    if (found.items.size() > room) {
+        keptList = {question, std::move(found), SteadyTime::now()};
         return STORE_MORE_ROOM;
     }
-    for (size_t i = 0; i < items.size(); ++i) fillRecord(records[i], std::move(items[i]));
+    for (const FolderItem* item : found.items) fillRecord(*records++, ContentsPointer(item));
     return STORE_OK;
 }
 

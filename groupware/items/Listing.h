@@ -8,16 +8,20 @@
 #include <string>
 #include <vector>
 
-#include "groupware/items/ItemContents.h"
+#include "groupware/items/FolderSnapshot.h"
 #include "groupware/items/ItemRecord.h"
 
 namespace groupware {
 
-using ContentsList = std::vector<ContentsPointer>;
+/// Items of a folder, and the snapshot that they live in.
+struct FoundItems {
+    SnapshotPointer contents;
+    std::vector<const FolderItem*> items;
+};
 
 /// Fills the caller's records with what is found, or tells how many it takes. The question names
 /// what is asked for. STORE_OK or STORE_MORE_ROOM.
 int32_t handOutList(const std::string& question, StoreItem* records, uint32_t* count,
-                    const std::function<ContentsList()>& find);
+                    const std::function<FoundItems()>& find);
 
 }  // namespace groupware

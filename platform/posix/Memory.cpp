@@ -8,6 +8,15 @@
 
 namespace platform {
 
+void keepUnusedMemory(int bytesOfThread) {
+#ifdef __GLIBC__
+    ::mallopt(M_TRIM_THRESHOLD, bytesOfThread);
+    ::mallopt(M_MMAP_THRESHOLD, bytesOfThread);
+#else
+    static_cast<void>(bytesOfThread);
+#endif
+}
+
 void releaseUnusedMemory() {
 #ifdef __GLIBC__
     ::malloc_trim(0);

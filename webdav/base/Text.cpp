@@ -218,11 +218,11 @@ std::string ToLowerAscii(std::string_view text) {
     return lower;
 }
 
-std::string EncodeUriPath(std::string_view decoded) {
+void AppendUriPath(std::string& encoded, std::string_view decoded) {
     // Most names need no escape.
     const auto stays = [](char c) { return static_cast<bool>(kPathBytes[toByte(c)]); };
     const auto* const first = std::ranges::find_if_not(decoded, stays);
-    std::string encoded(decoded.begin(), first);
+    encoded.append(decoded.begin(), first);
     for (const char c : std::string_view(first, decoded.end())) {
         const uint8_t byte = toByte(c);
         if (stays(c)) {
@@ -231,6 +231,11 @@ std::string EncodeUriPath(std::string_view decoded) {
             encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
         }
     }
+}
+
+std::string EncodeUriPath(std::string_view decoded) {
+    std::string encoded;
+    AppendUriPath(encoded, decoded);
     return encoded;
 }
 

@@ -31,6 +31,7 @@ std::string ToLowerAscii(std::string_view text);
 /// A path (or one segment of it) as it stands in a URI (RFC 3986): what may not stand there is
 /// percent-encoded, "/" and the characters of pchar stay.
 std::string EncodeUriPath(std::string_view decoded);
+void AppendUriPath(std::string& encoded, std::string_view decoded);
 /// The one escape that web servers leave in a decoded path: a slash within a name.
 std::string DecodeSlashes(std::string_view name);
 /// Percent escapes decoded once, "+" left alone; a malformed escape stays as it is.

@@ -48,12 +48,14 @@ bool CollectionReponse::listItems() {
                   });
     if (!listed) return false;
 
-    const std::string collection = HrefWithSlash(propfind_.url());
-    for (StoreItem& item : std::span(records.data(), records.size())) {
+    const std::span items(records.data(), records.size());
+    ItemHref href(HrefWithSlash(propfind_.url()), kind_);
+    ItemAnswers answers(*this, propfind_.properties(), context, HaveUniqueUids(items));
+    for (StoreItem& item : items) {
         GiveTaskUid(context, item);
-        const std::string href = ItemHref(collection, item.uid == nullptr ? "" : item.uid, kind_);
-        logEvaluating(request_, href);
-        AnswerItem(*this, propfind_.properties(), context, item, href);
+        const std::string& itsHref = href.of(item);
+        logEvaluating(request_, itsHref);
+        answers.add(itsHref, item);
     }
     return true;
 }
@@ -67,10 +69,11 @@ void CollectionReponse::answerItem() {
         kind_.operations.find(item.get(), WithoutExtension(NameOfUrl(propfind_.url())),
                               context.folder) &&
         kind_.operations.get(item.get(), context.folder) == STORE_OK;
+    ItemAnswers answers(*this, propfind_.properties(), context, true);
     if (found)
-        AnswerItem(*this, propfind_.properties(), context, *item, href);
+        answers.add(href, *item.get());
     else
-        AnswerMissingItem(*this, propfind_.properties(), href);
+        answers.addMissing(href);
 }
 
 void AnswerCollection(PropFindResponseBase& response, const PropFindRequest& propfind,

@@ -4,7 +4,7 @@
 
 namespace DAV {
 
-using webdav::EncodeUriPath;
+using webdav::AppendUriPath;
 
 namespace {
 
@@ -16,16 +16,21 @@ constexpr std::string_view kBase64Start = "/b64=";
 constexpr std::string_view kBase64End = "=/";
 
 /// Encodes what stands between the dividers, and writes each divider as told.
-std::string encodeBetween(std::string_view divider, std::string_view written,
-                          std::string_view text) {
-    if (text.find(divider) == text.npos) return EncodeUriPath(text);
-    std::string encoded;
+void appendBetween(std::string& encoded, std::string_view divider, std::string_view written,
+                   std::string_view text) {
     for (size_t end = text.find(divider); end != text.npos; end = text.find(divider)) {
-        encoded += EncodeUriPath(text.substr(0, end));
+        AppendUriPath(encoded, text.substr(0, end));
         encoded += written;
         text.remove_prefix(end + divider.size());
     }
-    return encoded += EncodeUriPath(text);
+    AppendUriPath(encoded, text);
+}
+
+std::string encodeBetween(std::string_view divider, std::string_view written,
+                          std::string_view text) {
+    std::string encoded;
+    appendBetween(encoded, divider, written, text);
+    return encoded;
 }
 
 // A slash within a name would divide it into two segments.
@@ -55,12 +60,13 @@ std::string CollectionHref(std::string_view homeKeyword, std::string_view addres
     return UserHref(homeKeyword, address) + "b64=" + webdav::Base64Encode(name) + "/";
 }
 
-std::string ItemHref(std::string_view collectionHref, std::string_view uid,
-                     const webdav::ItemKind& kind) {
-    std::string href(collectionHref);
-    href += encodeSegment(uid);
-    href += kind.extension;
-    return href;
+ItemHref::ItemHref(std::string collectionHref, const webdav::ItemKind& kind)
+    : href_(std::move(collectionHref)), collectionSize_(href_.size()), extension_(kind.extension) {}
+
+const std::string& ItemHref::of(const StoreItem& item) {
+    href_.resize(collectionSize_);
+    if (item.uid != nullptr) appendBetween(href_, "/", kSlash, item.uid);
+    return href_ += extension_;
 }
 
 std::string HrefOfUrl(std::string_view url) {

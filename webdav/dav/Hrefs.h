@@ -19,9 +19,19 @@ std::string UserHref(std::string_view keyword, std::string_view address);
 std::string CollectionHref(std::string_view homeKeyword, std::string_view address,
                            std::string_view name);
 
-/// An item: the collection's href as it stands, the UID, the kind's extension.
-std::string ItemHref(std::string_view collectionHref, std::string_view uid,
-                     const webdav::ItemKind& kind);
+/// Items of one collection: its href as it stands, the UID, the kind's extension.
+class ItemHref {
+  public:
+    ItemHref(std::string collectionHref, const webdav::ItemKind& kind);
+
+    /// Stays until the next is asked for.
+    const std::string& of(const StoreItem& item);
+
+  private:
+    std::string href_;
+    size_t collectionSize_;
+    std::string_view extension_;
+};
 
 /// A URL, as the web server decoded it, as an href; and that with a closing slash.
 std::string HrefOfUrl(std::string_view url);

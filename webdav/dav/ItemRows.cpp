@@ -1,48 +1,49 @@
 #include "webdav/dav/ItemRows.h"
 
-#include <span>
+#include <algorithm>
 
+#include "webdav/base/TextTable.h"
 #include "webdav/dav/KindTexts.h"
 #include "webdav/dav/Namespaces.h"
 #include "webdav/log/Log.h"
 
 namespace DAV {
 
-namespace {
-
 struct ItemRow {
     std::string_view namespaceUri;
     std::string_view name;
-    /// Fills the property; the result is its status.
-    uint16_t (*fill)(PropertyRecord& property, const ItemContext& context, StoreItem& item);
+    /// Fills the empty text of the property; the result is its status.
+    uint16_t (*fill)(std::string& text, const ItemContext& context, StoreItem& item);
 };
 
-uint16_t fillContentType(PropertyRecord& property, const ItemContext& context, StoreItem&) {
-    property.text = TextsOf(context.kind).propertyContentType;
+namespace {
+
+uint16_t fillContentType(std::string& text, const ItemContext& context, StoreItem&) {
+    text = TextsOf(context.kind).propertyContentType;
     return 200;
 }
 
-uint16_t fillResourceType(PropertyRecord&, const ItemContext&, StoreItem&) {
+uint16_t fillResourceType(std::string&, const ItemContext&, StoreItem&) {
     return 200;
 }
 
-uint16_t fillStamp(PropertyRecord& property, const ItemContext&, StoreItem& item) {
-    property.text = webdav::FormatStamp(item.lastModified);
+uint16_t fillStamp(std::string& text, const ItemContext&, StoreItem& item) {
+    webdav::AppendStamp(text, item.lastModified);
     return 200;
 }
 
-uint16_t fillItemText(PropertyRecord& property, const ItemContext& context, StoreItem& item) {
+uint16_t fillItemText(std::string& text, const ItemContext& context, StoreItem& item) {
     item.exportFlag = 1;
-    webdav::StoreText text;
+    webdav::StoreText handedOut;
     const int32_t status =
-        context.kind.operations.toText(item, context.folder, context.plainVCard, text.out());
+        context.kind.operations.toText(item, context.folder, context.plainVCard, handedOut.out());
     if (status != STORE_OK) {
         webdav::Log(webdav::kLogError, context.request.RequestTag(), "%s failed [%d] : [%s:%s]",
                     TextsOf(context.kind).toText, status, context.request.Url().c_str(),
                     webdav::ItemNumberText(context.kind, item).c_str());
         return 500;
     }
-    property.text = text.view();
+    text = handedOut.view();
     return 200;
 }
 
@@ -67,11 +68,10 @@ std::span<const ItemRow> rowsOf(const webdav::ItemKind& kind) {
     return kCalendarRows;
 }
 
-uint16_t evaluate(PropertyRecord& property, const ItemContext& context, StoreItem& item) {
-    for (const ItemRow& row : rowsOf(context.kind))
-        if (row.name == property.name && row.namespaceUri == property.namespaceUri)
-            return row.fill(property, context, item);
-    return 404;
+const ItemRow* rowOf(const webdav::ItemKind& kind, const PropertyName& property) {
+    for (const ItemRow& row : rowsOf(kind))
+        if (row.name == property.name && row.namespaceUri == property.namespaceUri) return &row;
+    return nullptr;
 }
 
 }  // namespace
@@ -82,21 +82,43 @@ ItemContext::ItemContext(webdav::WebDAVRequest& webdavRequest, const webdav::Ite
       folder(webdavRequest.TargetFolder()),
       plainVCard(WantsPlainVCard(webdavRequest)) {}
 
-void AnswerItem(PropFindResponseBase& response, const std::vector<PropertyName>& properties,
-                const ItemContext& context, const StoreItem& listed, std::string_view href) {
-    webdav::ItemRecord copy(context.kind);
-    context.kind.operations.copy(copy.get(), &listed);
+ItemAnswers::ItemAnswers(PropFindResponseBase& response,
+                         const std::vector<PropertyName>& properties, const ItemContext& context,
+                         bool hrefsAreUnique)
+    : response_(response), context_(context), hrefsAreUnique_(hrefsAreUnique) {
     for (const PropertyName& requested : properties) {
-        PropertyRecord property = requested.EmptyRecord();
-        const uint16_t status = evaluate(property, context, *copy.get());
-        response.addProperty(href, status, std::move(property));
+        rows_.push_back(rowOf(context.kind, requested));
+        properties_.push_back({requested.namespaceUri, requested.name, 404, {}});
     }
 }
 
-void AnswerMissingItem(PropFindResponseBase& response, const std::vector<PropertyName>& properties,
-                       std::string_view href) {
-    for (const PropertyName& requested : properties)
-        response.addProperty(href, 404, requested.EmptyRecord());
+void ItemAnswers::add(std::string_view href, StoreItem& item) {
+    for (size_t i = 0; i < rows_.size(); ++i) {
+        TextProperty& property = properties_[i];
+        property.text.clear();
+        property.status = rows_[i] ? rows_[i]->fill(property.text, context_, item) : 404;
+    }
+    response_.addItem(href, properties_, hrefsAreUnique_);
+}
+
+void ItemAnswers::addCopyOf(std::string_view href, const StoreItem& listed) {
+    webdav::ItemRecord copy(context_.kind);
+    context_.kind.operations.copy(copy.get(), &listed);
+    add(href, *copy.get());
+}
+
+void ItemAnswers::addMissing(std::string_view href) {
+    for (TextProperty& property : properties_) {
+        property.text.clear();
+        property.status = 404;
+    }
+    response_.addItem(href, properties_, hrefsAreUnique_);
+}
+
+bool HaveUniqueUids(std::span<const StoreItem> items) {
+    webdav::TextTable uids(items.size());
+    return std::ranges::all_of(
+        items, [&](const StoreItem& item) { return uids.add(item.uid ? item.uid : ""); });
 }
 
 bool WantsPlainVCard(webdav::WebDAVRequest& request) {

@@ -1,5 +1,8 @@
 #include "webdav/dav/MultigetResponse.h"
 
+#include <algorithm>
+#include <functional>
+
 #include "platform/Files.h"
 #include "webdav/dav/Hrefs.h"
 #include "webdav/dav/ItemListing.h"
@@ -12,26 +15,46 @@ using webdav::Log;
 
 int32_t MultigetResponse::run() {
     if (!listItems()) return -1;
-    findWanted();
-    for (const std::string& href : multiget_.hrefs()) {
+    readHrefs();
+    webdav::TextTable hrefs(wanted_.size());
+    const bool hrefsAreUnique =
+        std::ranges::all_of(wanted_, [&](const Wanted& wanted) { return hrefs.add(wanted.href); });
+    findItems();
+
+    ItemAnswers answers(*this, multiget_.properties(), context_, hrefsAreUnique);
+    for (size_t i = 0; i < wanted_.size(); ++i) {
         Log(webdav::kLogDebug, context_.request.RequestTag(), "Evaluating properties for: %s",
-            href.c_str());
-        answer(RepairedHref(href), NameOfHref(href));
+            multiget_.hrefs()[i].c_str());
+        answer(answers, wanted_[i]);
     }
     return 0;
 }
 
-/// Only what is asked for: a folder may hold far more items.
-void MultigetResponse::findWanted() {
-    for (const std::string& href : multiget_.hrefs())
-        for (std::string& uid :
-             possibleUids(RepairedHref(href), WithoutExtension(NameOfHref(href))))
-            wanted_.try_emplace(std::move(uid), nullptr);
+// vdirsyncer decodes the slash within a UID: the whole rest of the path is tried before the
+// segment, which might name another item.
+void MultigetResponse::readHrefs() {
+    wanted_.reserve(multiget_.hrefs().size());
+    for (const std::string& sent : multiget_.hrefs()) {
+        std::string href = RepairedHref(sent);
+        std::string name = NameOfHref(sent);
+        std::string longUid = WithoutExtension(NameBelowUrl(href, url_));
+        std::string uid = WithoutExtension(name);
+        wanted_.push_back({std::move(href), std::move(name), std::move(longUid), std::move(uid)});
+    }
+}
+
+/// Looks only for what is asked for: a folder may hold far more items.
+void MultigetResponse::findItems() {
+    uids_.emplace(2 * wanted_.size());
+    for (const Wanted& wanted : wanted_) {
+        uids_->add(wanted.longUid);
+        uids_->add(wanted.uid);
+    }
+    items_.resize(uids_->size());
     for (const StoreItem& item : records_) {
-        if (item.uid == nullptr) continue;
-        const auto wanted = wanted_.find(std::string_view(item.uid));
+        const auto place = item.uid == nullptr ? std::nullopt : uids_->find(item.uid);
         // The first record of a UID wins.
-        if (wanted != wanted_.end() && wanted->second == nullptr) wanted->second = &item;
+        if (place && items_[*place] == nullptr) items_[*place] = &item;
     }
 }
 
@@ -44,29 +67,19 @@ bool MultigetResponse::listItems() {
                      });
 }
 
-void MultigetResponse::answer(const std::string& href, const std::string& name) {
-    const std::string uid = WithoutExtension(name);
-    const StoreItem* const item = find(href, uid);
-    if (item == nullptr) {
-        logUnknown(uid);
-        AnswerMissingItem(*this, multiget_.properties(), href);
-        return;
+void MultigetResponse::answer(ItemAnswers& answers, const Wanted& wanted) {
+    if (const StoreItem* item = find(wanted)) {
+        answers.addCopyOf(wanted.href, *item);
+    } else {
+        logUnknown(wanted.uid);
+        answers.addMissing(wanted.href);
     }
-    AnswerItem(*this, multiget_.properties(), context_, *item, href);
 }
 
-// vdirsyncer decodes the slash within a UID: the whole rest of the path is tried before the
-// segment, which might name another item.
-std::array<std::string, 2> MultigetResponse::possibleUids(const std::string& href,
-                                                          const std::string& uid) const {
-    return {WithoutExtension(NameBelowUrl(href, url_)), uid};
-}
-
-const StoreItem* MultigetResponse::find(const std::string& href, const std::string& uid) const {
-    for (const std::string& name : possibleUids(href, uid)) {
-        const auto found = wanted_.find(name);
-        if (!name.empty() && found != wanted_.end() && found->second != nullptr)
-            return found->second;
+const StoreItem* MultigetResponse::find(const Wanted& wanted) {
+    for (const std::string& uid : {std::cref(wanted.longUid), std::cref(wanted.uid)}) {
+        const auto place = uid.empty() ? std::nullopt : uids_->find(uid);
+        if (place && items_[*place] != nullptr) return items_[*place];
     }
     return nullptr;
 }
@@ -79,31 +92,30 @@ void MultigetResponse::logUnknown(const std::string& uid) const {
             uid.c_str());
 }
 
-void CalMultigetResponse::answer(const std::string& href, const std::string& name) {
-    const bool inbox = context_.request.Target().kind == "calendar-inbox";
-    if (inbox || WithoutExtension(name) == "msg")
-        answerMessage(href, name);
+void CalMultigetResponse::answer(ItemAnswers& answers, const Wanted& wanted) {
+    if (context_.request.Target().kind == "calendar-inbox" || wanted.uid == "msg")
+        answerMessage(answers, wanted);
     else
-        MultigetResponse::answer(href, name);
+        MultigetResponse::answer(answers, wanted);
 }
 
-void CalMultigetResponse::answerMessage(const std::string& href, const std::string& name) {
+void CalMultigetResponse::answerMessage(ItemAnswers& answers, const Wanted& wanted) {
     const webdav::WebDAVRequest& request = context_.request;
     const std::string& directory = request.Account().mailDirectory;
-    const std::string path = directory + name;
+    const std::string path = directory + wanted.name;
 
     webdav::ItemRecord item(context_.kind);
     int32_t status = STORE_NOT_FOUND;
-    if (!directory.empty() && platform::isPlainName(name))  // guests have no directory
+    if (!directory.empty() && platform::isPlainName(wanted.name))  // guests have no directory
         status = webdav::store().CV_CalGetCalItemFromMsg(item.get(), path.c_str(),
                                                          context_.folder.account.c_str());
-    if (status != STORE_OK) {
-        Log(webdav::kLogError, request.RequestTag(), "CV_CalGetCalItemFromMsg failed [%d] : [%s]",
-            status, path.c_str());
-        AnswerMissingItem(*this, multiget_.properties(), href);
+    if (status == STORE_OK) {
+        answers.addCopyOf(wanted.href, *item);
         return;
     }
-    AnswerItem(*this, multiget_.properties(), context_, *item, href);
+    Log(webdav::kLogError, request.RequestTag(), "CV_CalGetCalItemFromMsg failed [%d] : [%s]",
+        status, path.c_str());
+    answers.addMissing(wanted.href);
 }
 
 }  // namespace DAV

@@ -1,12 +1,11 @@
 // The multiget REPORT answers: the properties of the items that the client names by their hrefs.
 #pragma once
 
-#include <array>
-#include <functional>
+#include <optional>
 #include <string>
-#include <string_view>
-#include <unordered_map>
+#include <vector>
 
+#include "webdav/base/TextTable.h"
 #include "webdav/dav/ItemRows.h"
 #include "webdav/dav/MultigetRequest.h"
 #include "webdav/dav/PropFindResponse.h"
@@ -21,32 +20,34 @@ class MultigetResponse : public PropFindResponseBase {
 
     /// Lists the folder and evaluates every href. 0 on success, -1 when the store failed.
     virtual int32_t run();
-    virtual std::string getXML() { return writeMultistatus(false); }
+    virtual std::string getXML() { return takeMultistatus(); }
 
   protected:
-    /// Answers one href; the name is its last segment, extension included.
-    virtual void answer(const std::string& href, const std::string& name);
+    struct Wanted {
+        std::string href;     ///< as it is answered
+        std::string name;     ///< its last segment, extension included
+        std::string longUid;  ///< what follows the collection's URL; empty for an href elsewhere
+        std::string uid;      ///< the name without its extension
+    };
+
+    /// Answers one href.
+    virtual void answer(ItemAnswers& answers, const Wanted& wanted);
 
     const ItemContext context_;
     const MultigetRequest& multiget_;
 
   private:
-    struct TextHash {
-        using is_transparent = void;
-        size_t operator()(std::string_view text) const {
-            return std::hash<std::string_view>()(text);
-        }
-    };
-
     bool listItems();
-    void findWanted();
-    std::array<std::string, 2> possibleUids(const std::string& href, const std::string& uid) const;
-    const StoreItem* find(const std::string& href, const std::string& uid) const;
+    void readHrefs();
+    void findItems();
+    const StoreItem* find(const Wanted& wanted);
     void logUnknown(const std::string& uid) const;
 
     const std::string url_;
     webdav::ItemRecords records_;
-    std::unordered_map<std::string, const StoreItem*, TextHash, std::equal_to<>> wanted_;  // by UID
+    std::vector<Wanted> wanted_;
+    std::optional<webdav::TextTable> uids_;  // of all these
+    std::vector<const StoreItem*> items_;    // by their numbers; null for those that are not there
 };
 
 /// Also reads scheduling messages, which stand in files: in the inbox, and under the name "msg".
@@ -56,10 +57,10 @@ class CalMultigetResponse final : public MultigetResponse {
         : MultigetResponse(request, multiget, webdav::kCalendarKind) {}
 
   protected:
-    void answer(const std::string& href, const std::string& name) override;
+    void answer(ItemAnswers& answers, const Wanted& wanted) override;
 
   private:
-    void answerMessage(const std::string& href, const std::string& name);
+    void answerMessage(ItemAnswers& answers, const Wanted& wanted);
 };
 
 class TaskMultigetResponse final : public MultigetResponse {

@@ -1,6 +1,6 @@
 #include "webdav/dav/MultistatusWriter.h"
 
-#include <string>
+#include <algorithm>
 
 #include "webdav/dav/Namespaces.h"
 #include "webdav/frame/ISAPIRequest.h"
@@ -35,6 +35,26 @@ void MultistatusWriter::write(const ResponseRecord& response) {
     writeResponse(response, brief_);
 }
 
+void MultistatusWriter::write(std::string_view href, std::span<const TextProperty> properties) {
+    statuses_.clear();
+    for (const TextProperty& property : properties) {
+        const bool known = std::ranges::find(statuses_, property.status) != statuses_.end();
+        if (!known) statuses_.push_back(property.status);
+    }
+    document_.markup("<D:response>");
+    document_.element(kDav, "href", href);
+    for (const uint16_t status : statuses_) {
+        if (brief_ && status == 404) continue;
+        document_.markup("<D:propstat>");
+        document_.open(kDav, "prop");
+        for (const TextProperty& property : properties)
+            if (property.status == status)
+                document_.element(property.namespaceUri, property.name, property.text);
+        endPropStat(status);
+    }
+    document_.markup("</D:response>");
+}
+
 std::string MultistatusWriter::takeText() {
     document_.close();
     return document_.takeText();
@@ -52,11 +72,15 @@ void MultistatusWriter::writePropStat(const PropStatRecord& propstat) {
     document_.markup("<D:propstat>");
     document_.open(kDav, "prop");
     for (const PropertyRecord& property : propstat.properties) writeElement(property);
+    endPropStat(propstat.status);
+}
+
+void MultistatusWriter::endPropStat(uint16_t status) {
     document_.close();
-    if (propstat.status == 200) {
+    if (status == 200) {
         document_.markup("<D:status>HTTP/1.1 200 OK</D:status>");
     } else {
-        document_.element(kDav, "status", statusLine(propstat.status));
+        document_.element(kDav, "status", statusLine(status));
     }
     document_.markup("</D:propstat>");
 }

@@ -1,7 +1,11 @@
 // Writes response records as a DAV:multistatus document (RFC 4918 section 13).
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "webdav/dav/PropertyRecord.h"
 #include "webdav/xml/MarkupWriter.h"
@@ -14,15 +18,19 @@ class MultistatusWriter {
     explicit MultistatusWriter(bool brief);
 
     void write(const ResponseRecord& response);
+    /// The response of a resource that has no other properties than these.
+    void write(std::string_view href, std::span<const TextProperty> properties);
     /// Ends the document and hands its text over.
     std::string takeText();
 
   private:
     void writeResponse(const ResponseRecord& response, bool brief);
     void writePropStat(const PropStatRecord& propstat);
+    void endPropStat(uint16_t status);
     void writeElement(const ElementRecord& element);
 
     bool brief_;
+    std::vector<uint16_t> statuses_;  // of one response, in the order of their first use
     webdav::MarkupWriter document_;
 };
 

@@ -2,9 +2,6 @@
 
 #include <algorithm>
 
-#include "webdav/base/CStr.h"
-#include "webdav/dav/MultistatusWriter.h"
-
 namespace DAV {
 
 ResponseRecord& PropFindResponseBase::responseOf(std::string_view href) {
@@ -27,10 +24,26 @@ void PropFindResponseBase::addProperty(std::string_view href, uint16_t status,
     propstat->properties.push_back(std::move(property));
 }
 
-std::string PropFindResponseBase::writeMultistatus(bool brief) const {
-    MultistatusWriter writer(brief);
-    for (const ResponseRecord& response : results_) writer.write(response);
-    return writer.takeText();
+void PropFindResponseBase::addItem(std::string_view href, std::span<const TextProperty> properties,
+                                   bool hrefsAreDone) {
+    if (!hrefsAreDone) {
+        for (const TextProperty& each : properties)
+            addProperty(href, each.status, {each.namespaceUri, each.name, each.text, {}, {}, {}});
+        return;
+    }
+    writeResults();
+    if (!properties.empty()) writer_.write(href, properties);
+}
+
+std::string PropFindResponseBase::takeMultistatus() {
+    writeResults();
+    return writer_.takeText();
+}
+
+void PropFindResponseBase::writeResults() {
+    for (const ResponseRecord& response : results_) writer_.write(response);
+    results_.clear();
+    index_.clear();
 }
 
 }  // namespace DAV

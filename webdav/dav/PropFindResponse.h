@@ -6,10 +6,12 @@
 
 #include <cstdint>
 #include <deque>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
+#include "webdav/dav/MultistatusWriter.h"
 #include "webdav/dav/PropFindRequest.h"
 #include "webdav/dav/PropertyRecord.h"
 #include "webdav/frame/WebDAVRequest.h"
@@ -18,7 +20,8 @@ namespace DAV {
 
 class PropFindResponseBase {
   public:
-    PropFindResponseBase() = default;
+    /// Brief leaves the 404 propstats out.
+    explicit PropFindResponseBase(bool brief = false) : writer_(brief) {}
     virtual ~PropFindResponseBase() = default;
     PropFindResponseBase(const PropFindResponseBase&) = delete;
     PropFindResponseBase& operator=(const PropFindResponseBase&) = delete;
@@ -26,26 +29,32 @@ class PropFindResponseBase {
     /// Files a property under its href and status. Hrefs stand in the answer in the order of their
     /// first use, so do the statuses of an href; properties keep the order of the request.
     void addProperty(std::string_view href, uint16_t status, PropertyRecord property);
+    /// The same for all properties of an item. When its href and those before it are used no more
+    /// they need not be kept, and are written at once.
+    void addItem(std::string_view href, std::span<const TextProperty> properties,
+                 bool hrefsAreDone);
 
   protected:
-    /// The results as a multistatus document; brief leaves the 404 propstats out.
-    std::string writeMultistatus(bool brief) const;
+    /// The results as a multistatus document, once.
+    std::string takeMultistatus();
 
   private:
     ResponseRecord& responseOf(std::string_view href);
+    void writeResults();
 
     std::deque<ResponseRecord> results_;  // a deque: the index holds views of the hrefs
     std::unordered_map<std::string_view, size_t> index_;
+    MultistatusWriter writer_;
 };
 
 class PropFindResponse : public PropFindResponseBase {
   public:
     PropFindResponse(webdav::WebDAVRequest& request, PropFindRequest& propfind)
-        : request_(request), propfind_(propfind) {}
+        : PropFindResponseBase(propfind.brief()), request_(request), propfind_(propfind) {}
 
     /// Evaluates the request. 0 on success; anything else is answered 400.
     virtual int32_t execute() = 0;
-    virtual std::string getXML() { return writeMultistatus(propfind_.brief()); }
+    virtual std::string getXML() { return takeMultistatus(); }
     virtual PropFindRequest& getRequest() { return propfind_; }
 
   protected:

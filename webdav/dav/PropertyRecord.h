@@ -46,6 +46,14 @@ inline ElementRecord& ElementRecord::AddChild(std::string_view childNamespace,
         ElementRecord{childNamespace, childName, std::move(childText), {}, {}, {}});
 }
 
+/// A property of an item: nothing but text.
+struct TextProperty {
+    std::string_view namespaceUri;
+    std::string_view name;
+    uint16_t status = 0;
+    std::string text;
+};
+
 /// A property that a client asks for. Its namespace belongs to the request, which has it once
 /// however many properties are of it.
 struct PropertyName {

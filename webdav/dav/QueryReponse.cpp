@@ -25,12 +25,13 @@ int32_t QueryReponse::run() {
     if (!listed) return -1;
 
     // Clients query a collection under its URL with the closing slash; none is put in between.
-    const std::string collection = HrefOfUrl(url);
+    ItemHref href(HrefOfUrl(url), context_.kind);
+    ItemAnswers answers(*this, query_.properties(), context_,
+                        HaveUniqueUids({records.begin(), records.end()}));
     for (const StoreItem& item : records) {
-        const std::string href =
-            ItemHref(collection, item.uid == nullptr ? "" : item.uid, context_.kind);
-        Log(webdav::kLogDebug, tag, "Evaluating properties for: %s", href.c_str());
-        AnswerItem(*this, query_.properties(), context_, item, href);
+        const std::string& itsHref = href.of(item);
+        Log(webdav::kLogDebug, tag, "Evaluating properties for: %s", itsHref.c_str());
+        answers.addCopyOf(itsHref, item);
     }
     return 0;
 }

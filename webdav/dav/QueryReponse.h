@@ -13,7 +13,7 @@ class QueryReponse : public PropFindResponseBase {
   public:
     /// 0 on success, -1 when the store failed.
     virtual int32_t run();
-    virtual std::string getXML() { return writeMultistatus(false); }
+    virtual std::string getXML() { return takeMultistatus(); }
 
   protected:
     QueryReponse(webdav::WebDAVRequest& request, const QueryRequest& query,

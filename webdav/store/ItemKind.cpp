@@ -1,8 +1,5 @@
 #include "webdav/store/ItemKind.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "webdav/store/StoreOperations.h"
 
 namespace webdav {
@@ -140,17 +137,14 @@ int32_t setContactData(const StoreItem& item, const FolderAccess& folder, const 
                                                folder.folderPath.c_str(), text, length);
 }
 
-/// Appends a number, filled up with zeros, and what follows it. A listing has a stamp for each
-/// item: printf would be a third of its work.
-void appendPadded(std::string& out, uint16_t number, size_t width, char next) {
-    char digits[5] = {'0', '0', '0', '0', '0'};
-    size_t begin = std::size(digits);
-    for (unsigned rest = number; rest > 0; rest /= 10) {
-        digits[--begin] = static_cast<char>('0' + rest % 10);
-    }
-    begin = std::min(begin, std::size(digits) - width);
-    out.append(digits + begin, std::size(digits) - begin);
-    out += next;
+/// Writes a number, filled up with zeros, and what follows it; the result is where the next goes. A
+/// listing has a stamp for each item: printf would be a third of its work.
+char* writePadded(char* out, unsigned number, int width, char next) {
+    constexpr unsigned kBeyond[] = {1, 10, 100, 1000, 10000};
+    while (width < 5 && number >= kBeyond[width]) ++width;
+    for (int i = width; i-- > 0; number /= 10) out[i] = static_cast<char>('0' + number % 10);
+    out[width] = next;
+    return out + width + 1;
 }
 
 }  // namespace
@@ -233,16 +227,21 @@ const ItemKind* KindOfFolderType(std::string_view folderType) {
     return nullptr;
 }
 
+void AppendStamp(std::string& text, const StoreDateTime& time) {
+    char stamp[7 * 6];
+    char* end = writePadded(stamp, time.year, 4, '-');
+    end = writePadded(end, time.month, 2, '-');
+    end = writePadded(end, time.day, 2, 'T');
+    end = writePadded(end, time.hour, 2, ':');
+    end = writePadded(end, time.minute, 2, ':');
+    end = writePadded(end, time.second, 2, '.');
+    end = writePadded(end, time.milliseconds, 3, 'Z');
+    text.append(stamp, end);
+}
+
 std::string FormatStamp(const StoreDateTime& time) {
     std::string stamp;
-    stamp.reserve(24);
-    appendPadded(stamp, time.year, 4, '-');
-    appendPadded(stamp, time.month, 2, '-');
-    appendPadded(stamp, time.day, 2, 'T');
-    appendPadded(stamp, time.hour, 2, ':');
-    appendPadded(stamp, time.minute, 2, ':');
-    appendPadded(stamp, time.second, 2, '.');
-    appendPadded(stamp, time.milliseconds, 3, 'Z');
+    AppendStamp(stamp, time);
     return stamp;
 }
 

@@ -67,6 +67,7 @@ extern const ItemKind kContactKind;
 const ItemKind* KindOfFolderType(std::string_view folderType);
 
 /// "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ": entity tags and change stamps.
+void AppendStamp(std::string& text, const StoreDateTime& time);
 std::string FormatStamp(const StoreDateTime& time);
 
 /// The number or identifier of an item as log lines show it.

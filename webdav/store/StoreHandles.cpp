@@ -72,19 +72,17 @@ ItemRecords::~ItemRecords() {
 
 void ItemRecords::Renew(size_t count) {
     Release(0);
-    items_.clear();
-    items_.resize(count);
-    for (StoreItem& item : items_) kind_.operations.init(&item);
+    // The operation prepares a record whatever its memory held.
+    items_ = std::make_unique_for_overwrite<StoreItem[]>(count);
+    for (; count_ < count; ++count_) kind_.operations.init(&items_[count_]);
 }
 
 void ItemRecords::Shrink(size_t count) {
-    if (count >= items_.size()) return;
-    Release(count);
-    items_.resize(count);
+    if (count < count_) Release(count);
 }
 
 void ItemRecords::Release(size_t from) {
-    for (size_t index = from; index < items_.size(); ++index) kind_.operations.free(&items_[index]);
+    while (count_ > from) kind_.operations.free(&items_[--count_]);
 }
 
 }  // namespace webdav

@@ -4,10 +4,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "webdav/store/StoreOperations.h"
 
@@ -107,16 +107,17 @@ class ItemRecords {
     /// Keeps the first records only.
     void Shrink(size_t count);
 
-    StoreItem* data() { return items_.data(); }
-    size_t size() const { return items_.size(); }
-    const StoreItem* begin() const { return items_.data(); }
-    const StoreItem* end() const { return items_.data() + items_.size(); }
+    StoreItem* data() { return items_.get(); }
+    size_t size() const { return count_; }
+    const StoreItem* begin() const { return items_.get(); }
+    const StoreItem* end() const { return items_.get() + count_; }
 
   private:
     void Release(size_t from);
 
     const ItemKind& kind_;
-    std::vector<StoreItem> items_;
+    std::unique_ptr<StoreItem[]> items_;
+    size_t count_ = 0;
 };
 
 }  // namespace webdav

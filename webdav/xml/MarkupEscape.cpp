@@ -30,7 +30,8 @@ bool isPlain(const char* text) {
     unsigned char special = 0;
     for (size_t i = 0; i < kAtOnce; ++i) {
         const auto c = static_cast<unsigned char>(text[i]);
-        special = static_cast<unsigned char>(special | (c < ' ') | (c == '&') | ((c | 2) == '>'));
+        const bool control = (c < ' ') & (c != '\n') & (c != '\r') & (c != '\t');
+        special = static_cast<unsigned char>(special | control | (c == '&') | ((c | 2) == '>'));
     }
     return special == 0;
 }

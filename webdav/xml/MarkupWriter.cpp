@@ -63,9 +63,19 @@ void MarkupWriter::close() {
 
 bool MarkupWriter::element(std::string_view uri, std::string_view localName,
                            std::string_view text) {
-    if (!open(uri, localName)) return false;
-    content(text);
-    close();
+    const TagName* const tag = tagOf(uri, localName);
+    if (tag == nullptr) return false;
+    endStartTag();
+    if (text.empty()) {
+        const std::string_view start = tag->startTag();
+        text_ += start.substr(0, start.size() - 1);
+        text_ += "/>";
+    } else {
+        text_ += tag->startTag();
+        appendContent(text_, text);
+        text_ += tag->endTag();
+    }
+    if (text_.size() < kShortText) settle();
     return true;
 }
 

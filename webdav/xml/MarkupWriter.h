@@ -33,9 +33,12 @@ class MarkupWriter {
     void markup(std::string_view markup);
     /// Ends the innermost element.
     void close();
-    /// An element with nothing but text.
+    /// An element within the innermost open one, with nothing but text.
     bool element(std::string_view uri, std::string_view localName, std::string_view text = {});
 
+    /// The length of the text so far, and room for a longer one.
+    size_t size() const { return text_.size(); }
+    void reserve(size_t size) { text_.reserve(size); }
     /// Hands the text over, when all elements are closed.
     std::string takeText();
 
