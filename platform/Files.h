@@ -71,6 +71,11 @@ std::optional<std::string> readFile(std::string_view path, size_t maxBytes);
 /// and the last error is kErrorFileChanged.
 bool replaceFile(std::string_view path, std::string_view bytes, unsigned mode = 0640,
                  bool durable = false, const std::optional<FileStamp>& expected = {});
+/// Writes over a file of that very length where it stands, for a fraction of what replacing it
+/// costs: no new file, nothing that the system has to have on disk first. Whoever reads at the same
+/// moment may see the first bytes new and the others old. False, with the file as it was or half
+/// written, when there is no such file or it cannot be done.
+bool overwriteFile(std::string_view path, std::string_view bytes);
 
 /// A name beside that path which nothing has.
 std::string temporaryName(std::string_view path);

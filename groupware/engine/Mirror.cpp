@@ -20,8 +20,17 @@ std::unique_ptr<platform::FileLock> lockTree(const std::string& root) {
 }  // namespace
 
 void Mirror::refresh(int64_t account, const RootOf& rootOf) {
+    bring(account, rootOf, [&](const State& known) { return stands(known, rootOf); });
+}
+
+void Mirror::follow(int64_t account, const RootOf& rootOf) {
+    bring(account, rootOf, [](const State&) { return true; });
+}
+
+template <typename Stands>
+void Mirror::bring(int64_t account, const RootOf& rootOf, Stands isStanding) {
     StatePointer known = stateOf(account);
-    bool standing = known != nullptr && stands(*known, rootOf);
+    bool standing = known != nullptr && isStanding(*known);
     if (standing && known->version == database_.accountVersion(account)) return;
 
     const std::string root = rootOf();
@@ -30,7 +39,7 @@ void Mirror::refresh(int64_t account, const RootOf& rootOf) {
     const int64_t version = database_.accountVersion(account);
     if (const StatePointer now = stateOf(account); now != known) {
         known = now;
-        standing = known != nullptr && stands(*known, rootOf);
+        standing = known != nullptr && isStanding(*known);
     }
     if (standing && known->version == version) return;
     auto tree = bringUpToDate(account, standing ? known.get() : nullptr, root);
@@ -40,12 +49,6 @@ void Mirror::refresh(int64_t account, const RootOf& rootOf) {
     state->version = version;
     state->tree = std::move(*tree);
     keep(account, std::move(state));
-}
-
-void Mirror::follow(int64_t account, const RootOf& rootOf) {
-    const StatePointer known = stateOf(account);
-    if (known && known->version == database_.accountVersion(account)) return;
-    refresh(account, rootOf);
 }
 
 std::vector<std::string> Mirror::differences(int64_t account, const std::string& root) {
@@ -111,9 +114,10 @@ std::optional<Mirror::Tree> Mirror::bringUpToDate(int64_t account, const State* 
         const auto before = known ? known->tree.find(name) : Tree::const_iterator();
         const bool isNew = !known || before == known->tree.end();
         folderSetChanged = folderSetChanged || isNew;
-        if (isNew || before->second.stampMs != folder.stampMs ||
-            before->second.token != folder.token) {
-            good = ensureFolder(root + name, folder) && good;
+        const bool isOther = isNew || before->second.token != folder.token;
+        if (isOther || before->second.stampMs != folder.stampMs) {
+            const auto ensure = isOther ? ensureFolder : writeMarker;
+            good = ensure(root + name, folder) && good;
             const std::string marker = name + "\\" + markerName(folder.kind);
             tree[name] = {folder.stampMs, folder.token, marker, platform::fileStamp(root + marker)};
         } else {

@@ -58,6 +58,8 @@ class Mirror {
     };
     using StatePointer = std::shared_ptr<const State>;
 
+    template <typename Stands>
+    void bring(int64_t account, const RootOf& rootOf, Stands isStanding);
     StatePointer stateOf(int64_t account);
     void keep(int64_t account, StatePointer state);
     static bool stands(const State& state, const RootOf& rootOf);

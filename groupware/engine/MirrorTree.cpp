@@ -83,15 +83,6 @@ bool isMarked(const std::string& directory, const FolderRow& folder) {
            markerText(folder);
 }
 
-bool setMarker(const std::string& directory, const FolderRow& folder) {
-    const std::string path = markerPath(directory, folder);
-    if (platform::replaceFile(path, markerText(folder))) return true;
-    if (!platform::removeFile(path) && platform::fileExists(path)) {
-        throw DatabaseError("cannot write or remove " + platform::nativePath(path), false);
-    }
-    return false;
-}
-
 bool isThere(const std::string& directory, const FolderRow& /*folder*/) {
     return platform::directoryExists(directory);
 }
@@ -111,7 +102,7 @@ constexpr Aspect kAspects[] = {
     {"the class file tells another class", isClassed, setClass},
     {"others may read the class file", isPrivate, setPrivate},
     {"the class file tells another access token", hasToken, setToken},
-    {"the change marker tells another stamp", isMarked, setMarker},
+    {"the change marker tells another stamp", isMarked, writeMarker},
 };
 
 bool isGroupwareFolder(const std::string& directory) {
@@ -183,6 +174,16 @@ bool ensureFolder(const std::string& directory, const FolderRow& folder) {
         if (!aspect.holds(directory, folder)) good = aspect.make(directory, folder) && good;
     }
     return good;
+}
+
+bool writeMarker(const std::string& directory, const FolderRow& folder) {
+    const std::string path = markerPath(directory, folder);
+    const std::string text = markerText(folder);
+    if (platform::overwriteFile(path, text) || platform::replaceFile(path, text)) return true;
+    if (!platform::removeFile(path) && platform::fileExists(path)) {
+        throw DatabaseError("cannot write or remove " + platform::nativePath(path), false);
+    }
+    return false;
 }
 
 bool removeStrangers(const std::string& root, const std::set<std::string>& expected) {

@@ -15,11 +15,13 @@ namespace groupware {
 /// The account's own files beside its folders.
 bool ensureAccountFiles(const std::string& root);
 
-/// The folder's directory, its class and token, and its change marker with the folder's stamp. When
-/// the marker
-/// cannot be written it is removed instead, so that nobody takes an old stamp for the newest.
+/// The folder's directory, its class and token, and its change marker with the folder's stamp.
 /// False when something is not as it should be.
 bool ensureFolder(const std::string& directory, const FolderRow& folder);
+
+/// The change marker alone. When it cannot be written it is removed instead, so that nobody takes
+/// an old stamp for the newest, and false is returned.
+bool writeMarker(const std::string& directory, const FolderRow& folder);
 
 /// Removes directories of groupware folders other than the expected ones (lower-case names below
 /// the root, levels divided by backslashes). Directories of other classes stay.

@@ -85,7 +85,7 @@ std::string newIdentifier(ItemKind kind) {
 
 void mirrorAfterCommit(Engine& engine, int64_t account) {
     try {
-        engine.refreshMirror(account);
+        engine.followChanges(account);
     } catch (const std::exception& failure) {
         tellFailure(failure.what());
     }

@@ -109,6 +109,16 @@ bool replaceFile(std::string_view path, std::string_view bytes, unsigned mode, b
     return file.moveTo(target) && (!durable || syncDirectory(nativeParent(target)));
 }
 
+bool overwriteFile(std::string_view path, std::string_view bytes) {
+    const FoundPath found = findPath(path);
+    const auto& status = found.status;
+    // Under another name, too, the file would change: a copy that somebody keeps.
+    if (!found.exists || !S_ISREG(status.st_mode) || status.st_nlink != 1) return false;
+    if (static_cast<size_t>(status.st_size) != bytes.size()) return false;
+    const Descriptor file = openDescriptor(found.native, O_WRONLY);
+    return file.valid() && ::pwrite(file.get(), bytes.data(), bytes.size(), 0) == status.st_size;
+}
+
 std::unique_ptr<NewFile> NewFile::make(std::string_view path, unsigned mode) {
     auto file = std::make_unique<PosixNewFile>(findPath(path).native, mode);
     if (!file->made()) return nullptr;

@@ -153,6 +153,20 @@ TEST_F(Files, ReplacingKeepsLinksAndLeavesNothingBehind) {
     EXPECT_EQ(names(), (std::vector<std::string>{"dir", "link", "real"}));
 }
 
+TEST_F(Files, WritesOverAFileOfTheSameLengthOnly) {
+    ASSERT_TRUE(replaceFile(at("f"), "first"));
+    ASSERT_TRUE(replaceFile(at("kept"), "first"));
+    std::filesystem::create_hard_link(nativePath(at("kept")), nativePath(at("copy")));
+    ASSERT_TRUE(createDirectories(at("dir")));
+    EXPECT_TRUE(overwriteFile(at("F"), "other"));
+    EXPECT_EQ(readFile(at("f"), 10), "other");
+    for (const char* name : {"f", "kept", "dir", "none"}) {
+        EXPECT_FALSE(overwriteFile(at(name), name[0] == 'f' ? "longer" : "other")) << name;
+    }
+    EXPECT_EQ(readFile(at("f"), 10), "other");
+    EXPECT_EQ(readFile(at("copy"), 10), "first");
+}
+
 TEST_F(Files, AFailedReplacementLeavesTheOldFile) {
     ASSERT_TRUE(replaceFile(at("f"), "old"));
     const pid_t child = startProcess([&] {

@@ -96,7 +96,7 @@ bool WebDAVRequest::TakeBasicCredentials(Credentials& credentials) {
 
 int32_t WebDAVRequest::LogIn(Credentials& credentials) {
     const std::string& user = credentials.user;
-    const StoreAccount account = StoreAccount::ByAlias(user);
+    const StoreAccount& account = login_.emplace(StoreAccount::ByAlias(user));
     if (!account.valid()) return RefuseLogin(kNoMatch);
     account_.email = account.Email();
     account_.mailDirectory = account.MailDirectory();
@@ -114,6 +114,11 @@ int32_t WebDAVRequest::LogIn(Credentials& credentials) {
         return RefuseLogin(FormatText("WebDAV is not enabled for: %s", user.c_str()));
     Log(kLogInfo, RequestTag(), "Authenticate: %s successfully authenticated", user.c_str());
     return 0;
+}
+
+StoreAccount WebDAVRequest::AccountOf(const std::string& address) const {
+    if (login_ && EqualsNoCase(address, account_.email)) return login_->Lent();
+    return StoreAccount::ByAlias(address);
 }
 
 int32_t WebDAVRequest::RefuseMissingHeader() {

@@ -111,7 +111,7 @@ int32_t PathResolver::resolveHome(const PathKeyword& keyword, Segments rest) {
     const std::string owner = addressOf(rest);
     Log(kLogInfo, tag(), "ParseRequest: [%s] requested user [%s]'s %s", account_.c_str(),
         owner.c_str(), keyword.resourceKind);
-    const StoreAccount user = StoreAccount::ByAlias(owner);
+    const StoreAccount user = request_.AccountOf(owner);
     if (!user.valid()) {
         logUnknown(owner);
         return refuse(kInvalidPath);
@@ -128,7 +128,7 @@ int32_t PathResolver::resolveUser(const ItemKind& kind, Segments rest, SegmentFo
     target_.owner = addressOf(rest);
     Log(kLogDebug, tag(), "ParseRequest: [%s] requested user [%s]", account_.c_str(),
         target_.owner.c_str());
-    const StoreAccount user = StoreAccount::ByAlias(target_.owner);
+    const StoreAccount user = request_.AccountOf(target_.owner);
     if (!user.valid()) {
         logUnknown(target_.owner);
         request_.SendNotFound("Not Found");
@@ -200,7 +200,7 @@ PathResolver::Place PathResolver::placeOf(const StoreAccount& user, Segments nam
     // alone, which then is one of the user already named.
     if (refusal == nullptr && shared.size() > kUserSegments) {
         const std::string address = addressOf(shared);
-        const StoreAccount owner = StoreAccount::ByAlias(address);
+        const StoreAccount owner = request_.AccountOf(address);
         if (owner.valid()) {
             return {Place::Scope::kShared, address, owner.MailDirectory(),
                     shared.subspan(kUserSegments), refusal};

@@ -24,8 +24,13 @@ std::string requestLine(const std::string& method, ISAPIData& data) {
 
 }  // namespace
 
+bool WebDAVRequest::IsTraced() {
+    if (!traced_) traced_ = TracingEnabled();
+    return *traced_;
+}
+
 void WebDAVRequest::TraceRequest() {
-    if (!TracingEnabled()) return;
+    if (!IsTraced()) return;
     trace_.tag = RequestTag();
     trace_.remoteAddress = Data().GetServerVar("REMOTE_ADDR");
     const std::string head = requestLine(Method(), Data()) + Data().GetRawHeaders();
@@ -34,7 +39,7 @@ void WebDAVRequest::TraceRequest() {
 }
 
 void WebDAVRequest::TraceResponse(std::string_view body, bool invalidUtf8) {
-    if (!TracingEnabled()) return;
+    if (!IsTraced()) return;
     // A login is refused before the request's own turn.
     if (!trace_.begun) TraceRequest();
     const std::string head =

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "webdav/frame/ISAPIRequest.h"
 #include "webdav/log/RequestTrace.h"
 #include "webdav/store/ItemKind.h"
+#include "webdav/store/StoreHandles.h"
 
 namespace webdav {
 
@@ -51,6 +53,8 @@ class WebDAVRequest : public ISAPIRequest {
     std::string Method() const;
     std::string Url() { return Data().GetServerVar("URL"); }
 
+    /// The account of that address or alias, which may be the one that is logged in.
+    StoreAccount AccountOf(const std::string& address) const;
     /// The account's address, or "guest" when a token admitted the request.
     std::string AccountNameForAccess() const;
     /// The rights on the target folder, an OR of STORE_RIGHT_...
@@ -86,6 +90,7 @@ class WebDAVRequest : public ISAPIRequest {
     uint32_t CheckAccessToken();
     bool IsWebDAVEnabled(const StoreAccount& account);
 
+    bool IsTraced();
     void TraceRequest();
     void TraceResponse(std::string_view body, bool invalidUtf8);
 
@@ -102,6 +107,8 @@ class WebDAVRequest : public ISAPIRequest {
     RequestAccount account_;
     RequestTarget target_;
     TraceContext trace_;
+    std::optional<bool> traced_;         ///< asked for once
+    std::optional<StoreAccount> login_;  ///< whom the request acts for, once that is known
 };
 
 }  // namespace webdav

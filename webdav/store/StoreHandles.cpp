@@ -26,7 +26,7 @@ StoreAccount StoreAccount::ByAlias(const std::string& address) {
 }
 
 StoreAccount::~StoreAccount() {
-    if (valid()) store().CV_GetFree(handle_);
+    if (valid() && !lent_) store().CV_GetFree(handle_);
 }
 
 std::string StoreAccount::Email() const {

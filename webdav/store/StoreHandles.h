@@ -20,10 +20,13 @@ class StoreAccount {
     static StoreAccount ByAlias(const std::string& address);
 
     StoreAccount(StoreAccount&& other) noexcept
-        : handle_(std::exchange(other.handle_, STORE_NO_USER)) {}
+        : handle_(std::exchange(other.handle_, STORE_NO_USER)), lent_(other.lent_) {}
     StoreAccount& operator=(StoreAccount&&) = delete;
     StoreAccount(const StoreAccount&) = delete;
     ~StoreAccount();
+
+    /// The same account for somebody who is gone before this is.
+    StoreAccount Lent() const { return StoreAccount(handle_, true); }
 
     /// False when there is no such account; nothing else may be asked then.
     bool valid() const { return handle_ != STORE_NO_USER; }
@@ -34,9 +37,11 @@ class StoreAccount {
     std::string FullName() const;
 
   private:
-    explicit StoreAccount(StoreUserHandle handle) : handle_(handle) {}
+    explicit StoreAccount(StoreUserHandle handle, bool lent = false)
+        : handle_(handle), lent_(lent) {}
 
     StoreUserHandle handle_;
+    bool lent_;  ///< another one gives it back
 };
 
 /// A text handed out through an out-pointer, given back with CV_GWDeletePointer.
