@@ -27,7 +27,7 @@ int32_t QueryReponse::run() {
     // Clients query a collection under its URL with the closing slash; none is put in between.
     ItemHref href(HrefOfUrl(url), context_.kind);
     ItemAnswers answers(*this, query_.properties(), context_,
-                        HaveUniqueUids({records.begin(), records.end()}));
+                        HaveUniqueUids({records.begin(), records.size()}));
     for (const StoreItem& item : records) {
         const std::string& itsHref = href.of(item);
         Log(webdav::kLogDebug, tag, "Evaluating properties for: %s", itsHref.c_str());
