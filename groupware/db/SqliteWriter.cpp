@@ -137,16 +137,12 @@ ItemRow SqliteWriter::insertItem(FolderKey folder, const NewItem& item) {
 
 std::optional<ItemRow> SqliteWriter::updateItem(FolderKey folder, int64_t number,
                                                 const NewItem& item) {
-    const auto named = isNamed(folder, number, item);
-    if (!named) return std::nullopt;
+    if (!hasItem(folder, number)) return std::nullopt;
     const int64_t stamp = nextStamp(folder);
-    // A name that is set anew has its index written, though it be the same.
     database_
-        .statement(*named ? "UPDATE item SET modified=?4, first_start=?7, last_end=?8, exact=?9,"
-                            " text=?10 WHERE account=?1 AND folder=?2 AND item=?3"
-                          : "UPDATE item SET modified=?4, uid=?5, identifier=?6, first_start=?7,"
-                            " last_end=?8, exact=?9, text=?10"
-                            " WHERE account=?1 AND folder=?2 AND item=?3")
+        .statement(
+            "UPDATE item SET modified=?4, uid=?5, identifier=?6, first_start=?7, last_end=?8,"
+            " exact=?9, text=?10 WHERE account=?1 AND folder=?2 AND item=?3")
         .bind(folder.account, folder.folder, number, stamp, item.uid, item.identifier,
               item.span.firstStartMs, item.span.lastEndMs, item.span.exact, Bytes{item.text})
         .run();
@@ -206,14 +202,6 @@ int64_t SqliteWriter::nextStamp(FolderKey folder) {
     query.run();
     changedAccounts_.insert(folder.account);
     return stamp;
-}
-
-std::optional<bool> SqliteWriter::isNamed(FolderKey folder, int64_t number, const NewItem& item) {
-    auto query = database_.statement(
-        "SELECT uid=?4 AND identifier=?5 FROM item WHERE account=?1 AND folder=?2 AND item=?3");
-    query.bind(folder.account, folder.folder, number, item.uid, item.identifier);
-    if (!query.step()) return std::nullopt;
-    return query.flag(0);
 }
 
 bool SqliteWriter::hasItem(FolderKey folder, int64_t number) {

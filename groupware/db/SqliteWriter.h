@@ -45,8 +45,6 @@ class SqliteWriter : public WriteTransaction {
     /// The folder's next stamp, kept in the folder.
     int64_t nextStamp(FolderKey folder);
     bool hasItem(FolderKey folder, int64_t number);
-    /// Whether the item has that UID and identifier; nothing when there is no such item.
-    std::optional<bool> isNamed(FolderKey folder, int64_t number, const NewItem& item);
 
     SqliteWriting& writing_;
     SqliteConnection& database_;
