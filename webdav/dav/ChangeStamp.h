@@ -1,6 +1,6 @@
 // The change stamp of a folder: what clients poll as ctag, and the entity tag of a collection.
 //
-// What a marker says is remembered while the file is unchanged. Safe from every thread.
+// Safe from every thread.
 #pragma once
 
 #include <string>
