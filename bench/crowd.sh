@@ -16,8 +16,8 @@ echo "$password" | admin user add "$user" --password-stdin
     done
     printf 'END:VCALENDAR\r\n'
 } | admin import "$user" Calendar - >/dev/null
-start_server
+start_daemon server
 "$(dirname "${BASH_SOURCE[0]}")/crowd.py" \
     "$url/webdav/caldav/example.test/alice/b64=Q2FsZW5kYXI=/" "$user:$password" \
-    "$server_id" "$data/run/cvwebdavd.sock"
-stop_server
+    "$daemon" "$data/run/cvwebdavd.sock"
+stop_daemon "$daemon"

@@ -33,7 +33,7 @@ END
 
 admin init --domain example.test >/dev/null
 echo "$password" | admin user add "$user" --name "Alice Example" --password-stdin
-start_server
+start_daemon server
 
 export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/share XDG_CACHE_HOME=$work/cache
 export XDG_RUNTIME_DIR=$work/run GSETTINGS_BACKEND=memory
@@ -45,5 +45,5 @@ source_file contacts "Address Book" carddav /webdav/carddav/example.test/alice/b
 
 timeout 300 dbus-run-session -- /usr/bin/python3 "$(dirname "${BASH_SOURCE[0]}")/evolution.py" \
     "$url" "$user" "$password" 2>"$work/client.log" || fail "see above"
-stop_server
+stop_daemon "$daemon"
 echo "evolution: events, tasks and contacts kept in step, both ways"

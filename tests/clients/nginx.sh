@@ -15,7 +15,7 @@ trap end_all EXIT
 
 admin init --domain example.test >/dev/null
 echo "$password" | admin user add "$user" --password-stdin
-start_server --trusted-proxy 127.0.0.1 --access-log "$work/access.log"
+start_daemon server --trusted-proxy 127.0.0.1 --access-log "$work/access.log"
 
 openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 1 -subj /CN=localhost \
     -addext subjectAltName=DNS:localhost -keyout "$work/key.pem" -out "$work/cert.pem" 2>/dev/null

@@ -1,24 +1,25 @@
-# Sourced by the client tests: a data directory and a server of their own, gone in the end.
-# The first argument is the build directory, which holds bin and lib.
+# shellcheck shell=bash
+# Sourced by tests with real clients or failing disks: a data directory and servers of their own, gone
+# in the end. The first argument is the build directory, which holds bin and lib.
 
 build=$(cd "${1:?usage: $(basename "$0") BUILD-DIRECTORY}" && pwd)
 work=$(mktemp -d)
 data=$work/data
 user=alice@example.test
 password=secret
-server_id=
+running=()
+under=()  # the command that the next daemon runs under, if any
 
 cleanup() {
-    if [ -n "$server_id" ]; then
-        kill "$server_id" 2>/dev/null && wait "$server_id" || true
-    fi
+    for id in "${running[@]}"; do kill -9 "$id" 2>/dev/null || true; done
+    wait 2>/dev/null || true
     rm -rf "$work"
 }
 trap cleanup EXIT
 
 fail() {
     echo "FAILED: $*"
-    for file in "$work"/server.err "$work"/client.log; do
+    for file in "$work"/*.err "$work"/client.log; do
         [ ! -s "$file" ] || { echo "--- the end of $(basename "$file"):" && tail -n 30 "$file"; }
     done
     exit 1
@@ -31,25 +32,28 @@ admin() { "$build/bin/cvadmin" --data "$data" "$@"; }
 
 dav() { curl -sS --fail-with-body -u "$user:$password" "$@"; }
 
-# start_server OPTION...
-start_server() {
-    : >"$work/server.out"  # the loop below may read it before the server opens it
-    "$build/bin/cvwebdavd" --data "$data" --listen 127.0.0.1:0 "$@" \
-        >"$work/server.out" 2>"$work/server.err" &
-    server_id=$!
-    for _ in $(seq 100); do
-        url=$(sed -nE 's|.*(http://127\.0\.0\.1:[0-9]+).*|\1|p' "$work/server.out" | head -n 1)
+# start_daemon NAME [OPTION...]: its address is in $url, its process in $daemon.
+start_daemon() {
+    local name=$1
+    shift
+    : >"$work/$name.out"  # the loop below may read it before the daemon opens it
+    "${under[@]}" "$build/bin/cvwebdavd" --data "$data" --listen 127.0.0.1:0 "$@" \
+        >"$work/$name.out" 2>"$work/$name.err" &
+    daemon=$!
+    running+=("$daemon")
+    for _ in $(seq 200); do
+        url=$(sed -nE 's|.*(http://127\.0\.0\.1:[0-9]+).*|\1|p' "$work/$name.out" | head -n 1)
         [ -z "$url" ] || return 0
-        kill -0 "$server_id" 2>/dev/null || fail "cvwebdavd ended at once"
+        kill -0 "$daemon" 2>/dev/null || fail "$name ended at once"
         sleep 0.1
     done
-    fail "cvwebdavd does not serve"
+    fail "$name does not serve"
 }
 
-stop_server() {
+# stop_daemon ID
+stop_daemon() {
     local status=0
-    kill "$server_id"
-    wait "$server_id" || status=$?
-    server_id=
+    kill "$1"
+    wait "$1" || status=$?
     same "exit status of cvwebdavd" 0 "$status"
 }

@@ -90,7 +90,7 @@ admin init --domain example.test >/dev/null
 echo "$password" | admin user add "$user" --password-stdin
 for number in $(seq 101 200); do event "$number" "Event $number"; done |
     admin import "$user" Calendar - >/dev/null
-start_server
+start_daemon server
 home=$url/webdav/caldav/example.test/alice
 configure_client
 
@@ -137,7 +137,7 @@ same "local files that a synchronisation without changes wrote" 0 \
     "$(find "$local" -name '*.ics' -newer "$work/before-last" | wc -l)"
 check_both_sides "last synchronisation" 183
 
-stop_server
+stop_daemon "$daemon"
 same "writes in the log of a synchronisation without changes" 0 \
     "$(cat "$data"/Logs/*.log | sed '1,/User-Agent:marker-of-the-test/d' |
         grep -Ec 'Method:(PUT|DELETE)' || true)"

@@ -10,7 +10,8 @@ set -euo pipefail
 deaf() { trap '' XFSZ && exec "$@"; }
 
 make_data
-start_daemon daemon deaf
+under=(deaf)
+start_daemon daemon
 [ "$(put "$url" small before)" = 204 ] || fail "a PUT is refused while there is room"
 size=$(stat -c %s "$data/corvane.db-wal")
 prlimit --pid "$daemon" --fsize=$((size + 200000)):

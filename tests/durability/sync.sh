@@ -12,7 +12,8 @@ fi
 
 puts=12
 make_data
-start_daemon daemon strace -D -f -y -s 64 -o "$work/calls" -e trace=pwrite64,fdatasync,fsync,sendmsg
+under=(strace -D -f -y -s 64 -o "$work/calls" -e "trace=pwrite64,fdatasync,fsync,sendmsg")
+start_daemon daemon
 for i in $(seq "$puts"); do
     status=$(put "$url" "item-$((i % 4))" "text $i")
     [ "$status" = 204 ] || fail "a PUT is answered $status"
