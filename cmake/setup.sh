@@ -9,7 +9,7 @@ build_packages=(
     libarchive-dev libcli11-dev nlohmann-json3-dev tzdata
 )
 test_packages=(
-    libgtest-dev clang-format shellcheck vdirsyncer curl openssl strace nginx-light
+    libgtest-dev clang-format shellcheck vdirsyncer curl openssl strace zstd nginx-light
     evolution-data-server gir1.2-ecal-2.0 gir1.2-ebook-1.2 python3-gi dbus-daemon
     libbenchmark-dev clang libclang-rt-dev
 )
