@@ -7,6 +7,7 @@ build_packages=(
     g++ cmake ninja-build ccache pkg-config
     libboost-dev libssl-dev libsqlite3-dev libical-dev libsodium-dev libcurl4-openssl-dev
     libarchive-dev libcli11-dev nlohmann-json3-dev tzdata
+    file dpkg-dev # for the Debian package
 )
 test_packages=(
     libgtest-dev clang-format shellcheck vdirsyncer curl openssl strace zstd nginx-light

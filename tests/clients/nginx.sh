@@ -19,7 +19,9 @@ start_daemon server --trusted-proxy 127.0.0.1 --access-log "$work/access.log"
 
 openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 1 -subj /CN=localhost \
     -addext subjectAltName=DNS:localhost -keyout "$work/key.pem" -out "$work/cert.pem" 2>/dev/null
-port=$((20000 + $$ % 20000))
+# Below those that the system gives to connections, and not another test's.
+port=$((10000 + $$ % 20000))
+while (: <"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do port=$((port + 1)); done
 cat >"$work/nginx.conf" <<END
 daemon off;
 pid $work/nginx.pid;

@@ -35,6 +35,9 @@ package=$(echo "$work"/cvwebdav_*.deb)
 dpkg-deb -x "$package" "$root"
 dpkg-deb -e "$package" "$work/control"
 
+grep -q '^Depends: .*libsqlite3' "$work/control/control" ||
+    fail "the package does not tell which libraries it needs"
+
 for script in postinst prerm postrm; do
     sh -n "$work/control/$script" || fail "the script $script is no shell script"
 done
