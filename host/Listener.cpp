@@ -11,6 +11,7 @@
 #include <boost/asio/use_awaitable.hpp>
 
 #include "host/Log.h"
+#include "host/Network.h"
 
 namespace host {
 
@@ -21,14 +22,6 @@ using boost::system::error_code;
 namespace {
 
 constexpr std::chrono::milliseconds kAcceptPause{100};
-
-std::string addressText(asio::ip::address address) {
-    if (address.is_v4()) return address.to_string();
-    asio::ip::address_v6 v6 = address.to_v6();
-    if (v6.is_v4_mapped()) return asio::ip::make_address_v4(asio::ip::v4_mapped, v6).to_string();
-    v6.scope_id(0);
-    return v6.to_string();
-}
 
 }  // namespace
 

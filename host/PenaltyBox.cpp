@@ -36,13 +36,16 @@ Seconds pauseAfter(unsigned failures) {
     return std::prev(beyond)->pause;
 }
 
+std::optional<Network> networkOf(const PenaltyBox::Suspect& suspect) {
+    return Network::around(suspect.address, kV4NetworkBits, kV6NetworkBits);
+}
+
 }  // namespace
 
 /// Empty where the suspect does not say.
 struct PenaltyBox::Keys {
     explicit Keys(const Suspect& suspect) : login(suspect.login) {
-        const auto around = Network::around(suspect.address, kV4NetworkBits, kV6NetworkBits);
-        if (around) network = around->text();
+        if (const auto around = networkOf(suspect)) network = around->key();
         pair = network + " " + login;
     }
 
@@ -116,8 +119,9 @@ void PenaltyBox::failed(const Suspect& suspect, Time now) {
     Pair& pair = pairs_.at(keys.pair);
     pair.hasLoggedIn = false;
     ++pair.failures;
-    addFailure(networks_, keys.network, "client " + suspect.address + ", network " + keys.network,
-               now);
+    const auto network = networkOf(suspect);
+    addFailure(networks_, keys.network,
+               "client " + suspect.address + ", network " + (network ? network->text() : ""), now);
     addFailure(logins_, keys.login,
                "client " + suspect.address + ", login \"" + escaped(keys.login) + "\"", now);
 }
