@@ -1,7 +1,7 @@
 // A line for each request in a file, in the form that log analysers know (Combined) or as JSON.
 //
-// Event loop only. Queries are left out, since they may carry credentials; what a client sent is
-// escaped. A line that cannot be written is lost, which is told once.
+// Guarded by who has it (RequestWatch). Queries are left out, since they may carry credentials;
+// what a client sent is escaped. A line that cannot be written is lost, which is told once.
 #pragma once
 
 #include <memory>

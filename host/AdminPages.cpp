@@ -55,11 +55,14 @@ size_t AdminPages::unsentMails() const {
 }
 
 awaitable<HostAnswer> AdminPages::metrics() {
-    co_return makeDocument(kMetricsText, {}, services_.watch.metrics.text(now()));
+    const LiveNumbers live = now();
+    const std::lock_guard lock(services_.watch.mutex);
+    co_return makeDocument(kMetricsText, {}, services_.watch.metrics.text(live));
 }
 
 awaitable<HostAnswer> AdminPages::status() {
     const LiveNumbers live = now();
+    const std::lock_guard lock(services_.watch.mutex);
     const Metrics& metrics = services_.watch.metrics;
     nlohmann::ordered_json status = {
         {"version", CVWEBDAV_VERSION},

@@ -1,7 +1,7 @@
 // One request and its answer as the server accounts for them: who really asks, what failed logins
 // cost, how much memory it takes, what became of it.
 //
-// Owned by a session and used on the event loop; the session does the reading and writing.
+// Part of a transaction, which knows the texts themselves.
 #pragma once
 
 #include <chrono>

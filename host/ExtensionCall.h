@@ -1,8 +1,8 @@
 // One request on its way through the extension: the control block and the answer it collects.
 //
-// Made by the session on the event loop, run once on a worker thread, read by the session again
-// after that; the request must outlive it. Nothing is sent here: the answer is kept in memory, so
-// that a worker never waits for a client.
+// Made and run once on a worker thread, read by whoever sends the answer after that; the request
+// must outlive it. Nothing is sent here: the answer is kept in memory, so that a worker never waits
+// for a client.
 #pragma once
 
 #include <string>

@@ -5,8 +5,6 @@
 #include <chrono>
 #include <memory>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -17,24 +15,17 @@
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
 #include <boost/beast/ssl/ssl_stream.hpp>
 #include <openssl/ssl.h>
 
-#include "host/Exchange.h"
-#include "host/ExtensionCall.h"
 #include "host/HostAnswer.h"
-#include "host/RequestBody.h"
-#include "host/Routes.h"
 #include "host/RunOnPool.h"
-#include "host/SetupPage.h"
 
 namespace host {
 namespace {
 
 namespace asio = boost::asio;
 namespace beast = boost::beast;
-namespace http = beast::http;
 using asio::awaitable;
 using asio::redirect_error;
 using asio::use_awaitable;
@@ -43,29 +34,17 @@ using beast::error_code;
 using Clock = std::chrono::steady_clock;
 using PlainStream = beast::tcp_stream;
 using TlsStream = beast::ssl_stream<beast::tcp_stream>;
+using Buffers = std::array<asio::const_buffer, 2>;
 
-constexpr size_t kHeadPiece = 4 * 1024;
-constexpr size_t kBodyPiece = 64 * 1024;
-constexpr std::string_view kLineEnd = "\r\n";
-constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
+constexpr size_t kPiece = 4 * 1024;
 
 /// What the reading of a head came to: a status to refuse the request with, 0 to go on, or nothing
 /// when there is no one left to answer.
 using ReadResult = std::optional<unsigned>;
 
-/// The status that a parser's error is refused with; 0 when it is none of the client's text.
-unsigned refusalOf(error_code error) {
-    if (error == http::error::body_limit) return 413;
-    const bool malformed =
-        error.category() == http::make_error_code(http::error::need_more).category() &&
-        error != http::error::partial_message && error != http::error::end_of_stream;
-    return malformed ? 400 : 0;
-}
-
 /// What the extension is told of a connection that failed: 0 when the client closed it.
 uint32_t systemErrorOf(error_code error) {
-    if (error == http::error::partial_message || error == asio::ssl::error::stream_truncated)
-        return 0;
+    if (error == asio::error::eof || error == asio::ssl::error::stream_truncated) return 0;
     if (error == beast::error::timeout) error = asio::error::timed_out;
     if (error.category() != boost::system::system_category())
         error = asio::error::connection_aborted;
@@ -77,14 +56,12 @@ class HttpSession final : public Connection,
                           public std::enable_shared_from_this<HttpSession<Stream>> {
   public:
     template <typename... StreamArguments>
-    HttpSession(SessionServices& services, ConnectionInfo connection,
+    HttpSession(SessionServices& services, std::unique_ptr<Transaction> transaction,
                 StreamArguments&&... arguments)
         : services_(services),
           limits_(services.limits),
-          exchange_(std::move(connection), services),
-          request_(exchange_.request()),
-          stream_(std::forward<StreamArguments>(arguments)...),
-          buffer_(limits_.maxHead + kBodyPiece) {
+          transaction_(std::move(transaction)),
+          stream_(std::forward<StreamArguments>(arguments)...) {
         // What cannot be done at once is waited for, never blocked on; told once.
         error_code ignored;
         socket().socket().non_blocking(true, ignored);
@@ -113,169 +90,79 @@ class HttpSession final : public Connection,
 
     beast::tcp_stream& socket() { return beast::get_lowest_layer(stream_); }
 
-    std::string_view received() const {
-        return {static_cast<const char*>(buffer_.cdata().data()), buffer_.size()};
-    }
-
     /// The time by which the next piece must have come or gone.
     void expectPieceBefore(Clock::time_point end) {
         socket().expires_at(std::min(Clock::now() + limits_.pieceTime, end));
     }
 
     awaitable<void> serve();
-    awaitable<void> answer();
-    HostAnswer ownAnswer(const Route& route) const;
     awaitable<ReadResult> readHead();
-    bool skipEmptyLine();
-    unsigned acceptHead(size_t length);
-    awaitable<void> serveExtension();
+    awaitable<void> answer();
     awaitable<bool> admitLogin();
     awaitable<unsigned> readBody();
-    awaitable<void> sendHostAnswer(HostAnswer answer);
-    awaitable<bool> send(std::string_view head, std::string_view body);
-    template <typename Buffers>
-    size_t sendAtOnce(const Buffers& rest, error_code& error);
+    awaitable<void> send();
+    size_t sendAtOnce(const Buffers& unsent, error_code& error);
     bool hasReadAll();
     awaitable<void> finish();
 
     SessionServices& services_;
     const Limits& limits_;
-    Exchange exchange_;
-    Request& request_;
+    std::unique_ptr<Transaction> transaction_;
     Stream stream_;
-    beast::flat_buffer buffer_;
-    std::optional<http::request_parser<RequestBody>> parser_;
-    std::optional<ExtensionCall> call_;
 };
 
 template <typename Stream>
 awaitable<void> HttpSession<Stream>::serve() {
-    const ReadResult refusal = co_await readHead();
+    if (!transaction_->isAnswered()) {
+        const ReadResult refusal = co_await readHead();
+        services_.connections.endWait(*this);
+        if (!refusal) co_return;
+        if (*refusal == 0) {
+            co_await answer();
+        } else {
+            transaction_->refuse(*refusal);
+        }
+    }
     services_.connections.endWait(*this);
-    if (!refusal) co_return;
-    if (*refusal == 0) {
-        co_await answer();
-    } else {
-        co_await sendHostAnswer(makeHostAnswer(*refusal));
-    }
-    exchange_.isOver();
-    call_.reset();
-}
-
-template <typename Stream>
-awaitable<void> HttpSession<Stream>::answer() {
-    const Route route = routeOf(request_.head.method(), request_.target.path);
-    if (route.kind == Route::Kind::kExtension) {
-        co_await serveExtension();
-    } else {
-        co_await sendHostAnswer(ownAnswer(route));
-    }
-}
-
-template <typename Stream>
-HostAnswer HttpSession<Stream>::ownAnswer(const Route& route) const {
-    switch (route.kind) {
-        case Route::Kind::kRedirect:
-            return makeHostAnswer(308, route.location);
-        case Route::Kind::kSetup:
-            return setupAnswer(request_);
-        case Route::Kind::kNothing:
-            return makeHostAnswer(200);
-        default:
-            return makeHostAnswer(404);
-    }
+    co_await send();
+    transaction_->isOver();
 }
 
 template <typename Stream>
 awaitable<ReadResult> HttpSession<Stream>::readHead() {
-    HeadScanner scanner(limits_);
-    bool lineBegan = false;
     socket().expires_after(limits_.headTime);
     for (;;) {
+        if (const ReadResult result = transaction_->readHead()) co_return result;
         error_code error;
-        const size_t count = co_await stream_.async_read_some(buffer_.prepare(kHeadPiece),
+        const size_t count = co_await stream_.async_read_some(transaction_->room(kPiece),
                                                               redirect_error(use_awaitable, error));
         if (error) co_return std::nullopt;
-        buffer_.commit(count);
-        if (!lineBegan) lineBegan = skipEmptyLine();
-        if (!lineBegan) continue;
-        const HeadScanner::Result result = scanner.scan(received());
-        if (result.refusal != 0) co_return result.refusal;
-        if (result.length != 0) co_return acceptHead(result.length);
+        transaction_->came(count);
     }
 }
 
-/// Some clients end what they sent before with one line end too many (RFC 9112, 2.2). False when it
-/// is not known yet whether there is one.
 template <typename Stream>
-bool HttpSession<Stream>::skipEmptyLine() {
-    if (kLineEnd.starts_with(received()) && received() != kLineEnd) return false;
-    if (received().starts_with(kLineEnd)) buffer_.consume(kLineEnd.size());
-    return true;
-}
-
-/// Takes the head apart, and has the body's parser agree on it.
-template <typename Stream>
-unsigned HttpSession<Stream>::acceptHead(size_t length) {
-    if (const unsigned refusal = request_.head.parse(std::string(received().substr(0, length)))) {
-        return refusal;
-    }
-    std::optional<RequestTarget> target =
-        parseRequestTarget(request_.head.target(), request_.head.method());
-    if (!target) return 400;
-    if (target->path.size() > limits_.maxPath) return 414;
-    request_.target = std::move(*target);
-    exchange_.headIsWhole();
-
-    parser_.emplace();
-    parser_->header_limit(static_cast<uint32_t>(length + 1));
-    parser_->body_limit(limits_.maxBody);
-    while (!parser_->is_header_done()) {
-        error_code error;
-        buffer_.consume(parser_->put(buffer_.data(), error));
-        if (!error) continue;
-        const unsigned refusal = refusalOf(error);
-        return refusal != 0 ? refusal : 400;
-    }
-    return 0;
-}
-
-template <typename Stream>
-awaitable<void> HttpSession<Stream>::serveExtension() {
-    if (!exchange_.hasRoom()) {
-        co_await sendHostAnswer(makeHostAnswer(503));
-        co_return;
-    }
+awaitable<void> HttpSession<Stream>::answer() {
+    if (!transaction_->isForExtension()) co_return transaction_->answerItself();
+    if (!transaction_->hasRoom()) co_return transaction_->refuse(503);
     const bool admitted = co_await admitLogin();
     if (!admitted) co_return;
     const unsigned refusal = co_await readBody();
-    if (refusal != 0) {
-        co_await sendHostAnswer(makeHostAnswer(refusal));
-        co_return;
-    }
-    exchange_.isWhole();
-    call_.emplace(request_);
+    if (refusal != 0) co_return transaction_->refuse(refusal);
     WorkerPool::Job job = [self = this->shared_from_this()] {
-        self->call_->run(self->services_.module);
+        self->transaction_->callExtension();
     };
     const bool accepted = co_await runOnPool(services_.pool, std::move(job));
-    if (!accepted) {
-        co_await sendHostAnswer(makeHostAnswer(503));
-        co_return;
-    }
-    // A client may take its time over the answer; the request need not stay for that.
-    request_.body = std::string();
-    exchange_.extensionAnswers(call_->answerHead(), call_->answerBody());
-    co_await send(call_->answerHead(), call_->answerBody());
+    if (!accepted) transaction_->refuse(503);
 }
 
 /// Lets those wait whose logins fail, or refuses them; false then.
 template <typename Stream>
 awaitable<bool> HttpSession<Stream>::admitLogin() {
     for (;;) {
-        const PenaltyBox::Verdict verdict = exchange_.judgeLogin();
+        const PenaltyBox::Verdict verdict = transaction_->judgeLogin();
         if (verdict.refused) {
-            co_await sendHostAnswer(makePenaltyAnswer(verdict.wait));
+            transaction_->answerWith(makePenaltyAnswer(verdict.wait));
             co_return false;
         }
         if (verdict.wait.count() > 0) {
@@ -291,76 +178,60 @@ awaitable<bool> HttpSession<Stream>::admitLogin() {
 /// judge, with what came of it.
 template <typename Stream>
 awaitable<unsigned> HttpSession<Stream>::readBody() {
-    if (parser_->is_done()) co_return 0;
     const Clock::time_point end = Clock::now() + limits_.transferTime;
-    if (request_.head.expectsContinue() && buffer_.size() == 0) co_await send(kContinue, {});
-    parser_->eager(true);
-    // Left to itself the buffer asks the socket for 512 bytes at a time.
-    const uint64_t remaining = parser_->content_length_remaining().value_or(kBodyPiece);
-    buffer_.reserve(static_cast<size_t>(std::min<uint64_t>(remaining, kBodyPiece)));
-    while (!parser_->is_done()) {
+    transaction_->welcomeBody();
+    co_await send();
+    for (;;) {
+        if (const unsigned refusal = transaction_->readBody()) co_return refusal;
+        if (transaction_->bodyIsWhole()) co_return 0;
+        const asio::mutable_buffer room = transaction_->roomForBody();
+        if (room.size() == 0) co_return 400;
         error_code error;
         expectPieceBefore(end);
-        co_await http::async_read_some(stream_, buffer_, *parser_,
-                                       redirect_error(use_awaitable, error));
-        if (const unsigned refusal = refusalOf(error)) co_return refusal;
-        if (!exchange_.holdBody(parser_->get().body().size())) co_return 503;
+        const size_t count =
+            co_await stream_.async_read_some(room, redirect_error(use_awaitable, error));
         if (error) {
-            request_.cutShort = systemErrorOf(error);
-            break;
+            transaction_->bodyIsCutShort(systemErrorOf(error));
+            co_return 0;
         }
+        transaction_->came(count);
     }
-    request_.body = std::move(parser_->get().body());
-    co_return 0;
 }
 
 template <typename Stream>
-awaitable<void> HttpSession<Stream>::sendHostAnswer(HostAnswer answer) {
-    if (request_.head.method() == "HEAD") answer.body.clear();
-    exchange_.answers(answer.head);
-    co_await send(answer.head, answer.body);
-}
-
-template <typename Stream>
-awaitable<bool> HttpSession<Stream>::send(std::string_view head, std::string_view body) {
-    const std::array<asio::const_buffer, 2> parts{asio::buffer(head), asio::buffer(body)};
-    beast::buffers_suffix<std::array<asio::const_buffer, 2>> rest(parts);
+awaitable<void> HttpSession<Stream>::send() {
     const Clock::time_point end = Clock::now() + limits_.transferTime;
-    while (beast::buffer_bytes(rest) > 0) {
+    for (;;) {
+        const auto& [first, second] = transaction_->unsent();
+        if (first.empty()) co_return;
+        const Buffers unsent{asio::buffer(first), asio::buffer(second)};
         error_code error;
-        size_t count = sendAtOnce(rest, error);
+        size_t count = sendAtOnce(unsent, error);
         if (error == asio::error::would_block) {
             expectPieceBefore(end);
-            count = co_await stream_.async_write_some(rest, redirect_error(use_awaitable, error));
+            count = co_await stream_.async_write_some(unsent, redirect_error(use_awaitable, error));
         }
-        if (error) co_return false;
-        exchange_.sent(count);
-        rest.consume(count);
+        if (error) co_return;
+        transaction_->sent(count);
     }
-    co_return true;
 }
 
 /// What the system takes now, without a timer or a turn of the loop: mostly the whole answer.
 template <typename Stream>
-template <typename Buffers>
-size_t HttpSession<Stream>::sendAtOnce(const Buffers& rest, error_code& error) {
+size_t HttpSession<Stream>::sendAtOnce(const Buffers& unsent, error_code& error) {
     if constexpr (kTls) {
         error = asio::error::would_block;
         return 0;
     } else {
-        return socket().socket().write_some(rest, error);
+        return socket().socket().write_some(unsent, error);
     }
 }
 
 /// Whether nothing of the client's is left unread, nor likely to come.
 template <typename Stream>
 bool HttpSession<Stream>::hasReadAll() {
-    if (!parser_ || !parser_->is_header_done()) return false;
-    const uint64_t toCome =
-        parser_->is_done() ? 0 : parser_->content_length_remaining().value_or(UINT64_MAX);
-    if (buffer_.size() != toCome) return false;
     error_code error;
-    return socket().socket().available(error) == 0 && !error;
+    return transaction_->hasReadAll() && socket().socket().available(error) == 0 && !error;
 }
 
 /// Closes so that the client sees all of the answer: bytes of it that still come in would make the
@@ -377,9 +248,9 @@ awaitable<void> HttpSession<Stream>::finish() {
     }
     if (!atOnce) {
         socket().socket().shutdown(tcp::socket::shutdown_send, error);
-        buffer_.clear();
+        transaction_->dropUnread();
         while (!error) {
-            co_await socket().async_read_some(buffer_.prepare(kHeadPiece),
+            co_await socket().async_read_some(transaction_->room(kPiece),
                                               redirect_error(use_awaitable, error));
         }
     }
@@ -387,9 +258,10 @@ awaitable<void> HttpSession<Stream>::finish() {
 }
 
 template <typename Stream, typename... StreamArguments>
-void start(SessionServices& services, ConnectionInfo connection, StreamArguments&&... arguments) {
+void start(SessionServices& services, std::unique_ptr<Transaction> transaction,
+           StreamArguments&&... arguments) {
     auto session = std::make_shared<HttpSession<Stream>>(
-        services, std::move(connection), std::forward<StreamArguments>(arguments)...);
+        services, std::move(transaction), std::forward<StreamArguments>(arguments)...);
     const auto executor = session->executor();
     asio::co_spawn(
         executor, [session = std::move(session)] { return session->run(); }, asio::detached);
@@ -397,13 +269,15 @@ void start(SessionServices& services, ConnectionInfo connection, StreamArguments
 
 }  // namespace
 
-void startSession(tcp::socket socket, ConnectionInfo connection, SessionServices& services) {
-    start<PlainStream>(services, std::move(connection), std::move(socket));
+void startSession(tcp::socket socket, std::unique_ptr<Transaction> transaction,
+                  SessionServices& services) {
+    start<PlainStream>(services, std::move(transaction), std::move(socket));
 }
 
 void startTlsSession(tcp::socket socket, ConnectionInfo connection, asio::ssl::context& tls,
                      SessionServices& services) {
-    start<TlsStream>(services, std::move(connection), std::move(socket), tls);
+    start<TlsStream>(services, std::make_unique<Transaction>(std::move(connection), services),
+                     std::move(socket), tls);
 }
 
 }  // namespace host

@@ -11,6 +11,7 @@
 #include <boost/asio/use_awaitable.hpp>
 
 #include "host/Log.h"
+#include "host/Network.h"
 
 namespace host {
 
@@ -21,14 +22,6 @@ using boost::system::error_code;
 namespace {
 
 constexpr std::chrono::milliseconds kAcceptPause{100};
-
-std::string addressText(asio::ip::address address) {
-    if (address.is_v4()) return address.to_string();
-    asio::ip::address_v6 v6 = address.to_v6();
-    if (v6.is_v4_mapped()) return asio::ip::make_address_v4(asio::ip::v4_mapped, v6).to_string();
-    v6.scope_id(0);
-    return v6.to_string();
-}
 
 }  // namespace
 
@@ -63,6 +56,11 @@ void Listener::close() {
     acceptor_.close(ignored);
 }
 
+int Listener::release() {
+    error_code error;
+    return acceptor_.release(error);
+}
+
 std::string Listener::url() const {
     const std::string address = local_.address().to_string();
     return std::string(secure_ ? "https://" : "http://") +
@@ -81,9 +79,7 @@ asio::awaitable<void> Listener::accept() {
         if (!acceptor_.is_open()) co_return;
         if (!error) {
             failing = false;
-            if (auto connection = describe(socket, remote)) {
-                handler_(std::move(socket), std::move(*connection));
-            }
+            handOver(std::move(socket), remote);
             continue;
         }
         if (error == asio::error::connection_aborted) continue;
@@ -95,16 +91,19 @@ asio::awaitable<void> Listener::accept() {
     }
 }
 
-std::optional<ConnectionInfo> Listener::describe(const tcp::socket& socket,
-                                                 const tcp::endpoint& remote) const {
+void Listener::handOver(tcp::socket socket, const tcp::endpoint& remote) {
     tcp::endpoint local = local_;
     if (local.address().is_unspecified()) {
         error_code error;
         local = socket.local_endpoint(error);
-        if (error) return std::nullopt;
+        if (error) return;
     }
+    handler_(std::move(socket), describe(remote, local, secure_));
+}
+
+ConnectionInfo describe(const tcp::endpoint& remote, const tcp::endpoint& local, bool secure) {
     return ConnectionInfo{addressText(remote.address()), remote.port(),
-                          addressText(local.address()), local.port(), secure_};
+                          addressText(local.address()), local.port(), secure};
 }
 
 }  // namespace host

@@ -1,10 +1,12 @@
 // How much memory the bodies of requests and answers take, all connections together.
 //
-// Event loop only. Each exchange has a share; what would go beyond the limit is to be refused by
-// the one who asks, small bodies excepted: those the number of connections bounds. Bodies get half
-// of it, so that people who send slowly, and need no password for that, leave room for the others.
+// Safe from every thread. Each exchange has a share; what would go beyond the limit is to be
+// refused by the one who asks, small bodies excepted: those the number of connections bounds.
+// Bodies get half of it, so that people who send slowly, and need no password for that, leave room
+// for the others.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 
 namespace host {
@@ -37,7 +39,7 @@ class MemoryBudget {
 
   private:
     const size_t limit_;
-    size_t held_ = 0;
+    std::atomic<size_t> held_ = 0;
 };
 
 }  // namespace host

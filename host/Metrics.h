@@ -1,6 +1,7 @@
 // Numbers for monitoring, in the text form that Prometheus reads.
 //
-// Event loop only. What a client sends never becomes a name here, so their number is bounded.
+// Guarded by who has it (RequestWatch). What a client sends never becomes a name here, so their
+// number is bounded.
 #pragma once
 
 #include <array>

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <charconv>
 
-#include <boost/asio/ip/address.hpp>
-
 namespace host {
 namespace {
 
@@ -23,12 +21,27 @@ std::optional<ip::address_v6> readAddress(std::string_view text) {
     return address.is_v4() ? ip::make_address_v6(ip::v4_mapped, address.to_v4()) : address.to_v6();
 }
 
-std::string shown(const ip::address_v6& address) {
-    return address.is_v4_mapped() ? ip::make_address_v4(ip::v4_mapped, address).to_string()
-                                  : address.to_string();
+/// Most addresses are such, and the system's way to write them is a long one.
+std::string v4Text(const ip::address_v4& address) {
+    std::string text;
+    for (const unsigned char byte : address.to_bytes()) {
+        if (!text.empty()) text += '.';
+        std::array<char, 3> digits;
+        const auto end = std::to_chars(digits.begin(), digits.end(), unsigned{byte}).ptr;
+        text.append(digits.data(), end);
+    }
+    return text;
 }
 
 }  // namespace
+
+std::string addressText(const ip::address& address) {
+    if (address.is_v4()) return v4Text(address.to_v4());
+    ip::address_v6 v6 = address.to_v6();
+    if (v6.is_v4_mapped()) return v4Text(ip::make_address_v4(ip::v4_mapped, v6));
+    v6.scope_id(0);
+    return v6.to_string();
+}
 
 Network::Network(const Bytes& address, unsigned bits)
     : first_(masked(address, bits)), bits_(bits) {}
@@ -73,7 +86,13 @@ bool Network::contains(std::string_view address) const {
 std::string Network::text() const {
     const ip::address_v6 address(first_);
     const unsigned bits = address.is_v4_mapped() && bits_ >= kV4Offset ? bits_ - kV4Offset : bits_;
-    return shown(address) + "/" + std::to_string(bits);
+    return addressText(address) + "/" + std::to_string(bits);
+}
+
+std::string Network::key() const {
+    std::string key(first_.begin(), first_.end());
+    key += static_cast<char>(bits_);
+    return key;
 }
 
 bool isLoopback(std::string_view address) {
@@ -89,7 +108,7 @@ std::optional<std::string> plainAddress(std::string_view text) {
     }
     const std::optional<ip::address_v6> address = readAddress(text);
     if (!address) return std::nullopt;
-    return shown(*address);
+    return addressText(*address);
 }
 
 }  // namespace host

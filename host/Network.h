@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include <boost/asio/ip/address.hpp>
+
 namespace host {
 
 class Network {
@@ -23,6 +25,8 @@ class Network {
     /// False as well for a text that is no address.
     bool contains(std::string_view address) const;
     std::string text() const;
+    /// Another for each block, and shorter to make than its text; no text itself.
+    std::string key() const;
 
   private:
     /// In the form of IPv6; the bits count from its start.
@@ -36,8 +40,10 @@ class Network {
     unsigned bits_;
 };
 
-/// An address as it is shown and compared everywhere, without brackets, zone or IPv6 around IPv4;
-/// nothing when the text is none.
+/// An address as it is shown and compared everywhere, without zone or IPv6 around IPv4.
+std::string addressText(const boost::asio::ip::address& address);
+
+/// The same of a text, which may have brackets; nothing when it is no address.
 std::optional<std::string> plainAddress(std::string_view text);
 
 /// True for an address that no other machine can reach.

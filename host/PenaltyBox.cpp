@@ -36,13 +36,16 @@ Seconds pauseAfter(unsigned failures) {
     return std::prev(beyond)->pause;
 }
 
+std::optional<Network> networkOf(const PenaltyBox::Suspect& suspect) {
+    return Network::around(suspect.address, kV4NetworkBits, kV6NetworkBits);
+}
+
 }  // namespace
 
 /// Empty where the suspect does not say.
 struct PenaltyBox::Keys {
     explicit Keys(const Suspect& suspect) : login(suspect.login) {
-        const auto around = Network::around(suspect.address, kV4NetworkBits, kV6NetworkBits);
-        if (around) network = around->text();
+        if (const auto around = networkOf(suspect)) network = around->key();
         pair = network + " " + login;
     }
 
@@ -69,6 +72,7 @@ bool PenaltyBox::isCrowded(const Keys& keys) const {
 
 PenaltyBox::Verdict PenaltyBox::judge(const Suspect& suspect, Time now, Time::duration waited) {
     const Keys keys(suspect);
+    const std::lock_guard lock(mutex_);
     if (const Pair* pair = pairs_.find(keys.pair); pair != nullptr && pair->hasLoggedIn) return {};
     Culprit* const culprits[] = {culprit(networks_, keys.network, now),
                                  culprit(logins_, keys.login, now)};
@@ -99,6 +103,7 @@ PenaltyBox::Verdict PenaltyBox::judge(const Suspect& suspect, Time now, Time::du
 
 void PenaltyBox::over(const Suspect& suspect) {
     const Keys keys(suspect);
+    const std::lock_guard lock(mutex_);
     const auto endOne = [](Underway& underway, const std::string& key) {
         const auto found = underway.find(key);
         if (found != underway.end() && --found->second == 0) underway.erase(found);
@@ -109,12 +114,14 @@ void PenaltyBox::over(const Suspect& suspect) {
 
 void PenaltyBox::failed(const Suspect& suspect, Time now) {
     const Keys keys(suspect);
+    const std::lock_guard lock(mutex_);
     ++counts_.failures;
     Pair& pair = pairs_.at(keys.pair);
     pair.hasLoggedIn = false;
     ++pair.failures;
-    addFailure(networks_, keys.network, "client " + suspect.address + ", network " + keys.network,
-               now);
+    const auto network = networkOf(suspect);
+    addFailure(networks_, keys.network,
+               "client " + suspect.address + ", network " + (network ? network->text() : ""), now);
     addFailure(logins_, keys.login,
                "client " + suspect.address + ", login \"" + escaped(keys.login) + "\"", now);
 }
@@ -137,6 +144,7 @@ void PenaltyBox::addFailure(Culprits& culprits, const std::string& key, const st
 void PenaltyBox::succeeded(const Suspect& suspect, Time) {
     const Keys keys(suspect);
     if (keys.login.empty()) return;
+    const std::lock_guard lock(mutex_);
     Pair& pair = pairs_.at(keys.pair);
     pair.hasLoggedIn = true;
     const unsigned failures = std::exchange(pair.failures, 0U);
@@ -157,6 +165,7 @@ void PenaltyBox::takeBack(Culprits& culprits, const std::string& key, unsigned f
 }
 
 PenaltyBox::Counts PenaltyBox::counts() const {
+    const std::lock_guard lock(mutex_);
     Counts counts = counts_;
     counts.networks = networks_.size();
     counts.logins = logins_.size();

@@ -8,12 +8,13 @@
 // those of others. Of those who have not logged in yet few are tried at once, so that guesses that
 // come all together find the pauses as well, and are not in the way of others.
 //
-// Event loop only; the time is told by the caller. Memory is bounded: the oldest culprits are
-// forgotten first. Each growth of a pause is logged once (docs/serving.md has the lines).
+// Safe from every thread; the time is told by the caller. Memory is bounded: the oldest culprits
+// are forgotten first. Each growth of a pause is logged once (docs/serving.md has the lines).
 #pragma once
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -74,6 +75,7 @@ class PenaltyBox {
     static void takeBack(Culprits& culprits, const std::string& key, unsigned failures);
     bool isCrowded(const Keys& keys) const;
 
+    mutable std::mutex mutex_;
     static constexpr size_t kCapacity = 10'000;
     Culprits networks_{kCapacity};
     Culprits logins_{kCapacity};

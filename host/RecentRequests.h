@@ -1,5 +1,5 @@
 // What an administrator asks of a running server: what it is busy with, what was slow, what went
-// wrong. Event loop only; a bounded number of each is kept.
+// wrong. Guarded by who has it (RequestWatch); a bounded number of each is kept.
 #pragma once
 
 #include <deque>

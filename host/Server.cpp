@@ -1,14 +1,18 @@
 #include "host/Server.h"
 
+#include <atomic>
 #include <csignal>
 #include <list>
 #include <utility>
 
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
 
 #include "host/AdminPages.h"
+#include "host/DirectLane.h"
 #include "host/HttpSession.h"
 #include "host/Listener.h"
 #include "host/Log.h"
@@ -21,6 +25,13 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 using boost::system::error_code;
 
+namespace {
+
+/// How long busy workers may leave connections waiting.
+constexpr std::chrono::milliseconds kLookAfter{5};
+
+}  // namespace
+
 struct Server::Impl {
     Impl(ServerSettings given, const ExtensionModule& extension)
         : settings(std::move(given)),
@@ -30,10 +41,19 @@ struct Server::Impl {
                    connections,     penalties, memory,  watch},
           adminPages(services, settings.dataDirectory, settings.storeLibrary),
           admin(io, adminPages.all()),
+          direct(services,
+                 [this](DirectLane::Visitor visitor) {
+                     asio::post(io, [this, visitor = std::move(visitor)]() mutable {
+                         goOn(std::move(visitor));
+                     });
+                 }),
           pool(settings.threads, settings.limits.queueLength) {}
 
-    void startOn(const Listener& listener, tcp::socket socket, ConnectionInfo connection);
+    bool hasRoomForSession();
+    void goOn(DirectLane::Visitor visitor);
+    void lookAfterDirectLane();
     void obeySignals();
+    void startListening();
     void reload();
     void beginStop();
 
@@ -51,20 +71,40 @@ struct Server::Impl {
     std::list<Listener> listeners;
     AdminPages adminPages;
     AdminListener admin;
+    DirectLane direct;
+    asio::steady_timer busyTimer{io};
+    std::atomic<bool> allAreBusy = false;
     bool stopping = false;
     // After the loop, so that it goes first: its threads hand their results to the loop.
     WorkerPool pool;
 };
 
-void Server::Impl::startOn(const Listener& listener, tcp::socket socket,
-                           ConnectionInfo connection) {
-    // Out of room, the ones that have been silent for longest make some.
-    if (connections.size() >= settings.limits.maxConnections && !connections.closeOldest()) return;
-    if (listener.secure()) {
-        startTlsSession(std::move(socket), std::move(connection), *tls, services);
-    } else {
-        startSession(std::move(socket), std::move(connection), services);
-    }
+/// Out of room, the ones that have been silent for longest make some.
+bool Server::Impl::hasRoomForSession() {
+    return connections.size() < settings.limits.maxConnections || connections.closeOldest();
+}
+
+/// Takes a connection over from the direct lane.
+void Server::Impl::goOn(DirectLane::Visitor visitor) {
+    // At the end there is no waiting for requests any more.
+    if (stopping && !visitor.transaction->readHead()) return;
+    if (!hasRoomForSession()) return;
+    tcp::socket socket(io);
+    error_code error;
+    socket.assign(visitor.protocol, visitor.socket.release(), error);
+    if (!error) startSession(std::move(socket), std::move(visitor.transaction), services);
+}
+
+/// As long as all workers are busy, connections are accepted here, to wait for one or be refused.
+void Server::Impl::lookAfterDirectLane() {
+    busyTimer.expires_after(kLookAfter);
+    busyTimer.async_wait([this](error_code error) {
+        if (error || stopping) return;
+        allAreBusy = false;
+        if (!pool.allAreBusy() || allAreBusy.exchange(true)) return;
+        direct.acceptWaiting();
+        lookAfterDirectLane();
+    });
 }
 
 void Server::Impl::obeySignals() {
@@ -86,6 +126,7 @@ void Server::Impl::reload() {
         if (fresh != nullptr) tls = std::move(fresh);
     }
     if (watch.accessLog != nullptr) {
+        const std::lock_guard lock(watch.mutex);
         if (const auto problem = watch.accessLog->open()) logProblem(*problem);
     }
     manager.ready();
@@ -95,6 +136,7 @@ void Server::Impl::beginStop() {
     if (std::exchange(stopping, true)) return;
     manager.stopping();
     error_code ignored;
+    direct.close();
     for (Listener& listener : listeners) listener.close();
     admin.close();
     signals.cancel(ignored);
@@ -147,20 +189,40 @@ void Server::obeySignals() {
     impl_->obeySignals();
 }
 
-bool Server::run() {
-    for (Listener& listener : impl_->listeners) {
-        listener.start([impl = impl_.get(), &listener](tcp::socket socket, ConnectionInfo info) {
-            impl->startOn(listener, std::move(socket), std::move(info));
+void Server::Impl::startListening() {
+    pool.tellWhenAllAreBusy([this] {
+        if (allAreBusy.exchange(true)) return;
+        asio::post(io, [this] { lookAfterDirectLane(); });
+    });
+    for (Listener& listener : listeners) {
+        if (!listener.secure()) {
+            direct.open(listener);
+            continue;
+        }
+        listener.start([this](tcp::socket socket, ConnectionInfo connection) {
+            if (!hasRoomForSession()) return;
+            startTlsSession(std::move(socket), std::move(connection), *tls, services);
         });
     }
-    if (!impl_->settings.adminListen.empty()) impl_->admin.start();
+    if (!settings.adminListen.empty()) admin.start();
+}
+
+bool Server::run() {
+    impl_->startListening();
     impl_->manager.ready();
+    // For long there may be nothing to wait for but what workers hand over.
+    auto notDoneYet = asio::make_work_guard(impl_->io);
     impl_->io.run();
-    impl_->io.restart();
+    notDoneYet.reset();
     const auto deadline = std::chrono::steady_clock::now() + impl_->settings.limits.drainTime;
-    impl_->io.run_until(deadline);
-    // The last answer may be out while its worker has not come back yet.
-    return impl_->pool.waitUntilIdle(deadline);
+    // Workers may leave something to the loop until the last of them is through.
+    for (bool isIdle = false;;) {
+        impl_->io.restart();
+        impl_->io.run_until(deadline);
+        if (isIdle) return true;
+        isIdle = impl_->pool.waitUntilIdle(deadline);
+        if (!isIdle) return false;
+    }
 }
 
 void Server::reload() {

@@ -1,19 +1,29 @@
 #include "host/WorkerPool.h"
 
+#include <optional>
 #include <utility>
 
 #include "platform/Memory.h"
 
 namespace host {
+namespace {
 
-WorkerPool::WorkerPool(size_t threads, size_t queueLength) : queueLength_(queueLength) {
+/// After that long without work, the memory of large answers is given back.
+constexpr std::chrono::seconds kRest{5};
+
+}  // namespace
+
+WorkerPool::WorkerPool(size_t threads, size_t queueLength)
+    : queueLength_(queueLength), room_(threads) {
+    // A thread that is early finds as many as there will be.
+    const std::lock_guard lock(mutex_);
     threads_.reserve(threads);
-    for (size_t i = 0; i < threads; ++i) threads_.emplace_back([this] { work(); });
+    for (size_t i = 0; i < threads; ++i) threads_.emplace_back([this, i] { work(i); });
 }
 
 WorkerPool::~WorkerPool() {
     dropQueue();
-    wake_.notify_all();
+    room_.call();
     for (std::thread& thread : threads_) thread.join();
 }
 
@@ -31,7 +41,7 @@ bool WorkerPool::submit(Job job) {
         if (!roomLeft()) return false;
         queue_.push_back(std::move(job));
     }
-    wake_.notify_one();
+    room_.call();
     return true;
 }
 
@@ -46,6 +56,24 @@ bool WorkerPool::hasRoom() const {
     return roomLeft();
 }
 
+void WorkerPool::receive(platform::ListenerSocket& listener, Visit visit) {
+    {
+        const std::lock_guard lock(mutex_);
+        visits_[&listener] = std::move(visit);
+    }
+    room_.watch(listener);
+}
+
+void WorkerPool::tellWhenAllAreBusy(std::function<void()> tell) {
+    const std::lock_guard lock(mutex_);
+    tellAllBusy_ = std::move(tell);
+}
+
+bool WorkerPool::allAreBusy() const {
+    const std::lock_guard lock(mutex_);
+    return running_ == threads_.size();
+}
+
 WorkerPool::Load WorkerPool::load() const {
     const std::lock_guard lock(mutex_);
     return {queue_.size(), running_};
@@ -56,39 +84,59 @@ bool WorkerPool::waitUntilIdle(std::chrono::steady_clock::time_point deadline) {
     return done_.wait_until(lock, deadline, [this] { return nothingToDo(); });
 }
 
-/// Also gives back the memory of large answers, when the pool has had nothing to do for a while.
-void WorkerPool::waitForJob(std::unique_lock<std::mutex>& lock) {
-    constexpr std::chrono::seconds kRest{5};
-    const auto hasJob = [this] { return ending_ || !queue_.empty(); };
-    while (!tidy_) {
-        if (wake_.wait_for(lock, kRest, hasJob)) return;
-        if (running_ > 0 || Clock::now() - lastDone_ < kRest) continue;
-        tidy_ = true;
+void WorkerPool::work(size_t seat) {
+    using Kind = platform::WaitingRoom::Event::Kind;
+    std::unique_lock lock(mutex_);
+    while (!ending_) {
+        if (runJob(lock)) continue;
+        const auto rest = tidy_ ? std::nullopt : std::optional<std::chrono::milliseconds>(kRest);
         lock.unlock();
-        platform::releaseUnusedMemory();
+        const platform::WaitingRoom::Event event = room_.wait(seat, rest);
         lock.lock();
+        if (event.kind == Kind::kConnection) receiveFrom(*event.listener, lock);
+        if (event.kind == Kind::kTimeout) tidyUp(lock);
     }
-    wake_.wait(lock, hasJob);
+    // One call is one thread's; the next one is to hear of it as well.
+    room_.call();
 }
 
-void WorkerPool::work() {
-    std::unique_lock lock(mutex_);
-    for (;;) {
-        waitForJob(lock);
-        if (queue_.empty()) return;
-        tidy_ = false;
-        Job job = std::move(queue_.front());
-        queue_.pop_front();
-        ++running_;
-        lock.unlock();
-        job();
-        // What the job holds goes before the job counts as done.
-        job = nullptr;
-        lock.lock();
-        --running_;
-        lastDone_ = Clock::now();
-        if (nothingToDo()) done_.notify_all();
-    }
+bool WorkerPool::runJob(std::unique_lock<std::mutex>& lock) {
+    if (queue_.empty()) return false;
+    Job job = std::move(queue_.front());
+    queue_.pop_front();
+    // Calls that come close together are heard as one.
+    if (!queue_.empty()) room_.call();
+    run(std::move(job), lock);
+    return true;
+}
+
+void WorkerPool::receiveFrom(platform::ListenerSocket& listener,
+                             std::unique_lock<std::mutex>& lock) {
+    const Visit& visit = visits_.at(&listener);
+    run([&] { visit(listener); }, lock);
+}
+
+/// Counts the thread as busy meanwhile; what the job holds goes before that ends.
+void WorkerPool::run(Job job, std::unique_lock<std::mutex>& lock) {
+    tidy_ = false;
+    const bool isLast = ++running_ == threads_.size();
+    lock.unlock();
+    if (isLast && tellAllBusy_) tellAllBusy_();
+    job();
+    job = nullptr;
+    lock.lock();
+    --running_;
+    lastDone_ = Clock::now();
+    if (nothingToDo()) done_.notify_all();
+}
+
+/// Gives back the memory of large answers when the pool has had nothing to do for a while.
+void WorkerPool::tidyUp(std::unique_lock<std::mutex>& lock) {
+    if (tidy_ || running_ > 0 || Clock::now() - lastDone_ < kRest) return;
+    tidy_ = true;
+    lock.unlock();
+    platform::releaseUnusedMemory();
+    lock.lock();
 }
 
 }  // namespace host

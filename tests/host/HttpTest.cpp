@@ -274,8 +274,8 @@ TEST(Http, BeyondTheMemoryForBodiesComesAnAnswerAtOnce) {
     const std::string put = "PUT /webdav/echo HTTP/1.1\r\nHost: x\r\nContent-Length: ";
     TestClient slow(server.port());
     slow.send(put + "300001\r\n\r\n" + std::string(299'990, 'x'));
-    // While these are answered, all of that is read.
-    for (int i = 0; i < 20; ++i) exchange(server.port(), put + "2\r\n\r\nab");
+    // While these are answered, by the loop, all of that is read there.
+    for (int i = 0; i < 20; ++i) exchange(server.port(), "GET /nothing HTTP/1.0\r\n\r\n");
     const std::string more = put + "100000\r\n\r\n" + std::string(100'000, 'x');
     const std::string second = exchange(server.port(), more);
     EXPECT_EQ(statusOf(second).substr(9), "503 Service Unavailable");
@@ -317,7 +317,10 @@ TEST(Http, StopLetsIdleConnectionsGoAndFinishesRequests) {
     busy.send("GET /webdav/block HTTP/1.1\r\nHost: x\r\n\r\n");
     TestExtension::waitUntilBlocked(1);
     server.server().stop();
-    EXPECT_EQ(idle.receiveAll() + begun.receiveAll(), "");
+    EXPECT_EQ(begun.receiveAll(), "");
+    // Of one that says nothing the server may not have heard, and need not tell it of the end.
+    idle.send("GET /webdav/echo HTTP/1.0\r\n\r\n");
+    EXPECT_EQ(idle.receiveAll().find("299"), std::string::npos);
     TestExtension::openGate();
     EXPECT_EQ(busy.receiveAll(), kAnswerHead + "went on");
     EXPECT_TRUE(server.stop());
