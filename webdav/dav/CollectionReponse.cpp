@@ -49,6 +49,7 @@ bool CollectionReponse::listItems() {
     if (!listed) return false;
 
     const std::span items(records.data(), records.size());
+    expectItems(items.size());
     ItemHref href(HrefWithSlash(propfind_.url()), kind_);
     ItemAnswers answers(*this, propfind_.properties(), context, HaveUniqueUids(items));
     for (StoreItem& item : items) {

@@ -32,7 +32,7 @@ void PropFindResponseBase::addItem(std::string_view href, std::span<const TextPr
         return;
     }
     writeResults();
-    if (!properties.empty()) writer_.write(href, properties);
+    if (!properties.empty()) writer_.writeItem(href, properties);
 }
 
 std::string PropFindResponseBase::takeMultistatus() {
