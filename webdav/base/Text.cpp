@@ -89,16 +89,25 @@ int hexValue(char c) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
+uint64_t eightAt(const char* bytes) {
+    uint64_t eight = 0;
+    std::memcpy(&eight, bytes, sizeof eight);
+    return eight;
+}
+
 /// The number of ASCII bytes that the text starts with.
 size_t asciiRun(std::string_view text) {
     constexpr uint64_t kHighBits = 0x8080808080808080U;
-    size_t at = 0;
-    for (uint64_t eight = 0; at + sizeof eight <= text.size(); at += sizeof eight) {
-        std::memcpy(&eight, text.data() + at, sizeof eight);
-        if ((eight & kHighBits) != 0) break;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    // Most of an answer goes by in the long steps.
+    for (; end - at >= 32; at += 32) {
+        const uint64_t all = eightAt(at) | eightAt(at + 8) | eightAt(at + 16) | eightAt(at + 24);
+        if ((all & kHighBits) != 0) break;
     }
-    while (at < text.size() && toByte(text[at]) < 0x80) ++at;
-    return at;
+    while (end - at >= 8 && (eightAt(at) & kHighBits) == 0) at += 8;
+    while (at < end && toByte(*at) < 0x80) ++at;
+    return static_cast<size_t>(at - text.data());
 }
 
 /// The length of the sequence of more than one byte that the text starts with; 0 when it is none.
@@ -175,13 +184,14 @@ std::string EncodeModifiedUtf7(std::string_view utf8) {
 }
 
 bool IsValidUtf8(std::string_view text) {
-    text = text.substr(0, text.find('\0'));
+    std::string_view rest = text;
     while (true) {
-        text.remove_prefix(asciiRun(text));
-        if (text.empty()) return true;
-        const size_t length = sequenceLength(text);
-        if (length == 0) return false;
-        text.remove_prefix(length);
+        rest.remove_prefix(asciiRun(rest));
+        if (rest.empty()) return true;
+        const size_t length = sequenceLength(rest);
+        // Behind a NUL nothing counts; hardly a text has one, so it is looked for last.
+        if (length == 0) return text.substr(0, text.size() - rest.size()).find('\0') != text.npos;
+        rest.remove_prefix(length);
     }
 }
 
