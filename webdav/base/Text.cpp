@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/CodePage.h"
+#include "webdav/base/OrdinaryBytes.h"
 
 namespace webdav {
 
@@ -82,6 +83,13 @@ constexpr std::array<bool, 256> makePathBytes() {
 }
 
 constexpr std::array<bool, 256> kPathBytes = makePathBytes();
+
+/// False for most of the above: letters, digits and the marks that UIDs are made of.
+constexpr auto mayNeedEscape = [](uint8_t c) -> bool {
+    const bool letter = static_cast<uint8_t>((c | 0x20) - 'a') < 26;
+    const bool digitOrNear = static_cast<uint8_t>(c - '-') < 13;  // "-", ".", "/" and digits
+    return !(letter ^ digitOrNear ^ (c == '@') ^ (c == '_'));
+};
 
 int hexValue(char c) {
     if (isDigit(c)) return c - '0';
@@ -229,18 +237,15 @@ std::string ToLowerAscii(std::string_view text) {
 }
 
 void AppendUriPath(std::string& encoded, std::string_view decoded) {
-    // Most names need no escape.
-    const auto stays = [](char c) { return static_cast<bool>(kPathBytes[toByte(c)]); };
-    const auto* const first = std::ranges::find_if_not(decoded, stays);
-    encoded.append(decoded.begin(), first);
-    for (const char c : std::string_view(first, decoded.end())) {
-        const uint8_t byte = toByte(c);
-        if (stays(c)) {
-            encoded += c;
-        } else {
-            encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
-        }
+    size_t begin = 0;  // of what is not copied yet
+    for (size_t i = ordinaryStart(decoded, mayNeedEscape); i < decoded.size(); ++i) {
+        const uint8_t byte = toByte(decoded[i]);
+        if (kPathBytes[byte]) continue;
+        encoded.append(decoded, begin, i - begin);
+        encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
+        begin = i + 1;
     }
+    encoded.append(decoded, begin);
 }
 
 std::string EncodeUriPath(std::string_view decoded) {

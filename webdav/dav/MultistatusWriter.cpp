@@ -44,10 +44,10 @@ void MultistatusWriter::write(const ResponseRecord& response) {
 }
 
 void MultistatusWriter::writeItem(std::string_view href, std::span<const TextProperty> properties) {
-    if (!hasForm(properties)) makeForm(properties);
+    if (!hasForm(href, properties)) makeForm(href, properties);
     const size_t begin = document_.size();
-    document_.markup("<D:response>");
-    document_.element(kDav, "href", href);
+    document_.markup(hrefIsEmpty_ ? "<D:response><D:href/>" : "<D:response><D:href>");
+    document_.content(href);
     for (const Gap& gap : gaps_) {
         document_.markup(gap.markup);
         document_.content(properties[gap.property].text);
@@ -63,17 +63,19 @@ std::string MultistatusWriter::takeText() {
     return document_.takeText();
 }
 
-bool MultistatusWriter::hasForm(std::span<const TextProperty> properties) const {
-    return !rest_.empty() &&
+bool MultistatusWriter::hasForm(std::string_view href,
+                                std::span<const TextProperty> properties) const {
+    return !rest_.empty() && hrefIsEmpty_ == href.empty() &&
            std::ranges::equal(shapes_, properties, [](const Shape& shape, const TextProperty& its) {
                return shape.status == its.status && shape.empty == its.text.empty();
            });
 }
 
-void MultistatusWriter::makeForm(std::span<const TextProperty> properties) {
+void MultistatusWriter::makeForm(std::string_view href, std::span<const TextProperty> properties) {
+    hrefIsEmpty_ = href.empty();
     shapes_.clear();
     gaps_.clear();
-    rest_.clear();
+    rest_ = hrefIsEmpty_ ? "" : "</D:href>";
     std::vector<uint16_t> statuses;  // in the order of their first use
     for (const TextProperty& property : properties) {
         shapes_.push_back({property.status, property.text.empty()});

@@ -33,14 +33,14 @@ class MultistatusWriter {
         uint16_t status;
         bool empty;
     };
-    /// The markup in front of a text, and the number of the property whose text it is.
+    /// The markup in front of the text of a property, which is told by its number.
     struct Gap {
         std::string markup;
         size_t property;
     };
 
-    bool hasForm(std::span<const TextProperty> properties) const;
-    void makeForm(std::span<const TextProperty> properties);
+    bool hasForm(std::string_view href, std::span<const TextProperty> properties) const;
+    void makeForm(std::string_view href, std::span<const TextProperty> properties);
     void addPropStat(uint16_t status, std::span<const TextProperty> properties);
     void writeResponse(const ResponseRecord& response, bool brief);
     void writePropStat(const PropStatRecord& propstat);
@@ -52,6 +52,7 @@ class MultistatusWriter {
 
     // The form of an item's response, made for the first one and kept, since the others mostly have
     // the same.
+    bool hrefIsEmpty_ = false;
     std::vector<Shape> shapes_;
     std::vector<Gap> gaps_;
     std::string rest_;  // behind the last text

@@ -31,7 +31,7 @@ void PropFindResponseBase::addItem(std::string_view href, std::span<const TextPr
             addProperty(href, each.status, {each.namespaceUri, each.name, each.text, {}, {}, {}});
         return;
     }
-    writeResults();
+    if (!results_.empty()) writeResults();
     if (!properties.empty()) writer_.writeItem(href, properties);
 }
 
