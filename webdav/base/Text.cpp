@@ -17,8 +17,8 @@ constexpr std::string_view kBase64Alphabet =
 constexpr std::string_view kFolderNameAlphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+,";
 constexpr std::string_view kHexDigits = "0123456789ABCDEF";
-/// What RFC 3986 lets stand in a path beside letters and digits.
-constexpr std::string_view kPathMarks = "-._~!$&'()*+,;=:@/";
+/// What RFC 3986 lets stand in a segment of a path beside letters and digits.
+constexpr std::string_view kSegmentMarks = "-._~!$&'()*+,;=:@";
 
 constexpr bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -72,24 +72,43 @@ constexpr std::array<int8_t, 256> makeBase64Values() {
 
 constexpr std::array<int8_t, 256> kBase64Values = makeBase64Values();
 
-constexpr std::array<bool, 256> makePathBytes() {
-    std::array<bool, 256> stays{};
-    for (unsigned i = 0; i < stays.size(); ++i) {
+using ByteSet = std::array<bool, 256>;
+
+/// Letters, digits and these.
+constexpr ByteSet makeByteSet(std::string_view marks) {
+    ByteSet bytes{};
+    for (unsigned i = 0; i < bytes.size(); ++i) {
         const char c = static_cast<char>(i);
-        stays[i] =
-            isDigit(c) || isUpper(c) || isLower(c) || kPathMarks.find(c) != std::string_view::npos;
+        bytes[i] = isDigit(c) || isUpper(c) || isLower(c) || marks.find(c) != marks.npos;
     }
-    return stays;
+    return bytes;
 }
 
-constexpr std::array<bool, 256> kPathBytes = makePathBytes();
+constexpr ByteSet kSegmentBytes = makeByteSet(kSegmentMarks);
+constexpr ByteSet kPathBytes = [] {
+    ByteSet bytes = kSegmentBytes;
+    bytes['/'] = true;
+    return bytes;
+}();
 
-/// False for most of the above: letters, digits and the marks that UIDs are made of.
+/// False for letters, digits and the marks that most UIDs are made of.
 constexpr auto mayNeedEscape = [](uint8_t c) -> bool {
     const bool letter = static_cast<uint8_t>((c | 0x20) - 'a') < 26;
-    const bool digitOrNear = static_cast<uint8_t>(c - '-') < 13;  // "-", ".", "/" and digits
-    return !(letter ^ digitOrNear ^ (c == '@') ^ (c == '_'));
+    const bool digit = static_cast<uint8_t>(c - '0') < 10;
+    return !(letter ^ digit ^ (c == '-') ^ (c == '.') ^ (c == '@') ^ (c == '_'));
 };
+
+void appendPercentEncoded(std::string& encoded, std::string_view decoded, const ByteSet& staying) {
+    size_t begin = 0;  // of what is not copied yet
+    for (size_t i = ordinaryStart(decoded, mayNeedEscape); i < decoded.size(); ++i) {
+        const uint8_t byte = toByte(decoded[i]);
+        if (staying[byte]) continue;
+        encoded.append(decoded, begin, i - begin);
+        encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
+        begin = i + 1;
+    }
+    encoded.append(decoded, begin);
+}
 
 int hexValue(char c) {
     if (isDigit(c)) return c - '0';
@@ -237,15 +256,11 @@ std::string ToLowerAscii(std::string_view text) {
 }
 
 void AppendUriPath(std::string& encoded, std::string_view decoded) {
-    size_t begin = 0;  // of what is not copied yet
-    for (size_t i = ordinaryStart(decoded, mayNeedEscape); i < decoded.size(); ++i) {
-        const uint8_t byte = toByte(decoded[i]);
-        if (kPathBytes[byte]) continue;
-        encoded.append(decoded, begin, i - begin);
-        encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
-        begin = i + 1;
-    }
-    encoded.append(decoded, begin);
+    appendPercentEncoded(encoded, decoded, kPathBytes);
+}
+
+void AppendUriSegment(std::string& encoded, std::string_view decoded) {
+    appendPercentEncoded(encoded, decoded, kSegmentBytes);
 }
 
 std::string EncodeUriPath(std::string_view decoded) {

@@ -47,10 +47,20 @@ void MultistatusWriter::writeItem(std::string_view href, std::span<const TextPro
     if (!hasForm(href, properties)) makeForm(href, properties);
     const size_t begin = document_.size();
     document_.markup(hrefIsEmpty_ ? "<D:response><D:href/>" : "<D:response><D:href>");
-    document_.content(href);
+    // Of all that markup escapes, a URI may hold "&" alone.
+    if (href.find('&') == href.npos) {
+        document_.markup(href);
+    } else {
+        document_.content(href);
+    }
     for (const Gap& gap : gaps_) {
+        const TextProperty& property = properties[gap.property];
         document_.markup(gap.markup);
-        document_.content(properties[gap.property].text);
+        if (property.plain) {
+            document_.markup(property.text);
+        } else {
+            document_.content(property.text);
+        }
     }
     document_.markup(rest_);
     if (expectedItems_ == 0) return;

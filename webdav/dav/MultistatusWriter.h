@@ -21,8 +21,8 @@ class MultistatusWriter {
     /// bounds.
     void expectItems(size_t count) { expectedItems_ = count; }
     void write(const ResponseRecord& response);
-    /// The response of an item. All calls of one answer give the same properties, with texts and
-    /// statuses of their own.
+    /// The response of an item; the href is a valid URI reference. All calls of one answer give the
+    /// same properties, with texts and statuses of their own.
     void writeItem(std::string_view href, std::span<const TextProperty> properties);
     /// Ends the document and hands its text over.
     std::string takeText();

@@ -34,7 +34,11 @@ class PropFindResponseBase {
     /// The same for all properties of an item. When its href and those before it are used no more
     /// they need not be kept, and are written at once.
     void addItem(std::string_view href, std::span<const TextProperty> properties,
-                 bool hrefsAreDone);
+                 bool hrefsAreDone) {
+        if (!hrefsAreDone) return addProperties(href, properties);
+        if (!results_.empty()) writeResults();
+        if (!properties.empty()) writer_.writeItem(href, properties);
+    }
 
   protected:
     /// The results as a multistatus document, once.
@@ -42,6 +46,7 @@ class PropFindResponseBase {
 
   private:
     ResponseRecord& responseOf(std::string_view href);
+    void addProperties(std::string_view href, std::span<const TextProperty> properties);
     void writeResults();
 
     std::deque<ResponseRecord> results_;  // a deque: the index holds views of the hrefs
