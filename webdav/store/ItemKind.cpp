@@ -25,11 +25,6 @@ std::string identifierOf(const StoreItem& item) {
 // tables below say.
 
 template <auto kOperation>
-void onRecord(StoreItem* item) {
-    (store().*kOperation)(item);
-}
-
-template <auto kOperation>
 void copyRecord(StoreItem* to, const StoreItem* from) {
     (store().*kOperation)(to, from);
 }
@@ -163,8 +158,8 @@ const ItemKind kCalendarKind{
     .ownKeyword = "calendar",
     .contentType = "text/calendar",
     .operations = {
-        .init = onRecord<&Operations::CV_CalInitCalItemEx>,
-        .free = onRecord<&Operations::CV_CalFreeCalItemEx>,
+        .init = &Operations::CV_CalInitCalItemEx,
+        .free = &Operations::CV_CalFreeCalItemEx,
         .copy = copyRecord<&Operations::CV_CalCopyCalItemEx>,
         .defaultFolder = folderOfUser<&Operations::CV_CalGetDefaultFolder>,
         .list = listEvents,
@@ -187,8 +182,8 @@ const ItemKind kTaskKind{
     .ownKeyword = "tasklist",
     .contentType = "text/calendar",
     .operations = {
-        .init = onRecord<&Operations::CV_TaskInitTaskItemEx>,
-        .free = onRecord<&Operations::CV_TaskFreeTaskItemEx>,
+        .init = &Operations::CV_TaskInitTaskItemEx,
+        .free = &Operations::CV_TaskFreeTaskItemEx,
         .copy = copyRecord<&Operations::CV_TaskCopyTaskItemEx>,
         .defaultFolder = folderOfUser<&Operations::CV_TaskGetDefaultFolder>,
         .list = listFolder<&Operations::CV_TaskGetAllItemsEx>,
@@ -211,8 +206,8 @@ const ItemKind kContactKind{
     .ownKeyword = "addressbook",
     .contentType = "text/vcard",
     .operations = {
-        .init = onRecord<&Operations::CV_ContactInitItemEx>,
-        .free = onRecord<&Operations::CV_ContactFreeItemEx>,
+        .init = &Operations::CV_ContactInitItemEx,
+        .free = &Operations::CV_ContactFreeItemEx,
         .copy = copyRecord<&Operations::CV_ContactCopyItemEx>,
         .defaultFolder = folderOfUser<&Operations::CV_ContactGetDefaultFolder>,
         .list = listFolder<&Operations::CV_ContactGetAllItemsEx>,
