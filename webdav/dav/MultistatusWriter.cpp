@@ -48,29 +48,33 @@ void MultistatusWriter::writeItem(std::string_view href, std::span<const TextPro
     const size_t begin = document_.size();
     document_.markup(hrefIsEmpty_ ? "<D:response><D:href/>" : "<D:response><D:href>");
     // Of all that markup escapes, a URI may hold "&" alone.
-    if (href.find('&') == href.npos) {
-        document_.markup(href);
-    } else {
-        document_.content(href);
-    }
+    writeText(href, href.find('&') == href.npos);
     for (const Gap& gap : gaps_) {
         const TextProperty& property = properties[gap.property];
         document_.markup(gap.markup);
-        if (property.plain) {
-            document_.markup(property.text);
-        } else {
-            document_.content(property.text);
-        }
+        writeText(property.text, property.plain);
     }
     document_.markup(rest_);
-    if (expectedItems_ == 0) return;
-    const size_t length = std::min((document_.size() - begin) * 9 / 8, kLongestExpected);
-    document_.reserve(document_.size() + std::exchange(expectedItems_, 0) * length);
+    if (expectedItems_ > 0) makeRoom(document_.size() - begin);
 }
 
 std::string MultistatusWriter::takeText() {
     document_.close();
     return document_.takeText();
+}
+
+/// For all items, now that the length of one is known.
+void MultistatusWriter::makeRoom(size_t length) {
+    const size_t expected = std::min(length * 9 / 8, kLongestExpected);
+    document_.reserve(document_.size() + std::exchange(expectedItems_, 0) * expected);
+}
+
+void MultistatusWriter::writeText(std::string_view text, bool plain) {
+    if (plain) {
+        document_.markup(text);
+    } else {
+        document_.content(text);
+    }
 }
 
 bool MultistatusWriter::hasForm(std::string_view href,

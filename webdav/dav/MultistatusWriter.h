@@ -39,6 +39,8 @@ class MultistatusWriter {
         size_t property;
     };
 
+    void makeRoom(size_t length);
+    void writeText(std::string_view text, bool plain);
     bool hasForm(std::string_view href, std::span<const TextProperty> properties) const;
     void makeForm(std::string_view href, std::span<const TextProperty> properties);
     void addPropStat(uint16_t status, std::span<const TextProperty> properties);
