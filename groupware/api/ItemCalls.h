@@ -182,7 +182,7 @@ inline void initItem(StoreItem* item) {
 }
 
 inline void freeItem(StoreItem* item) {
-    if (item != nullptr) guarded([&] { freeRecord(*item); });
+    if (item != nullptr) freeRecord(*item);
 }
 
 inline void copyItem(StoreItem* to, const StoreItem* from) {

@@ -63,10 +63,6 @@ void FolderSnapshot::erase(int64_t number) {
     --size_;
 }
 
-void FolderSnapshot::each(const std::function<void(const Reference<FolderItem>&)>& visit) const {
-    items_.each(visit);
-}
-
 const FolderItem* FolderSnapshot::item(int64_t number) const {
     const Owner* found = items_.find(number);
     return found ? found->get() : nullptr;

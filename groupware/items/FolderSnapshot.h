@@ -27,7 +27,10 @@ class FolderSnapshot {
     size_t size() const { return size_; }
 
     /// In the order of their numbers.
-    void each(const std::function<void(const Reference<FolderItem>&)>& visit) const;
+    template <typename Visit>
+    void each(Visit visit) const {
+        items_.each(visit);
+    }
     /// In no order.
     void eachTouching(TimeRange range, const std::function<void(const FolderItem&)>& visit) const {
         spans_.eachTouching(range, visit);

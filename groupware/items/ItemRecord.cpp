@@ -49,13 +49,6 @@ void showFacts(StoreItem& record, const ItemFacts& facts) {
 
 }  // namespace
 
-void freeRecord(StoreItem& record) {
-    const std::unique_ptr<StoreAttendee[]> attendees(record.attendees);
-    const std::unique_ptr<StoreTaskOccurrence[]> occurrences(record.occurrences);
-    const auto contents = ContentsPointer::adopt(held(record));
-    initRecord(record);
-}
-
 void copyRecord(StoreItem& to, const StoreItem& from) {
     if (&to == &from) return;
     freeRecord(to);

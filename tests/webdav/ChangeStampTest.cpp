@@ -26,6 +26,9 @@ TEST(ChangeStamp, IsTheMarkersOrItsTime) {
                                        time.minute, time.second, time.milliseconds}))
             << text;
     }
+    EXPECT_EQ(webdav::FormatStamp({2026, 1, 5, 9, 23, 59, 7, 80}), "2026-01-09T23:59:07.080Z");
+    EXPECT_EQ(webdav::FormatStamp({12345, 100, 0, 1, 0, 0, 0, 1000}),
+              "12345-100-01T00:00:00.1000Z");
 }
 
 }  // namespace

@@ -69,11 +69,11 @@ TEST(Text, Utf8IsJudgedAndCleaned) {
         EXPECT_EQ(IsValidUtf8(bytes), valid) << testing::PrintToString(bytes);
         EXPECT_EQ(RemoveInvalidUtf8(bytes), clean) << testing::PrintToString(bytes);
     }
-    for (size_t at = 0; at < 20; ++at) {
-        std::string text(20, 'a');
+    for (size_t at = 0; at < 80; ++at) {  // in each of the steps that the check makes
+        std::string text(80, 'a');
         text[at] = '\xFF';
         EXPECT_FALSE(IsValidUtf8(text)) << at;
-        EXPECT_EQ(RemoveInvalidUtf8(text), std::string(19, 'a')) << at;
+        EXPECT_EQ(RemoveInvalidUtf8(text), std::string(79, 'a')) << at;
     }
 }
 
@@ -86,6 +86,14 @@ TEST(Text, UriPathsAreEscapedWhereTheyMust) {
     for (const auto& [plain, coded] : cases) {
         EXPECT_EQ(EncodeUriPath(plain), coded);
         EXPECT_EQ(DecodeUriPath(coded), plain);
+    }
+    for (size_t at = 0; at < 40; ++at) {
+        std::string text(40, 'Z');
+        text[at] = '/';
+        std::string segment;
+        AppendUriSegment(segment, text);
+        EXPECT_EQ(segment, text.substr(0, at) + "%2F" + text.substr(at + 1));
+        EXPECT_EQ(EncodeUriPath(text), text);
     }
     const Pair loose[] = {{"a+b", "a+b"},     {"%", "%"},       {"%4", "%4"},
                           {"%G1A", "%G1%41"}, {"%20", "%2520"}, {"\xE9", "%e9"}};

@@ -17,6 +17,13 @@ TEST(MarkupEscape, WritesTextSoThatAReaderGetsItBack) {
     webdav::appendAttributeValue(value, text);
     EXPECT_EQ(value, "a&amp;b&lt;c&gt;d&quot;e&apos;f&#9;g&#13;&#10;h\x7F\xC3\xA9]]&gt;");
     EXPECT_EQ(webdav::decodeReferences(content), webdav::decodeReferences(value));
+    for (size_t at = 0; at < 40; ++at) {  // in each of the steps that the escaping makes
+        std::string filled(40, 'x');
+        filled[at] = '<';
+        content.clear();
+        webdav::appendContent(content, filled);
+        EXPECT_EQ(content, filled.replace(at, 1, "&lt;"));
+    }
     std::string section;
     webdav::appendCData(section,
                         "a]]>b]]]>\x02"

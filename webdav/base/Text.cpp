@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/CodePage.h"
+#include "webdav/base/OrdinaryBytes.h"
 
 namespace webdav {
 
@@ -16,8 +17,8 @@ constexpr std::string_view kBase64Alphabet =
 constexpr std::string_view kFolderNameAlphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+,";
 constexpr std::string_view kHexDigits = "0123456789ABCDEF";
-/// What RFC 3986 lets stand in a path beside letters and digits.
-constexpr std::string_view kPathMarks = "-._~!$&'()*+,;=:@/";
+/// What RFC 3986 lets stand in a segment of a path beside letters and digits.
+constexpr std::string_view kSegmentMarks = "-._~!$&'()*+,;=:@";
 
 constexpr bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -71,17 +72,43 @@ constexpr std::array<int8_t, 256> makeBase64Values() {
 
 constexpr std::array<int8_t, 256> kBase64Values = makeBase64Values();
 
-constexpr std::array<bool, 256> makePathBytes() {
-    std::array<bool, 256> stays{};
-    for (unsigned i = 0; i < stays.size(); ++i) {
+using ByteSet = std::array<bool, 256>;
+
+/// Letters, digits and these.
+constexpr ByteSet makeByteSet(std::string_view marks) {
+    ByteSet bytes{};
+    for (unsigned i = 0; i < bytes.size(); ++i) {
         const char c = static_cast<char>(i);
-        stays[i] =
-            isDigit(c) || isUpper(c) || isLower(c) || kPathMarks.find(c) != std::string_view::npos;
+        bytes[i] = isDigit(c) || isUpper(c) || isLower(c) || marks.find(c) != marks.npos;
     }
-    return stays;
+    return bytes;
 }
 
-constexpr std::array<bool, 256> kPathBytes = makePathBytes();
+constexpr ByteSet kSegmentBytes = makeByteSet(kSegmentMarks);
+constexpr ByteSet kPathBytes = [] {
+    ByteSet bytes = kSegmentBytes;
+    bytes['/'] = true;
+    return bytes;
+}();
+
+/// False for letters, digits and the marks that most UIDs are made of.
+constexpr auto mayNeedEscape = [](uint8_t c) -> bool {
+    const bool letter = static_cast<uint8_t>((c | 0x20) - 'a') < 26;
+    const bool digit = static_cast<uint8_t>(c - '0') < 10;
+    return !(letter ^ digit ^ (c == '-') ^ (c == '.') ^ (c == '@') ^ (c == '_'));
+};
+
+void appendPercentEncoded(std::string& encoded, std::string_view decoded, const ByteSet& staying) {
+    size_t begin = 0;  // of what is not copied yet
+    for (size_t i = ordinaryStart(decoded, mayNeedEscape); i < decoded.size(); ++i) {
+        const uint8_t byte = toByte(decoded[i]);
+        if (staying[byte]) continue;
+        encoded.append(decoded, begin, i - begin);
+        encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
+        begin = i + 1;
+    }
+    encoded.append(decoded, begin);
+}
 
 int hexValue(char c) {
     if (isDigit(c)) return c - '0';
@@ -89,16 +116,25 @@ int hexValue(char c) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
+uint64_t eightAt(const char* bytes) {
+    uint64_t eight = 0;
+    std::memcpy(&eight, bytes, sizeof eight);
+    return eight;
+}
+
 /// The number of ASCII bytes that the text starts with.
 size_t asciiRun(std::string_view text) {
     constexpr uint64_t kHighBits = 0x8080808080808080U;
-    size_t at = 0;
-    for (uint64_t eight = 0; at + sizeof eight <= text.size(); at += sizeof eight) {
-        std::memcpy(&eight, text.data() + at, sizeof eight);
-        if ((eight & kHighBits) != 0) break;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    // Most of an answer goes by in the long steps.
+    for (; end - at >= 32; at += 32) {
+        const uint64_t all = eightAt(at) | eightAt(at + 8) | eightAt(at + 16) | eightAt(at + 24);
+        if ((all & kHighBits) != 0) break;
     }
-    while (at < text.size() && toByte(text[at]) < 0x80) ++at;
-    return at;
+    while (end - at >= 8 && (eightAt(at) & kHighBits) == 0) at += 8;
+    while (at < end && toByte(*at) < 0x80) ++at;
+    return static_cast<size_t>(at - text.data());
 }
 
 /// The length of the sequence of more than one byte that the text starts with; 0 when it is none.
@@ -175,13 +211,14 @@ std::string EncodeModifiedUtf7(std::string_view utf8) {
 }
 
 bool IsValidUtf8(std::string_view text) {
-    text = text.substr(0, text.find('\0'));
+    std::string_view rest = text;
     while (true) {
-        text.remove_prefix(asciiRun(text));
-        if (text.empty()) return true;
-        const size_t length = sequenceLength(text);
-        if (length == 0) return false;
-        text.remove_prefix(length);
+        rest.remove_prefix(asciiRun(rest));
+        if (rest.empty()) return true;
+        const size_t length = sequenceLength(rest);
+        // Behind a NUL nothing counts; hardly a text has one, so it is looked for last.
+        if (length == 0) return text.substr(0, text.size() - rest.size()).find('\0') != text.npos;
+        rest.remove_prefix(length);
     }
 }
 
@@ -219,18 +256,11 @@ std::string ToLowerAscii(std::string_view text) {
 }
 
 void AppendUriPath(std::string& encoded, std::string_view decoded) {
-    // Most names need no escape.
-    const auto stays = [](char c) { return static_cast<bool>(kPathBytes[toByte(c)]); };
-    const auto* const first = std::ranges::find_if_not(decoded, stays);
-    encoded.append(decoded.begin(), first);
-    for (const char c : std::string_view(first, decoded.end())) {
-        const uint8_t byte = toByte(c);
-        if (stays(c)) {
-            encoded += c;
-        } else {
-            encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
-        }
-    }
+    appendPercentEncoded(encoded, decoded, kPathBytes);
+}
+
+void AppendUriSegment(std::string& encoded, std::string_view decoded) {
+    appendPercentEncoded(encoded, decoded, kSegmentBytes);
 }
 
 std::string EncodeUriPath(std::string_view decoded) {

@@ -28,10 +28,12 @@ bool StartsWithNoCase(std::string_view text, std::string_view prefix);
 bool EndsWithNoCase(std::string_view text, std::string_view suffix);
 std::string ToLowerAscii(std::string_view text);
 
-/// A path (or one segment of it) as it stands in a URI (RFC 3986): what may not stand there is
-/// percent-encoded, "/" and the characters of pchar stay.
+/// A path as it stands in a URI (RFC 3986): what may not stand there is percent-encoded, "/" and
+/// the characters of pchar stay.
 std::string EncodeUriPath(std::string_view decoded);
 void AppendUriPath(std::string& encoded, std::string_view decoded);
+/// One segment of it: "/" is encoded as well.
+void AppendUriSegment(std::string& encoded, std::string_view decoded);
 /// The one escape that web servers leave in a decoded path: a slash within a name.
 std::string DecodeSlashes(std::string_view name);
 /// Percent escapes decoded once, "+" left alone; a malformed escape stays as it is.

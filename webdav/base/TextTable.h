@@ -7,7 +7,7 @@
 
 #include <bit>
 #include <cstdint>
-#include <functional>
+#include <cstring>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -43,9 +43,31 @@ class TextTable {
         uint32_t place = 0;  ///< 0 for a free slot, else the number of its text and 1
     };
 
+    /// A third of the work of std::hash for texts as long as UIDs are, of which a folder has many.
+    static uint64_t hashOf(std::string_view text) {
+        constexpr uint64_t kFactor = 0x9E3779B97F4A7C15U;  // odd, with its bits all over
+        uint64_t hash = text.size();
+        const auto take = [&hash](uint64_t piece) {
+            hash = (std::rotl(hash, 29) ^ piece) * kFactor;
+        };
+        const auto eightAt = [text](size_t at) {
+            uint64_t eight = 0;
+            std::memcpy(&eight, text.data() + at, sizeof eight);
+            return eight;
+        };
+        if (text.size() < 8) {
+            for (const char c : text) take(static_cast<uint8_t>(c));
+        } else {
+            for (size_t at = 0; at < text.size() - 8; at += 8) take(eightAt(at));
+            take(eightAt(text.size() - 8));  // some bytes once more, unless it is a multiple
+        }
+        hash = (hash ^ hash >> 32) * kFactor;
+        return hash ^ hash >> 32;
+    }
+
     /// Where the text is, or where it is to go.
     Slot& slotOf(std::string_view text) {
-        const size_t hash = std::hash<std::string_view>()(text);
+        const uint64_t hash = hashOf(text);
         const auto tag = static_cast<uint32_t>(hash >> 32);
         for (size_t at = hash;; ++at) {
             Slot& slot = slots_[at & (slots_.size() - 1)];

@@ -10,6 +10,7 @@
 #include "webdav/dav/KindTexts.h"
 #include "webdav/dav/TaskUid.h"
 #include "webdav/log/Log.h"
+#include "webdav/log/LogThread.h"
 
 namespace DAV {
 
@@ -49,12 +50,14 @@ bool CollectionReponse::listItems() {
     if (!listed) return false;
 
     const std::span items(records.data(), records.size());
+    expectItems(items.size());
     ItemHref href(HrefWithSlash(propfind_.url()), kind_);
     ItemAnswers answers(*this, propfind_.properties(), context, HaveUniqueUids(items));
+    const bool logsItems = webdav::LogThread::Instance().Wants(webdav::kLogDebug);
     for (StoreItem& item : items) {
         GiveTaskUid(context, item);
         const std::string& itsHref = href.of(item);
-        logEvaluating(request_, itsHref);
+        if (logsItems) logEvaluating(request_, itsHref);
         answers.add(itsHref, item);
     }
     return true;

@@ -5,37 +5,33 @@
 namespace DAV {
 
 using webdav::AppendUriPath;
+using webdav::AppendUriSegment;
 
 namespace {
 
-// A slash within a name, also as web servers leave it in a decoded URL.
+// A slash within a name, as web servers leave it in a decoded URL.
 constexpr std::string_view kSlash = "%2F";
 
 // A base64 name, and its end where it is filled up.
 constexpr std::string_view kBase64Start = "/b64=";
 constexpr std::string_view kBase64End = "=/";
 
-/// Encodes what stands between the dividers, and writes each divider as told.
-void appendBetween(std::string& encoded, std::string_view divider, std::string_view written,
-                   std::string_view text) {
+/// Encodes what stands between the dividers, which stay.
+std::string encodeBetween(std::string_view divider, std::string_view text) {
+    std::string encoded;
     for (size_t end = text.find(divider); end != text.npos; end = text.find(divider)) {
         AppendUriPath(encoded, text.substr(0, end));
-        encoded += written;
+        encoded += divider;
         text.remove_prefix(end + divider.size());
     }
     AppendUriPath(encoded, text);
-}
-
-std::string encodeBetween(std::string_view divider, std::string_view written,
-                          std::string_view text) {
-    std::string encoded;
-    appendBetween(encoded, divider, written, text);
     return encoded;
 }
 
-// A slash within a name would divide it into two segments.
 std::string encodeSegment(std::string_view name) {
-    return encodeBetween("/", kSlash, name);
+    std::string encoded;
+    AppendUriSegment(encoded, name);
+    return encoded;
 }
 
 std::string_view lastSegment(std::string_view path) {
@@ -65,12 +61,12 @@ ItemHref::ItemHref(std::string collectionHref, const webdav::ItemKind& kind)
 
 const std::string& ItemHref::of(const StoreItem& item) {
     href_.resize(collectionSize_);
-    if (item.uid != nullptr) appendBetween(href_, "/", kSlash, item.uid);
+    if (item.uid != nullptr) AppendUriSegment(href_, item.uid);
     return href_ += extension_;
 }
 
 std::string HrefOfUrl(std::string_view url) {
-    return encodeBetween(kSlash, kSlash, url);
+    return encodeBetween(kSlash, url);
 }
 
 std::string HrefWithSlash(std::string_view url) {
@@ -81,7 +77,7 @@ std::string HrefWithSlash(std::string_view url) {
 
 // An escape stays an escape.
 std::string RepairedHref(std::string_view href) {
-    return encodeBetween("%", "%", href);
+    return encodeBetween("%", href);
 }
 
 std::string NameOfHref(std::string_view href) {

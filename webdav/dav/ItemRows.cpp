@@ -12,6 +12,7 @@ namespace DAV {
 struct ItemRow {
     std::string_view namespaceUri;
     std::string_view name;
+    bool plain;  ///< its text needs no escape
     /// Fills the empty text of the property; the result is its status.
     uint16_t (*fill)(std::string& text, const ItemContext& context, StoreItem& item);
 };
@@ -48,19 +49,19 @@ uint16_t fillItemText(std::string& text, const ItemContext& context, StoreItem& 
 }
 
 constexpr ItemRow kCalendarRows[] = {
-    {kDav, "getcontenttype", fillContentType},
-    {kDav, "resourcetype", fillResourceType},
-    {kDav, "getetag", fillStamp},
-    {kDav, "getlastmodified", fillStamp},
-    {kCalDav, "calendar-data", fillItemText},
+    {kDav, "getcontenttype", true, fillContentType},
+    {kDav, "resourcetype", true, fillResourceType},
+    {kDav, "getetag", true, fillStamp},
+    {kDav, "getlastmodified", true, fillStamp},
+    {kCalDav, "calendar-data", false, fillItemText},
 };
 
 constexpr ItemRow kContactRows[] = {
-    {kDav, "getcontenttype", fillContentType},
-    {kDav, "resourcetype", fillResourceType},
-    {kDav, "getetag", fillStamp},
-    {kDav, "getlastmodified", fillStamp},
-    {kCardDav, "address-data", fillItemText},
+    {kDav, "getcontenttype", true, fillContentType},
+    {kDav, "resourcetype", true, fillResourceType},
+    {kDav, "getetag", true, fillStamp},
+    {kDav, "getlastmodified", true, fillStamp},
+    {kCardDav, "address-data", false, fillItemText},
 };
 
 std::span<const ItemRow> rowsOf(const webdav::ItemKind& kind) {
@@ -87,8 +88,10 @@ ItemAnswers::ItemAnswers(PropFindResponseBase& response,
                          bool hrefsAreUnique)
     : response_(response), context_(context), hrefsAreUnique_(hrefsAreUnique) {
     for (const PropertyName& requested : properties) {
-        rows_.push_back(rowOf(context.kind, requested));
-        properties_.push_back({requested.namespaceUri, requested.name, 404, {}});
+        const ItemRow* const row = rowOf(context.kind, requested);
+        rows_.push_back(row);
+        properties_.push_back(
+            {requested.namespaceUri, requested.name, row != nullptr && row->plain, 404, {}});
     }
 }
 

@@ -1,6 +1,7 @@
 #include "webdav/dav/MultistatusWriter.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "webdav/dav/Namespaces.h"
 #include "webdav/frame/ISAPIRequest.h"
@@ -8,6 +9,12 @@
 namespace DAV {
 
 namespace {
+
+constexpr std::string_view kPropBegin = "<D:propstat><D:prop>";
+constexpr std::string_view kPropEnd = "</D:prop>";
+
+// One long item does not mean that all are.
+constexpr size_t kLongestExpected = 1024;
 
 webdav::PrefixMap prefixes() {
     return {
@@ -18,11 +25,12 @@ webdav::PrefixMap prefixes() {
     };
 }
 
-std::string statusLine(uint16_t status) {
-    std::string line = "HTTP/1.1 ";
-    line += std::to_string(status);
-    line += ' ';
-    return line += webdav::ISAPIRequest::StatusText(status);
+std::string propStatEnd(uint16_t status) {
+    std::string end = "<D:status>HTTP/1.1 ";
+    end += std::to_string(status);
+    end += ' ';
+    end += webdav::ISAPIRequest::StatusText(status);
+    return end += "</D:status></D:propstat>";
 }
 
 }  // namespace
@@ -35,29 +43,82 @@ void MultistatusWriter::write(const ResponseRecord& response) {
     writeResponse(response, brief_);
 }
 
-void MultistatusWriter::write(std::string_view href, std::span<const TextProperty> properties) {
-    statuses_.clear();
-    for (const TextProperty& property : properties) {
-        const bool known = std::ranges::find(statuses_, property.status) != statuses_.end();
-        if (!known) statuses_.push_back(property.status);
+void MultistatusWriter::writeItem(std::string_view href, std::span<const TextProperty> properties) {
+    if (!hasForm(href, properties)) makeForm(href, properties);
+    const size_t begin = document_.size();
+    document_.markup(hrefIsEmpty_ ? "<D:response><D:href/>" : "<D:response><D:href>");
+    // Of all that markup escapes, a URI may hold "&" alone.
+    writeText(href, href.find('&') == href.npos);
+    for (const Gap& gap : gaps_) {
+        const TextProperty& property = properties[gap.property];
+        document_.markup(gap.markup);
+        writeText(property.text, property.plain);
     }
-    document_.markup("<D:response>");
-    document_.element(kDav, "href", href);
-    for (const uint16_t status : statuses_) {
-        if (brief_ && status == 404) continue;
-        document_.markup("<D:propstat>");
-        document_.open(kDav, "prop");
-        for (const TextProperty& property : properties)
-            if (property.status == status)
-                document_.element(property.namespaceUri, property.name, property.text);
-        endPropStat(status);
-    }
-    document_.markup("</D:response>");
+    document_.markup(rest_);
+    if (expectedItems_ > 0) makeRoom(document_.size() - begin);
 }
 
 std::string MultistatusWriter::takeText() {
     document_.close();
     return document_.takeText();
+}
+
+/// For all items, now that the length of one is known.
+void MultistatusWriter::makeRoom(size_t length) {
+    const size_t expected = std::min(length * 9 / 8, kLongestExpected);
+    document_.reserve(document_.size() + std::exchange(expectedItems_, 0) * expected);
+}
+
+void MultistatusWriter::writeText(std::string_view text, bool plain) {
+    if (plain) {
+        document_.markup(text);
+    } else {
+        document_.content(text);
+    }
+}
+
+bool MultistatusWriter::hasForm(std::string_view href,
+                                std::span<const TextProperty> properties) const {
+    return !rest_.empty() && hrefIsEmpty_ == href.empty() &&
+           std::ranges::equal(shapes_, properties, [](const Shape& shape, const TextProperty& its) {
+               return shape.status == its.status && shape.empty == its.text.empty();
+           });
+}
+
+void MultistatusWriter::makeForm(std::string_view href, std::span<const TextProperty> properties) {
+    hrefIsEmpty_ = href.empty();
+    shapes_.clear();
+    gaps_.clear();
+    rest_ = hrefIsEmpty_ ? "" : "</D:href>";
+    std::vector<uint16_t> statuses;  // in the order of their first use
+    for (const TextProperty& property : properties) {
+        shapes_.push_back({property.status, property.text.empty()});
+        const bool known = std::ranges::find(statuses, property.status) != statuses.end();
+        if (!known) statuses.push_back(property.status);
+    }
+    for (const uint16_t status : statuses)
+        if (!brief_ || status != 404) addPropStat(status, properties);
+    rest_ += "</D:response>";
+}
+
+void MultistatusWriter::addPropStat(uint16_t status, std::span<const TextProperty> properties) {
+    bool empty = true;
+    for (size_t i = 0; i < properties.size(); ++i) {
+        const TextProperty& property = properties[i];
+        if (property.status != status) continue;
+        // What a client asks for may have a name that no document can hold.
+        const webdav::TagName* const tag = document_.tags(property.namespaceUri, property.name);
+        if (tag == nullptr) continue;
+        if (std::exchange(empty, false)) rest_ += kPropBegin;
+        if (property.text.empty()) {
+            tag->appendEmptyTag(rest_);
+        } else {
+            rest_ += tag->startTag();
+            gaps_.push_back({std::exchange(rest_, std::string(tag->endTag())), i});
+        }
+    }
+    rest_ += empty ? "<D:propstat><D:prop/>" : kPropEnd;
+    rest_ += propStatEnd(status);
 }
 
 void MultistatusWriter::writeResponse(const ResponseRecord& response, bool brief) {
@@ -72,17 +133,8 @@ void MultistatusWriter::writePropStat(const PropStatRecord& propstat) {
     document_.markup("<D:propstat>");
     document_.open(kDav, "prop");
     for (const PropertyRecord& property : propstat.properties) writeElement(property);
-    endPropStat(propstat.status);
-}
-
-void MultistatusWriter::endPropStat(uint16_t status) {
     document_.close();
-    if (status == 200) {
-        document_.markup("<D:status>HTTP/1.1 200 OK</D:status>");
-    } else {
-        document_.element(kDav, "status", statusLine(status));
-    }
-    document_.markup("</D:propstat>");
+    document_.markup(propStatEnd(propstat.status));
 }
 
 void MultistatusWriter::writeElement(const ElementRecord& element) {

@@ -24,15 +24,10 @@ void PropFindResponseBase::addProperty(std::string_view href, uint16_t status,
     propstat->properties.push_back(std::move(property));
 }
 
-void PropFindResponseBase::addItem(std::string_view href, std::span<const TextProperty> properties,
-                                   bool hrefsAreDone) {
-    if (!hrefsAreDone) {
-        for (const TextProperty& each : properties)
-            addProperty(href, each.status, {each.namespaceUri, each.name, each.text, {}, {}, {}});
-        return;
-    }
-    writeResults();
-    if (!properties.empty()) writer_.write(href, properties);
+void PropFindResponseBase::addProperties(std::string_view href,
+                                         std::span<const TextProperty> properties) {
+    for (const TextProperty& each : properties)
+        addProperty(href, each.status, {each.namespaceUri, each.name, each.text, {}, {}, {}});
 }
 
 std::string PropFindResponseBase::takeMultistatus() {

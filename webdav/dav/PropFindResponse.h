@@ -29,10 +29,16 @@ class PropFindResponseBase {
     /// Files a property under its href and status. Hrefs stand in the answer in the order of their
     /// first use, so do the statuses of an href; properties keep the order of the request.
     void addProperty(std::string_view href, uint16_t status, PropertyRecord property);
+    /// How many items will be added, as far as that is known.
+    void expectItems(size_t count) { writer_.expectItems(count); }
     /// The same for all properties of an item. When its href and those before it are used no more
     /// they need not be kept, and are written at once.
     void addItem(std::string_view href, std::span<const TextProperty> properties,
-                 bool hrefsAreDone);
+                 bool hrefsAreDone) {
+        if (!hrefsAreDone) return addProperties(href, properties);
+        if (!results_.empty()) writeResults();
+        if (!properties.empty()) writer_.writeItem(href, properties);
+    }
 
   protected:
     /// The results as a multistatus document, once.
@@ -40,6 +46,7 @@ class PropFindResponseBase {
 
   private:
     ResponseRecord& responseOf(std::string_view href);
+    void addProperties(std::string_view href, std::span<const TextProperty> properties);
     void writeResults();
 
     std::deque<ResponseRecord> results_;  // a deque: the index holds views of the hrefs

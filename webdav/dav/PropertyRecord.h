@@ -50,6 +50,7 @@ inline ElementRecord& ElementRecord::AddChild(std::string_view childNamespace,
 struct TextProperty {
     std::string_view namespaceUri;
     std::string_view name;
+    bool plain = false;  ///< whatever the text, it holds nothing that markup escapes
     uint16_t status = 0;
     std::string text;
 };

@@ -24,6 +24,7 @@ int32_t QueryReponse::run() {
         });
     if (!listed) return -1;
 
+    expectItems(records.size());
     // Clients query a collection under its URL with the closing slash; none is put in between.
     ItemHref href(HrefOfUrl(url), context_.kind);
     ItemAnswers answers(*this, query_.properties(), context_,

@@ -20,10 +20,7 @@ std::string newUid() {
 
 }  // namespace
 
-void GiveTaskUid(const ItemContext& context, StoreItem& item) {
-    const bool missing = item.uid == nullptr || *item.uid == '\0';
-    if (&context.kind != &webdav::kTaskKind || !missing) return;
-
+void GiveNewTaskUid(const ItemContext& context, StoreItem& item) {
     const char* tag = context.request.RequestTag();
     const std::string& folderPath = context.folder.folderPath;
     Log(webdav::kLogDebug, tag, "Creating iCalUID for task: %s:d", folderPath.c_str());

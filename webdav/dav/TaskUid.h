@@ -5,8 +5,13 @@
 
 namespace DAV {
 
-/// Gives a task without a UID a new one and stores it at once, so that later requests see the same
-/// href. Does nothing for tasks that have one, and for the other kinds.
-void GiveTaskUid(const ItemContext& context, StoreItem& item);
+/// Gives a task a new UID and stores it at once, so that later requests see the same href.
+void GiveNewTaskUid(const ItemContext& context, StoreItem& item);
+
+/// The same for a task without one. Does nothing for others, and for the other kinds.
+inline void GiveTaskUid(const ItemContext& context, StoreItem& item) {
+    if (&context.kind != &webdav::kTaskKind) return;
+    if (item.uid == nullptr || *item.uid == '\0') GiveNewTaskUid(context, item);
+}
 
 }  // namespace DAV

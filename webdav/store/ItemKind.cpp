@@ -1,5 +1,9 @@
 #include "webdav/store/ItemKind.h"
 
+#include <array>
+#include <cstring>
+
+#include "webdav/base/CStr.h"
 #include "webdav/store/StoreOperations.h"
 
 namespace webdav {
@@ -19,11 +23,6 @@ std::string identifierOf(const StoreItem& item) {
 
 // The shapes in which the store's operations take their arguments. Which operation is meant, the
 // tables below say.
-
-template <auto kOperation>
-void onRecord(StoreItem* item) {
-    (store().*kOperation)(item);
-}
 
 template <auto kOperation>
 void copyRecord(StoreItem* to, const StoreItem* from) {
@@ -137,14 +136,16 @@ int32_t setContactData(const StoreItem& item, const FolderAccess& folder, const 
                                                folder.folderPath.c_str(), text, length);
 }
 
-/// Writes a number, filled up with zeros, and what follows it; the result is where the next goes. A
-/// listing has a stamp for each item: printf would be a third of its work.
-char* writePadded(char* out, unsigned number, int width, char next) {
-    constexpr unsigned kBeyond[] = {1, 10, 100, 1000, 10000};
-    while (width < 5 && number >= kBeyond[width]) ++width;
-    for (int i = width; i-- > 0; number /= 10) out[i] = static_cast<char>('0' + number % 10);
-    out[width] = next;
-    return out + width + 1;
+constexpr auto kPairs = [] {
+    std::array<std::array<char, 2>, 100> pairs{};
+    for (size_t i = 0; i < pairs.size(); ++i)
+        pairs[i] = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
+    return pairs;
+}();
+
+/// Writes a number of two digits.
+void writePair(char* out, unsigned number) {
+    std::memcpy(out, kPairs[number].data(), 2);
 }
 
 }  // namespace
@@ -157,8 +158,8 @@ const ItemKind kCalendarKind{
     .ownKeyword = "calendar",
     .contentType = "text/calendar",
     .operations = {
-        .init = onRecord<&Operations::CV_CalInitCalItemEx>,
-        .free = onRecord<&Operations::CV_CalFreeCalItemEx>,
+        .init = &Operations::CV_CalInitCalItemEx,
+        .free = &Operations::CV_CalFreeCalItemEx,
         .copy = copyRecord<&Operations::CV_CalCopyCalItemEx>,
         .defaultFolder = folderOfUser<&Operations::CV_CalGetDefaultFolder>,
         .list = listEvents,
@@ -181,8 +182,8 @@ const ItemKind kTaskKind{
     .ownKeyword = "tasklist",
     .contentType = "text/calendar",
     .operations = {
-        .init = onRecord<&Operations::CV_TaskInitTaskItemEx>,
-        .free = onRecord<&Operations::CV_TaskFreeTaskItemEx>,
+        .init = &Operations::CV_TaskInitTaskItemEx,
+        .free = &Operations::CV_TaskFreeTaskItemEx,
         .copy = copyRecord<&Operations::CV_TaskCopyTaskItemEx>,
         .defaultFolder = folderOfUser<&Operations::CV_TaskGetDefaultFolder>,
         .list = listFolder<&Operations::CV_TaskGetAllItemsEx>,
@@ -205,8 +206,8 @@ const ItemKind kContactKind{
     .ownKeyword = "addressbook",
     .contentType = "text/vcard",
     .operations = {
-        .init = onRecord<&Operations::CV_ContactInitItemEx>,
-        .free = onRecord<&Operations::CV_ContactFreeItemEx>,
+        .init = &Operations::CV_ContactInitItemEx,
+        .free = &Operations::CV_ContactFreeItemEx,
         .copy = copyRecord<&Operations::CV_ContactCopyItemEx>,
         .defaultFolder = folderOfUser<&Operations::CV_ContactGetDefaultFolder>,
         .list = listFolder<&Operations::CV_ContactGetAllItemsEx>,
@@ -228,15 +229,26 @@ const ItemKind* KindOfFolderType(std::string_view folderType) {
 }
 
 void AppendStamp(std::string& text, const StoreDateTime& time) {
-    char stamp[7 * 6];
-    char* end = writePadded(stamp, time.year, 4, '-');
-    end = writePadded(end, time.month, 2, '-');
-    end = writePadded(end, time.day, 2, 'T');
-    end = writePadded(end, time.hour, 2, ':');
-    end = writePadded(end, time.minute, 2, ':');
-    end = writePadded(end, time.second, 2, '.');
-    end = writePadded(end, time.milliseconds, 3, 'Z');
-    text.append(stamp, end);
+    const auto [year, month, weekDay, day, hour, minute, second, milliseconds] = time;
+    const bool isCommon = year < 10000 && month < 100 && day < 100 && hour < 100 && minute < 100 &&
+                          second < 100 && milliseconds < 1000;
+    if (!isCommon) {
+        text += FormatText("%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", year, month, day, hour, minute,
+                           second, milliseconds);
+        return;
+    }
+    // A listing has a stamp for each item: printf would be a third of its work.
+    char stamp[] = "0000-00-00T00:00:00.000Z";
+    writePair(stamp, year / 100U);
+    writePair(stamp + 2, year % 100U);
+    writePair(stamp + 5, month);
+    writePair(stamp + 8, day);
+    writePair(stamp + 11, hour);
+    writePair(stamp + 14, minute);
+    writePair(stamp + 17, second);
+    writePair(stamp + 20, milliseconds / 10U);
+    stamp[22] = static_cast<char>('0' + milliseconds % 10);
+    text.append(stamp, sizeof stamp - 1);
 }
 
 std::string FormatStamp(const StoreDateTime& time) {

@@ -28,8 +28,9 @@ struct ItemRange {
 };
 
 struct ItemOperations {
-    void (*init)(StoreItem* item);
-    void (*free)(StoreItem* item);
+    /// As the store has them, since listings call them for thousands of records.
+    void (*StoreOperations::*init)(StoreItem* item);
+    void (*StoreOperations::*free)(StoreItem* item);
     void (*copy)(StoreItem* to, const StoreItem* from);
     void (*defaultFolder)(StoreUserHandle user, char* path);
     int32_t (*list)(StoreItem* items, uint32_t* count, const FolderAccess& folder);

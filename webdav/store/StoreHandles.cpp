@@ -59,11 +59,11 @@ StoreFolderList::~StoreFolderList() {
 }
 
 ItemRecord::ItemRecord(const ItemKind& kind) : kind_(kind) {
-    kind_.operations.init(&item_);
+    (store().*kind_.operations.init)(&item_);
 }
 
 ItemRecord::~ItemRecord() {
-    kind_.operations.free(&item_);
+    (store().*kind_.operations.free)(&item_);
 }
 
 ItemRecords::~ItemRecords() {
@@ -74,7 +74,8 @@ void ItemRecords::Renew(size_t count) {
     Release(0);
     // The operation prepares a record whatever its memory held.
     items_ = std::make_unique_for_overwrite<StoreItem[]>(count);
-    for (; count_ < count; ++count_) kind_.operations.init(&items_[count_]);
+    const auto init = store().*kind_.operations.init;
+    for (; count_ < count; ++count_) init(&items_[count_]);
 }
 
 void ItemRecords::Shrink(size_t count) {
@@ -82,7 +83,8 @@ void ItemRecords::Shrink(size_t count) {
 }
 
 void ItemRecords::Release(size_t from) {
-    while (count_ > from) kind_.operations.free(&items_[--count_]);
+    const auto free = store().*kind_.operations.free;
+    while (count_ > from) free(&items_[--count_]);
 }
 
 }  // namespace webdav

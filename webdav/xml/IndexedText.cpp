@@ -22,12 +22,8 @@ void appendText(std::string& out, std::string_view content) {
 }
 
 void appendElement(std::string& out, const TagName& tag, std::string_view text) {
+    if (text.empty()) return tag.appendEmptyTag(out);
     out += tag.startTag();
-    if (text.empty()) {
-        out.back() = '/';
-        out += '>';
-        return;
-    }
     appendContent(out, text);
     out += tag.endTag();
 }

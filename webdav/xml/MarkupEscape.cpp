@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 
+#include "webdav/base/OrdinaryBytes.h"
 #include "webdav/xml/EntityNames.h"
 
 namespace webdav {
@@ -22,19 +23,11 @@ constexpr Escape kAttributeEscapes[] = {{'&', "&amp;"},  {'<', "&lt;"},    {'>',
                                         {'"', "&quot;"}, {'\'', "&apos;"}, {'\t', "&#9;"},
                                         {'\n', "&#10;"}, {'\r', "&#13;"}};
 
-constexpr size_t kAtOnce = 16;
-
-/// Whether none of these bytes is escaped in content: most text is made of such. Written so that
-/// a compiler makes it a few steps for all bytes together; "<" is one bit less than ">".
-bool isPlain(const char* text) {
-    unsigned char special = 0;
-    for (size_t i = 0; i < kAtOnce; ++i) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        const bool control = (c < ' ') & (c != '\n') & (c != '\r') & (c != '\t');
-        special = static_cast<unsigned char>(special | control | (c == '&') | ((c | 2) == '>'));
-    }
-    return special == 0;
-}
+/// Whether a byte is escaped or dropped in content.
+constexpr auto isSpecial = [](uint8_t c) -> bool {
+    const bool control = (c < ' ') ^ (c == '\t') ^ (c == '\n') ^ (c == '\r');
+    return control ^ (c == '&') ^ ((c | 2) == '>');  // "<" is one bit less than ">"
+};
 
 /// For every byte, what is written for it: 0 itself, 1 nothing, else the escape of this number - 2.
 class EscapeTable {
@@ -51,14 +44,10 @@ class EscapeTable {
     }
 
     void append(std::string& out, std::string_view text) const {
-        const bool looksAhead = !escapesQuotes_ && text.size() >= kAtOnce;
-        size_t begin = 0;
+        size_t begin = 0;  // of what is not copied yet
         for (size_t i = 0; i < text.size();) {
-            if (looksAhead && isPlain(text.data() + std::min(i, text.size() - kAtOnce))) {
-                i += kAtOnce;
-                continue;
-            }
-            for (const size_t end = std::min(i + kAtOnce, text.size()); i < end; ++i) {
+            if (!escapesQuotes_) i += ordinaryStart(text.substr(i), isSpecial);
+            for (const size_t end = std::min(i + kBytesAtOnce, text.size()); i < end; ++i) {
                 const uint8_t action = action_[index(text[i])];
                 if (action == 0) continue;
                 out.append(text, begin, i - begin);

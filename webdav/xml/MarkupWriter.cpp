@@ -45,11 +45,6 @@ void MarkupWriter::content(std::string_view text) {
     appendContent(text_, text);
 }
 
-void MarkupWriter::markup(std::string_view markup) {
-    endStartTag();
-    text_ += markup;
-}
-
 void MarkupWriter::close() {
     const size_t begin = endTags_.size() - lengths_.back();
     if (std::exchange(startTagIsOpen_, false)) {
@@ -63,20 +58,23 @@ void MarkupWriter::close() {
 
 bool MarkupWriter::element(std::string_view uri, std::string_view localName,
                            std::string_view text) {
-    const TagName* const tag = tagOf(uri, localName);
+    const TagName* const tag = tags(uri, localName);
     if (tag == nullptr) return false;
     endStartTag();
     if (text.empty()) {
-        const std::string_view start = tag->startTag();
-        text_ += start.substr(0, start.size() - 1);
-        text_ += "/>";
+        tag->appendEmptyTag(text_);
     } else {
         text_ += tag->startTag();
         appendContent(text_, text);
         text_ += tag->endTag();
     }
-    if (text_.size() < kShortText) settle();
     return true;
+}
+
+const TagName* MarkupWriter::tags(std::string_view uri, std::string_view localName) {
+    const TagName* const tag = tagOf(uri, localName);
+    if (text_.size() < kShortText) settle();
+    return tag;
 }
 
 std::string MarkupWriter::takeText() {
@@ -102,10 +100,6 @@ const TagName* MarkupWriter::declare(std::string_view uri, std::string_view loca
     declarations_ += declaration;
     rootLength_ += declaration.size();
     return tag;
-}
-
-void MarkupWriter::endStartTag() {
-    if (std::exchange(startTagIsOpen_, false)) text_ += '>';
 }
 
 void MarkupWriter::settle() {

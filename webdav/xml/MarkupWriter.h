@@ -30,11 +30,17 @@ class MarkupWriter {
     /// Text within the element that has just begun; an empty one leaves it without content.
     void content(std::string_view text);
     /// Markup that is known to be right where it stands, with prefixes that are declared already.
-    void markup(std::string_view markup);
+    void markup(std::string_view markup) {
+        endStartTag();
+        text_ += markup;
+    }
     /// Ends the innermost element.
     void close();
     /// An element within the innermost open one, with nothing but text.
     bool element(std::string_view uri, std::string_view localName, std::string_view text = {});
+    /// The tags of such an element, to be written as markup, until others are asked for; null where
+    /// the element would be refused.
+    const TagName* tags(std::string_view uri, std::string_view localName);
 
     /// The length of the text so far, and room for a longer one.
     size_t size() const { return text_.size(); }
@@ -45,7 +51,9 @@ class MarkupWriter {
   private:
     const TagName* tagOf(std::string_view uri, std::string_view localName);
     const TagName* declare(std::string_view uri, std::string_view localName);
-    void endStartTag();
+    void endStartTag() {
+        if (std::exchange(startTagIsOpen_, false)) text_ += '>';
+    }
     void settle();
 
     PrefixMap prefixes_;

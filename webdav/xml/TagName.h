@@ -29,6 +29,8 @@ class TagName {
 
     std::string_view startTag() const { return {text_.data(), nameEnd_ + 1}; }
     std::string_view endTag() const { return std::string_view(text_).substr(nameEnd_ + 1); }
+    /// The one tag of an element without content.
+    void appendEmptyTag(std::string& out) const { out.append(text_, 0, nameEnd_).append("/>"); }
 
   private:
     bool write(std::string_view part, NameBytes set);
