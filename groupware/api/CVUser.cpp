@@ -53,12 +53,13 @@ void fill(char (&buffer)[kSize], std::string_view text) {
     fill(buffer, kSize, text);
 }
 
-StoreUserHandle handleFor(const std::optional<AccountRow>& account) {
+StoreUserHandle handleFor(std::optional<AccountRow> account) {
     if (!account) return STORE_NO_USER;
-    engine().refreshMirror(account->id);
+    engine().refreshMirror(*account);
     engine().refreshMirror(kPublicAccount);  // whoever has an account may go there next
-    return handOut(
-        std::make_unique<AccountHandle>(AccountHandle{*account, engine().mailDirectory(*account)}));
+    std::string directory = engine().mailDirectory(*account);
+    return handOut(std::make_unique<AccountHandle>(
+        AccountHandle{*std::move(account), std::move(directory)}));
 }
 
 template <typename Test>
@@ -94,7 +95,7 @@ StoreFolderRecord recordOf(const AccountRow& owner, const FolderRow& folder,
 }
 
 std::vector<StoreFolderRecord> ownFolders(const AccountRow& account) {
-    engine().followChanges(account.id);
+    engine().followChanges(account);
     std::vector<StoreFolderRecord> records;
     for (const FolderRow& folder : engine().database().folders(account.id)) {
         records.push_back(recordOf(account, folder, ""));
@@ -142,10 +143,10 @@ PLATFORM_EXPORT StoreUserHandle CV_GetByEmail(const char* address) {
 
 PLATFORM_EXPORT StoreUserHandle CV_GetByAlias(const char* address, const char* /*reserved*/) {
     return guarded(STORE_NO_USER, [&] {
-        const auto account = engine().database().accountByAlias(lowerAscii(textOf(address)));
+        auto account = engine().database().accountByAlias(lowerAscii(textOf(address)));
         // Logins come this way, and end here when nobody has the address.
         if (!account) engine().passwords().spendACheck();
-        return handleFor(account);
+        return handleFor(std::move(account));
     });
 }
 
@@ -163,7 +164,7 @@ PLATFORM_EXPORT void CV_GetMailDir(StoreUserHandle user, char* directory) {
     guarded([&] {
         const AccountHandle* account = behind(user);
         if (!account) return;
-        engine().followChanges(account->account.id);
+        engine().followChanges(account->account);
         fill(directory, STORE_PATH_SIZE, account->mailDirectory);
     });
 }
@@ -177,7 +178,8 @@ PLATFORM_EXPORT int32_t CV_ValidateUser(StoreUserHandle user, const char* passwo
     return guarded(0, [&] {
         // No account takes the time of a wrong password as well.
         const AccountHandle* account = behind(user);
-        return engine().passwords().isRight(account ? account->account : AccountRow(),
+        static const AccountRow kNobody;
+        return engine().passwords().isRight(account ? account->account : kNobody,
                                             textOf(password))
                    ? 1
                    : 0;
