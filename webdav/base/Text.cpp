@@ -149,6 +149,9 @@ std::string Base64Decode(std::string_view text) {
 }
 
 std::string EncodeModifiedUtf7(std::string_view utf8) {
+    // Most names read the same in either form.
+    const auto isPlain = [](char c) { return c >= ' ' && c <= '~' && c != '&'; };
+    if (std::ranges::all_of(utf8, isPlain)) return std::string(utf8);
     std::string name;
     BitRegroup bits(6);
     bool inRun = false;
@@ -200,7 +203,10 @@ std::string RemoveInvalidUtf8(std::string_view bytes) {
 }
 
 bool EqualsNoCase(std::string_view left, std::string_view right) {
-    return std::ranges::equal(left, right, {}, toLower, toLower);
+    if (left.size() != right.size()) return false;
+    for (size_t i = 0; i < left.size(); ++i)
+        if (left[i] != right[i] && toLower(left[i]) != toLower(right[i])) return false;
+    return true;
 }
 
 bool StartsWithNoCase(std::string_view text, std::string_view prefix) {

@@ -28,8 +28,11 @@ std::string withoutFolderExtensions(std::string_view name) {
 }
 
 bool liesInOwnTree(const WebDAVRequest& request, const std::string& folderPath) {
-    const std::string& mailDirectory = request.Account().mailDirectory;
-    return !mailDirectory.empty() && webdav::StartsWithNoCase(folderPath + "\\", mailDirectory);
+    // The folder may be the tree itself, whose name then lacks its closing backslash.
+    std::string_view tree = request.Account().mailDirectory;
+    if (tree.empty()) return false;
+    if (folderPath.size() + 1 == tree.size()) tree.remove_suffix(1);
+    return webdav::StartsWithNoCase(folderPath, tree);
 }
 
 FolderScope scopeOf(const WebDAVRequest& request, const RequestTarget& target) {

@@ -81,12 +81,12 @@ int32_t PathResolver::resolveKeyword(const PathKeyword& keyword, Segments rest) 
 int32_t PathResolver::resolveOwn(const ItemKind& kind, Segments rest) {
     target_.kind = kind.folderType;
     target_.owner = account_;
-    const StoreAccount account = StoreAccount::ByEmail(account_);
+    const StoreAccount account = request_.OwnAccount();
     if (!account.valid()) {
         request_.SendHttpError(500, "Error", "Unable to get Corvane user handle");
         return -1;
     }
-    const std::string base = account.MailDirectory();
+    const std::string& base = account.MailDirectory();
     const FolderReading reading = readSegments(
         rest, SegmentForm::kNames, [&](Segments names) { return FindFolder(base, names).exists; });
     target_.itemName = reading.item;
