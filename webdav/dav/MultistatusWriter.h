@@ -27,7 +27,7 @@ class MultistatusWriter {
     void writeResponse(const ResponseRecord& response, bool brief);
     void writePropStat(const PropStatRecord& propstat);
     void endPropStat(uint16_t status);
-    void writeElement(const ElementRecord& element);
+    void writeProperty(const PropertyRecord& property);
 
     bool brief_;
     std::vector<uint16_t> statuses_;  // of one response, in the order of their first use

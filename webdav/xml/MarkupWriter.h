@@ -36,6 +36,13 @@ class MarkupWriter {
     /// An element within the innermost open one, with nothing but text.
     bool element(std::string_view uri, std::string_view localName, std::string_view text = {});
 
+    /// Makes sure that a namespace is declared, for markup that uses its prefix; false when the
+    /// root has no room for it.
+    bool declareNamespace(std::string_view uri) {
+        constexpr std::string_view kAnyName = "any";
+        return declared_.prefixOf(uri) != nullptr || declare(uri, kAnyName) != nullptr;
+    }
+
     /// The length of the text so far, and room for a longer one.
     size_t size() const { return text_.size(); }
     void reserve(size_t size) { text_.reserve(size); }
