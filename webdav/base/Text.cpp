@@ -249,12 +249,14 @@ std::string DecodeSlashes(std::string_view name) {
     constexpr std::string_view kEscape = "%2F";
     std::string decoded;
     decoded.reserve(name.size());
-    while (!name.empty()) {
+    for (size_t at = name.find('%'); at != name.npos; at = name.find('%')) {
+        decoded += name.substr(0, at);
+        name.remove_prefix(at);
         const bool slash = StartsWithNoCase(name, kEscape);
-        decoded.push_back(slash ? '/' : name.front());
+        decoded += slash ? '/' : '%';
         name.remove_prefix(slash ? kEscape.size() : 1);
     }
-    return decoded;
+    return decoded += name;
 }
 
 std::string DecodeUriPath(std::string_view encoded) {

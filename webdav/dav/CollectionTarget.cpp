@@ -16,15 +16,14 @@ constexpr std::string_view kFolderExtension = ".IMAP";
 std::string withoutFolderExtensions(std::string_view name) {
     std::string bare;
     bare.reserve(name.size());
-    while (!name.empty()) {
-        if (webdav::StartsWithNoCase(name, kFolderExtension)) {
-            name.remove_prefix(kFolderExtension.size());
-        } else {
-            bare.push_back(name.front());
-            name.remove_prefix(1);
-        }
+    for (size_t at = name.find('.'); at != name.npos; at = name.find('.')) {
+        bare += name.substr(0, at);
+        name.remove_prefix(at);
+        const bool isExtension = webdav::StartsWithNoCase(name, kFolderExtension);
+        if (!isExtension) bare += '.';
+        name.remove_prefix(isExtension ? kFolderExtension.size() : 1);
     }
-    return bare;
+    return bare += name;
 }
 
 bool liesInOwnTree(const WebDAVRequest& request, const std::string& folderPath) {
