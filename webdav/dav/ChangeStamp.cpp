@@ -5,6 +5,7 @@
 
 #include "platform/Files.h"
 #include "platform/LocalTime.h"
+#include "webdav/base/Text.h"
 #include "webdav/xml/AttributeReader.h"
 #include "webdav/xml/MarkupScanner.h"
 #include "webdav/xml/TextEncoding.h"
@@ -29,10 +30,13 @@ bool isYoung(const std::string& marker) {
 
 /// The attribute of the first element, which is all that is read.
 std::string stampOfRoot(std::string bytes) {
-    webdav::MarkupResults unread;
-    const std::string text = webdav::decodeText(std::move(bytes), unread);
+    // Those that the store writes need no decoding.
+    if (bytes.find('\0') != bytes.npos || !webdav::IsValidUtf8(bytes)) {
+        webdav::MarkupResults unread;
+        bytes = webdav::decodeText(std::move(bytes), unread);
+    }
     webdav::MarkupNode node;
-    for (webdav::MarkupScanner scanner(text); scanner.next(node);) {
+    for (webdav::MarkupScanner scanner(bytes); scanner.next(node);) {
         if (node.tagName.empty() || node.kind == webdav::NodeKind::kEndTag) continue;
         webdav::MarkupAttribute stamp;
         return findAttribute(node.text, "lastModified", stamp) ? stamp.value() : std::string();

@@ -6,7 +6,7 @@ namespace DAV {
 
 namespace {
 
-constexpr size_t kUsualProperties = 8;
+constexpr size_t kUsualProperties = 4;
 
 }  // namespace
 
