@@ -220,7 +220,7 @@ bool ListHome(PropFindResponseBase& response, webdav::WebDAVRequest& request,
               const PropFindRequest& propfind, const ItemKind& kind) {
     const HomeDescription& home = &kind == &webdav::kContactKind ? kAddressBookHome : kCalendarHome;
     const std::string address = request.AccountNameForAccess();
-    const StoreAccount account = request.OwnAccount();
+    const StoreAccount account = StoreAccount::ByEmail(address);
     if (!account.valid()) {
         Log(webdav::kLogError, request.RequestTag(), home.unknownAccount, address.c_str());
         return false;

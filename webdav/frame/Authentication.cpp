@@ -107,10 +107,6 @@ int32_t WebDAVRequest::LogIn(Credentials& credentials) {
     return 0;
 }
 
-StoreAccount WebDAVRequest::OwnAccount() const {
-    return login_ ? login_->Lent() : StoreAccount::ByEmail(AccountNameForAccess());
-}
-
 StoreAccount WebDAVRequest::AccountOf(const std::string& address) const {
     if (login_ && EqualsNoCase(address, account_.email)) return login_->Lent();
     return StoreAccount::ByAlias(address);

@@ -81,7 +81,7 @@ int32_t PathResolver::resolveKeyword(const PathKeyword& keyword, Segments rest) 
 int32_t PathResolver::resolveOwn(const ItemKind& kind, Segments rest) {
     target_.kind = kind.folderType;
     target_.owner = account_;
-    const StoreAccount account = request_.OwnAccount();
+    const StoreAccount account = StoreAccount::ByEmail(account_);
     if (!account.valid()) {
         request_.SendHttpError(500, "Error", "Unable to get Corvane user handle");
         return -1;

@@ -54,8 +54,6 @@ class WebDAVRequest : public ISAPIRequest {
     std::string Method() const;
     const std::string& Url() { return Data().GetServerVar("URL"); }
 
-    /// The account that the request acts for; none for a guest.
-    StoreAccount OwnAccount() const;
     /// The account of that address or alias, which may be the one that is logged in.
     StoreAccount AccountOf(const std::string& address) const;
     /// The account's address, or "guest" when a token admitted the request.
