@@ -126,8 +126,8 @@ class MarkupDocument {
     DeclaredNamespaces declared_;
     bool declarationsRead_ = false;
     std::unique_ptr<TagNames> tags_;  // made when an element is added
-    TagName tag_;         // of an element that is added by its whole name
-    std::string markup_;  // what is being written besides
+    TagName tag_;                     // of an element that is added by its whole name
+    std::string markup_;              // what is being written besides
 };
 
 }  // namespace webdav
