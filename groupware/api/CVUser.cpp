@@ -53,12 +53,13 @@ void fill(char (&buffer)[kSize], std::string_view text) {
     fill(buffer, kSize, text);
 }
 
-StoreUserHandle handleFor(const std::optional<AccountRow>& account) {
+StoreUserHandle handleFor(std::optional<AccountRow> account) {
     if (!account) return STORE_NO_USER;
-    engine().refreshMirror(account->id);
+    engine().refreshMirror(*account);
     engine().refreshMirror(kPublicAccount);  // whoever has an account may go there next
+    std::string directory = engine().mailDirectory(*account);
     return handOut(
-        std::make_unique<AccountHandle>(AccountHandle{*account, engine().mailDirectory(*account)}));
+        std::make_unique<AccountHandle>(AccountHandle{*std::move(account), std::move(directory)}));
 }
 
 template <typename Test>
@@ -83,30 +84,31 @@ std::string settingsFile(uint32_t fileId) {
 }
 
 /// The name is the folder's below its owner's directory, with what is to stand before it.
-StoreFolderRecord recordOf(const AccountRow& owner, const FolderRow& folder,
-                           const std::string& prefix) {
-    StoreFolderRecord record{};
+void addRecord(std::vector<StoreFolderRecord>& records, const AccountRow& owner,
+               const FolderRow& folder, const std::string& prefix) {
+    StoreFolderRecord& record = records.emplace_back();
+    const std::string name = folderDirectoryName(folder.name);
     // Both fit: they make up less than the folder's directory, which is shorter than either field.
-    fill(record.imapName, prefix + folderDirectoryName(folder.name));
-    fill(record.directory, engine().folderDirectory(owner, folder));
+    fill(record.imapName, prefix + name);
+    fill(record.directory, engine().mailDirectory(owner) + name);
     fill(record.folderClass, folderClass(folder.kind));
-    return record;
 }
 
 std::vector<StoreFolderRecord> ownFolders(const AccountRow& account) {
-    engine().followChanges(account.id);
+    engine().followChanges(account);
+    const std::vector<FolderRow> folders = engine().database().folders(account.id);
     std::vector<StoreFolderRecord> records;
-    for (const FolderRow& folder : engine().database().folders(account.id)) {
-        records.push_back(recordOf(account, folder, ""));
-    }
+    records.reserve(folders.size());
+    for (const FolderRow& folder : folders) addRecord(records, account, folder, "");
     return records;
 }
 
 std::vector<StoreFolderRecord> recordsOf(const std::vector<OwnedFolder>& folders) {
     std::vector<StoreFolderRecord> records;
+    records.reserve(folders.size());
     for (const auto& [owner, folder] : folders) {
         const std::string prefix = owner.id == kPublicAccount ? "" : owner.address + "\\";
-        records.push_back(recordOf(owner, folder, prefix));
+        addRecord(records, owner, folder, prefix);
     }
     return records;
 }
@@ -142,10 +144,10 @@ PLATFORM_EXPORT StoreUserHandle CV_GetByEmail(const char* address) {
 
 PLATFORM_EXPORT StoreUserHandle CV_GetByAlias(const char* address, const char* /*reserved*/) {
     return guarded(STORE_NO_USER, [&] {
-        const auto account = engine().database().accountByAlias(lowerAscii(textOf(address)));
+        auto account = engine().database().accountByAlias(lowerAscii(textOf(address)));
         // Logins come this way, and end here when nobody has the address.
         if (!account) engine().passwords().spendACheck();
-        return handleFor(account);
+        return handleFor(std::move(account));
     });
 }
 
@@ -163,7 +165,7 @@ PLATFORM_EXPORT void CV_GetMailDir(StoreUserHandle user, char* directory) {
     guarded([&] {
         const AccountHandle* account = behind(user);
         if (!account) return;
-        engine().followChanges(account->account.id);
+        engine().followChanges(account->account);
         fill(directory, STORE_PATH_SIZE, account->mailDirectory);
     });
 }
@@ -177,8 +179,8 @@ PLATFORM_EXPORT int32_t CV_ValidateUser(StoreUserHandle user, const char* passwo
     return guarded(0, [&] {
         // No account takes the time of a wrong password as well.
         const AccountHandle* account = behind(user);
-        return engine().passwords().isRight(account ? account->account : AccountRow(),
-                                            textOf(password))
+        static const AccountRow kNobody;
+        return engine().passwords().isRight(account ? account->account : kNobody, textOf(password))
                    ? 1
                    : 0;
     });
@@ -300,7 +302,7 @@ PLATFORM_EXPORT int32_t CV_GetIMAPFolderList(StoreUserHandle user, uint32_t list
         if (!account) return 0;
         const auto records = foldersOfKind(account->account, listKind);
         if (!records) return 0;
-        auto array = std::make_unique<StoreFolderRecord[]>(records->size());
+        auto array = std::make_unique_for_overwrite<StoreFolderRecord[]>(records->size());
         std::ranges::copy(*records, array.get());
         *folders = array.release();
         *count = static_cast<uint32_t>(records->size());

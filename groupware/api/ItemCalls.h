@@ -64,7 +64,7 @@ void folderOf(StoreUserHandle user, char* path, Find find) {
         const AccountHandle* handle = behind(user);
         if (handle == nullptr) return;
         Engine& engine = Engine::ofProcess();
-        engine.followChanges(handle->account.id);
+        engine.followChanges(handle->account);
         if (const auto folder = find(engine.database(), handle->account.id)) {
             handOutPath(path, engine.folderDirectory(handle->account, *folder));
         }

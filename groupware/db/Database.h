@@ -204,7 +204,8 @@ class Database {
     virtual std::optional<AccountRow> accountByAlias(std::string_view address) = 0;
     virtual std::vector<AccountRow> accounts() = 0;
     virtual std::vector<std::string> aliases(int64_t account) = 0;
-    virtual int64_t accountVersion(int64_t id) = 0;  ///< also for kPublicAccount
+    /// Nothing when there is no such account; also for kPublicAccount.
+    virtual std::optional<int64_t> accountVersion(int64_t id) = 0;
 
     virtual std::vector<FolderRow> folders(int64_t account) = 0;
     /// Names match without regard to ASCII case.

@@ -101,7 +101,7 @@ void SqliteDatabase::prepare(bool create) {
 }
 
 std::vector<std::string> SqliteDatabase::domains() {
-    return answers_->answer("domains", [&] {
+    return *answers_->answer("domains", [&] {
         const auto reader = readers_.take();
         auto query = reader->statement("SELECT name FROM domain ORDER BY name");
         return textsOf(query);
@@ -109,14 +109,14 @@ std::vector<std::string> SqliteDatabase::domains() {
 }
 
 std::optional<AccountRow> SqliteDatabase::account(std::string_view address) {
-    return answers_->answer(question("account", address), [&] {
+    return *answers_->answer(question("account", address), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.address=?1 AND a.id>0");
         return oneAccount(query.bind(address));
     });
 }
 
-std::optional<AccountRow> SqliteDatabase::accountById(int64_t id) {
+std::shared_ptr<const std::optional<AccountRow>> SqliteDatabase::sharedAccount(int64_t id) {
     return answers_->answer(question("id", id), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.id=?1");
@@ -124,9 +124,13 @@ std::optional<AccountRow> SqliteDatabase::accountById(int64_t id) {
     });
 }
 
+std::optional<AccountRow> SqliteDatabase::accountById(int64_t id) {
+    return *sharedAccount(id);
+}
+
 std::optional<AccountRow> SqliteDatabase::accountByAlias(std::string_view address) {
     if (auto found = account(address)) return found;
-    return answers_->answer(question("alias", address), [&] {
+    return *answers_->answer(question("alias", address), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_ACCOUNT
                                        " JOIN alias ON alias.account=a.id WHERE alias.address=?1");
@@ -148,13 +152,13 @@ std::vector<std::string> SqliteDatabase::aliases(int64_t account) {
     return textsOf(query.bind(account));
 }
 
-int64_t SqliteDatabase::accountVersion(int64_t id) {
-    const auto account = accountById(id);
-    return account ? account->version : 0;
+std::optional<int64_t> SqliteDatabase::accountVersion(int64_t id) {
+    const auto account = sharedAccount(id);
+    return *account ? std::optional((*account)->version) : std::nullopt;
 }
 
 std::vector<FolderRow> SqliteDatabase::folders(int64_t account) {
-    return answers_->answer(question("folders", account), [&] {
+    return *answers_->answer(question("folders", account), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_FOLDER " ORDER BY folder");
         query.bind(account);
@@ -165,7 +169,7 @@ std::vector<FolderRow> SqliteDatabase::folders(int64_t account) {
 }
 
 std::optional<FolderRow> SqliteDatabase::folder(int64_t account, std::string_view name) {
-    return answers_->answer(question("folder", account, name), [&] {
+    return *answers_->answer(question("folder", account, name), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_FOLDER " AND name=?2");
         return oneFolder(account, query.bind(account, name));
@@ -173,7 +177,7 @@ std::optional<FolderRow> SqliteDatabase::folder(int64_t account, std::string_vie
 }
 
 std::optional<FolderRow> SqliteDatabase::defaultFolder(int64_t account, ItemKind kind) {
-    return answers_->answer(question("default", account, static_cast<int64_t>(kind)), [&] {
+    return *answers_->answer(question("default", account, static_cast<int64_t>(kind)), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_FOLDER " AND kind=?2 AND is_default=1");
         return oneFolder(account, query.bind(account, static_cast<int64_t>(kind)));
@@ -181,7 +185,7 @@ std::optional<FolderRow> SqliteDatabase::defaultFolder(int64_t account, ItemKind
 }
 
 std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {
-    return answers_->answer(question("on", account), [&] {
+    return *answers_->answer(question("on", account), [&] {
         const auto reader = readers_.take();
         auto query =
             reader->statement(GROUPWARE_GRANT " WHERE g.account=?1 ORDER BY g.folder, a.address");
@@ -190,7 +194,7 @@ std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {
 }
 
 std::vector<GrantRow> SqliteDatabase::grantsTo(int64_t grantee) {
-    return answers_->answer(question("to", grantee), [&] {
+    return *answers_->answer(question("to", grantee), [&] {
         const auto reader = readers_.take();
         auto query =
             reader->statement(GROUPWARE_GRANT " WHERE g.grantee=?1 ORDER BY g.account, g.folder");
@@ -199,7 +203,7 @@ std::vector<GrantRow> SqliteDatabase::grantsTo(int64_t grantee) {
 }
 
 uint32_t SqliteDatabase::grantedRights(FolderKey folder, int64_t grantee) {
-    return answers_->answer(question("rights", folder.account, folder.folder, grantee), [&] {
+    return *answers_->answer(question("rights", folder.account, folder.folder, grantee), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(
             "SELECT rights FROM folder_grant WHERE account=?1 AND folder=?2 AND grantee=?3");

@@ -22,7 +22,7 @@ class SqliteDatabase : public Database {
     std::optional<AccountRow> accountByAlias(std::string_view address) override;
     std::vector<AccountRow> accounts() override;
     std::vector<std::string> aliases(int64_t account) override;
-    int64_t accountVersion(int64_t id) override;
+    std::optional<int64_t> accountVersion(int64_t id) override;
 
     std::vector<FolderRow> folders(int64_t account) override;
     std::optional<FolderRow> folder(int64_t account, std::string_view name) override;
@@ -51,6 +51,8 @@ class SqliteDatabase : public Database {
     std::unique_ptr<DatabaseSnapshot> snapshot() override;
 
   private:
+    std::shared_ptr<const std::optional<AccountRow>> sharedAccount(int64_t id);
+
     std::string path_;
     SqliteWriting writing_;
     SqliteReaders readers_;

@@ -94,13 +94,19 @@ void Engine::closeOfProcess() {
 }
 
 void Engine::refreshMirror(int64_t account) {
-    const auto row = database_->accountById(account);
-    if (row) mirror_->refresh(account, [&] { return mailDirectory(*row); });
+    if (const auto row = database_->accountById(account)) refreshMirror(*row);
+}
+
+void Engine::refreshMirror(const AccountRow& account) {
+    mirror_->refresh(account.id, [&] { return mailDirectory(account); });
 }
 
 void Engine::followChanges(int64_t account) {
-    const auto row = database_->accountById(account);
-    if (row) mirror_->follow(account, [&] { return mailDirectory(*row); });
+    if (const auto row = database_->accountById(account)) followChanges(*row);
+}
+
+void Engine::followChanges(const AccountRow& account) {
+    mirror_->follow(account.id, [&] { return mailDirectory(account); });
 }
 
 std::string Engine::publicDirectory() const {
@@ -120,7 +126,10 @@ std::optional<AccountRow> Engine::findAccount(std::string_view address) {
 std::string Engine::mailDirectory(const AccountRow& account) const {
     if (account.id == kPublicAccount) return publicDirectory() + "\\";
     const auto [mailbox, domain] = addressParts(account.address);
-    return paths_.mail + "\\" + std::string(domain) + "\\" + std::string(mailbox) + "\\";
+    std::string directory;
+    directory.reserve(paths_.mail.size() + account.address.size() + 2);
+    directory.append(paths_.mail).append("\\").append(domain).append("\\").append(mailbox);
+    return directory += '\\';
 }
 
 std::string Engine::folderDirectory(const AccountRow& account, const FolderRow& folder) const {

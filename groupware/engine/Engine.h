@@ -54,9 +54,11 @@ class Engine {
 
     /// Brings the directories and marker files of an account (or of the public folders) up to date.
     void refreshMirror(int64_t account);
+    void refreshMirror(const AccountRow& account);
     /// The same for an account whose handle was handed out a moment ago: what has changed since is
     /// mirrored, but nobody looks whether files were lost meanwhile.
     void followChanges(int64_t account);
+    void followChanges(const AccountRow& account);
 
     /// The directory of the public folders by the main settings, without a closing backslash.
     std::string publicDirectory() const;

@@ -29,14 +29,17 @@ void Mirror::follow(int64_t account, const RootOf& rootOf) {
 
 template <typename Stands>
 void Mirror::bring(int64_t account, const RootOf& rootOf, Stands isStanding) {
+    const auto wanted = database_.accountVersion(account);
+    if (!wanted) return;
     StatePointer known = stateOf(account);
     bool standing = known != nullptr && isStanding(*known);
-    if (standing && known->version == database_.accountVersion(account)) return;
+    if (standing && known->version == wanted) return;
 
     const std::string root = rootOf();
     // Within the lock all is asked again: whoever comes last writes the newest.
     const auto lock = lockTree(root);
-    const int64_t version = database_.accountVersion(account);
+    const auto version = database_.accountVersion(account);
+    if (!version) return;
     if (const StatePointer now = stateOf(account); now != known) {
         known = now;
         standing = known != nullptr && isStanding(*known);
@@ -46,7 +49,7 @@ void Mirror::bring(int64_t account, const RootOf& rootOf, Stands isStanding) {
     if (!tree) return keep(account, nullptr);
 
     auto state = std::make_shared<State>();
-    state->version = version;
+    state->version = *version;
     state->tree = std::move(*tree);
     keep(account, std::move(state));
 }

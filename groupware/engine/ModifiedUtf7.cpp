@@ -1,5 +1,6 @@
 #include "groupware/engine/ModifiedUtf7.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 
@@ -67,9 +68,15 @@ std::optional<std::u16string> decoded(std::string_view text) {
     return units;
 }
 
+/// Most names read the same in either form.
+bool isPlain(std::string_view text) {
+    return std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~' && c != '&'; });
+}
+
 }  // namespace
 
 std::string encodeModifiedUtf7(std::string_view utf8) {
+    if (isPlain(utf8)) return std::string(utf8);
     const std::u16string units = platform::utf8ToUtf16(utf8);
     std::string out;
     for (size_t at = 0; at < units.size();) {
@@ -88,6 +95,7 @@ std::string encodeModifiedUtf7(std::string_view utf8) {
 }
 
 std::string decodeModifiedUtf7(std::string_view text) {
+    if (isPlain(text)) return std::string(text);
     const auto units = decoded(text);
     if (!units) return std::string(text);
     std::string utf8 = platform::utf16ToUtf8(*units);

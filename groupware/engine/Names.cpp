@@ -84,6 +84,8 @@ bool equalsIgnoringCase(std::string_view left, std::string_view right) {
 
 bool isDisplayText(std::string_view text) {
     const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+    const auto isPrintable = [](char c) { return c >= ' ' && c <= '~'; };
+    if (std::ranges::all_of(text, isPrintable)) return true;
     return std::ranges::none_of(text, isControl) &&
            platform::utf16ToUtf8(platform::utf8ToUtf16(text)) == text;
 }

@@ -18,7 +18,11 @@ inline bool equalIgnoringCase(std::string_view a, std::string_view b) {
 /// Orders names that differ only in case as equal.
 struct LessIgnoringCase {
     bool operator()(std::string_view a, std::string_view b) const {
-        return std::ranges::lexicographical_compare(a, b, {}, foldAscii, foldAscii);
+        for (size_t i = 0; i < a.size() && i < b.size(); ++i) {
+            if (a[i] == b[i]) continue;  // the usual case, told without folding
+            if (foldAscii(a[i]) != foldAscii(b[i])) return foldAscii(a[i]) < foldAscii(b[i]);
+        }
+        return a.size() < b.size();
     }
 };
 

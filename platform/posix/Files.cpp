@@ -133,7 +133,9 @@ std::vector<std::string> listDirectory(std::string_view path) {
 }
 
 std::optional<std::string> readFile(std::string_view path, size_t maxBytes) {
-    const Descriptor file = openDescriptor(findPath(path).native, O_RDONLY);
+    // Nearly all are there as spelt, which opening them tells as well as asking first.
+    Descriptor file = openDescriptor(nativeSpelling(path), O_RDONLY);
+    if (!file.valid()) file = openDescriptor(findPath(path).native, O_RDONLY);
     if (!file.valid()) return std::nullopt;
     return readAll(file, maxBytes);
 }

@@ -62,13 +62,19 @@ std::string findIgnoringCase(const std::string& native) {
 
 }  // namespace
 
+std::string nativeSpelling(std::string_view path) {
+    // A NUL would end the name early and so lead to another file than the text says.
+    if (path.find('\0') != std::string_view::npos) return {};
+    std::string native(path);
+    std::ranges::replace(native, '\\', '/');
+    return native;
+}
+
 FoundPath findPath(std::string_view path) {
     FoundPath found;
     errno = ENOENT;
-    // A NUL would end the name early and so lead to another file than the text says.
-    if (path.find('\0') != std::string_view::npos) return found;
-    found.native = path;
-    std::ranges::replace(found.native, '\\', '/');
+    found.native = nativeSpelling(path);
+    if (found.native.empty()) return found;
     found.exists = ::stat(found.native.c_str(), &found.status) == 0;
     if (found.exists || errno != ENOENT) return found;
     found.native = findIgnoringCase(found.native);

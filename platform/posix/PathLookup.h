@@ -24,6 +24,10 @@ struct FoundPath {
     struct stat status {};  ///< of what the path leads to, when it exists
 };
 
+/// The path with the system's dividers, whether or not anything of that name exists; empty for a
+/// text that can name nothing.
+std::string nativeSpelling(std::string_view path);
+
 /// Names of which nothing exists stay as spelt, below what was found.
 FoundPath findPath(std::string_view path);
 

@@ -5,7 +5,6 @@
 namespace platform {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n\v\f";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 struct Line {
@@ -15,10 +14,14 @@ struct Line {
     std::string_view value;
 };
 
+constexpr bool isBlank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
 std::string_view trimmed(std::string_view text) {
-    const size_t start = text.find_first_not_of(kBlanks);
-    if (start == std::string_view::npos) return {};
-    return text.substr(start, text.find_last_not_of(kBlanks) - start + 1);
+    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+    return text;
 }
 
 bool isQuoted(std::string_view value) {

@@ -75,7 +75,7 @@ TEST_F(AnswerCacheTest, AnotherProcessesCommitIsSeenAtOnce) {
 }
 
 TEST_F(AnswerCacheTest, ThreadsSeeWhatWasAcknowledged) {
-    std::atomic<int64_t> acknowledged = database_->accountVersion(alice_.id);
+    std::atomic<int64_t> acknowledged = *database_->accountVersion(alice_.id);
     std::atomic<bool> writing = true;
     std::vector<std::thread> readers;
     for (int reader = 0; reader < 3; ++reader) {

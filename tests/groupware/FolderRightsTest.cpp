@@ -131,7 +131,7 @@ TEST_F(FolderRightsTest, ListsHoldWhatMayBeRead) {
 
 TEST_F(FolderRightsTest, GrantsComeAndGo) {
     ASSERT_FALSE(addAlias(*engine_, kBob, "info@example.test"));
-    const int64_t before = engine_->database().accountVersion(account(kAlice).id);
+    const auto before = engine_->database().accountVersion(account(kAlice).id);
     share(kAlice, "Calendar", "info@example.test", 2);
     EXPECT_GT(engine_->database().accountVersion(account(kAlice).id), before);
     share(kAlice, "Calendar", kBob, 16);

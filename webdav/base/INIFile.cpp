@@ -23,7 +23,10 @@ bool CINIFile::ReadBool(const char* key, bool defaultValue) const {
     if (useStore)
         return store().CV_GetBoolKey(section.c_str(), key, defaultValue ? 1 : 0,
                                      static_cast<uint32_t>(fileId)) != 0;
-    const std::string value = ReadString(key, defaultValue ? "Yes" : "No");
+    return IsYes(ReadString(key, defaultValue ? "Yes" : "No"));
+}
+
+bool CINIFile::IsYes(std::string_view value) {
     return value.starts_with('Y') || value.starts_with('y') || value == "1";
 }
 

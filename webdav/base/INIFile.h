@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace webdav {
 
@@ -24,6 +25,7 @@ class CINIFile {
     std::string ReadString(const char* key, const char* defaultValue) const;
     /// True for a text that begins with "Y" in either case and for exactly "1".
     bool ReadBool(const char* key, bool defaultValue) const;
+    static bool IsYes(std::string_view value);
     int32_t ReadInt(const char* key, int32_t defaultValue) const;
     void WriteString(const char* key, const std::string& value) const;
 };

@@ -64,6 +64,15 @@ std::string WebstrandIniPath() {
     return directory.empty() ? std::string() : directory + "\\Webstrand.ini";
 }
 
+ServiceSwitches ReadServiceSwitches() {
+    const platform::Profile settings(WebstrandIniPath());
+    const auto read = [&](const char* key, bool otherwise) {
+        const auto value = settings.find("WebDAV", key);
+        return value ? CINIFile::IsYes(*value) : otherwise;
+    };
+    return {.enabled = read("Enable", true), .tracing = read("LogMessages", false)};
+}
+
 std::string LogDirectory() {
     CINIFile settings;
     settings.path = ReadRegistryString("IniPath");

@@ -25,6 +25,13 @@ const std::string& WebstrandDirectory();
 /// Empty until the installation is set.
 std::string WebstrandIniPath();
 
+/// What the section [WebDAV] of Webstrand.ini switches.
+struct ServiceSwitches {
+    bool enabled = true;
+    bool tracing = false;  ///< whole requests and answers are written to files
+};
+ServiceSwitches ReadServiceSwitches();
+
 /// The directory of log and trace files by the main settings file, without a closing backslash.
 std::string LogDirectory();
 

@@ -185,6 +185,9 @@ std::string Base64Decode(std::string_view text) {
 }
 
 std::string EncodeModifiedUtf7(std::string_view utf8) {
+    // Most names read the same in either form.
+    const auto isPlain = [](char c) { return c >= ' ' && c <= '~' && c != '&'; };
+    if (std::ranges::all_of(utf8, isPlain)) return std::string(utf8);
     std::string name;
     BitRegroup bits(6);
     bool inRun = false;
@@ -237,7 +240,10 @@ std::string RemoveInvalidUtf8(std::string_view bytes) {
 }
 
 bool EqualsNoCase(std::string_view left, std::string_view right) {
-    return std::ranges::equal(left, right, {}, toLower, toLower);
+    if (left.size() != right.size()) return false;
+    for (size_t i = 0; i < left.size(); ++i)
+        if (left[i] != right[i] && toLower(left[i]) != toLower(right[i])) return false;
+    return true;
 }
 
 bool StartsWithNoCase(std::string_view text, std::string_view prefix) {
@@ -273,12 +279,14 @@ std::string DecodeSlashes(std::string_view name) {
     constexpr std::string_view kEscape = "%2F";
     std::string decoded;
     decoded.reserve(name.size());
-    while (!name.empty()) {
+    for (size_t at = name.find('%'); at != name.npos; at = name.find('%')) {
+        decoded += name.substr(0, at);
+        name.remove_prefix(at);
         const bool slash = StartsWithNoCase(name, kEscape);
-        decoded.push_back(slash ? '/' : name.front());
+        decoded += slash ? '/' : '%';
         name.remove_prefix(slash ? kEscape.size() : 1);
     }
-    return decoded;
+    return decoded += name;
 }
 
 std::string DecodeUriPath(std::string_view encoded) {

@@ -5,7 +5,10 @@
 
 #include "platform/Files.h"
 #include "platform/LocalTime.h"
-#include "webdav/xml/MarkupDocument.h"
+#include "webdav/base/Text.h"
+#include "webdav/xml/AttributeReader.h"
+#include "webdav/xml/MarkupScanner.h"
+#include "webdav/xml/TextEncoding.h"
 
 namespace DAV {
 
@@ -25,13 +28,26 @@ bool isYoung(const std::string& marker) {
     return file && platform::nowUtcMs() - file->writtenNs / 1'000'000 < kYoungMs;
 }
 
-std::string stampIn(const std::string& marker) {
-    webdav::MarkupDocument document;
-    document.load(marker, kMaxMarkerBytes);
-    if (document.findElement()) {
-        std::string stamp = document.attribute("lastModified");
-        if (!stamp.empty()) return stamp;
+/// The attribute of the first element, which is all that is read.
+std::string stampOfRoot(std::string bytes) {
+    // Those that the store writes need no decoding.
+    if (bytes.find('\0') != bytes.npos || !webdav::IsValidUtf8(bytes)) {
+        webdav::MarkupResults unread;
+        bytes = webdav::decodeText(std::move(bytes), unread);
     }
+    webdav::MarkupNode node;
+    for (webdav::MarkupScanner scanner(bytes); scanner.next(node);) {
+        if (node.tagName.empty() || node.kind == webdav::NodeKind::kEndTag) continue;
+        webdav::MarkupAttribute stamp;
+        return findAttribute(node.text, "lastModified", stamp) ? stamp.value() : std::string();
+    }
+    return {};
+}
+
+std::string stampIn(const std::string& marker) {
+    std::optional<std::string> bytes = platform::readFile(marker, kMaxMarkerBytes);
+    std::string stamp = bytes ? stampOfRoot(*std::move(bytes)) : std::string();
+    if (!stamp.empty()) return stamp;
     const std::optional<platform::DateTime> written = platform::lastWriteTime(marker);
     return written ? webdav::FormatStamp(toStoreTime(*written)) : std::string();
 }

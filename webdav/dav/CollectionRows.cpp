@@ -37,16 +37,16 @@ bool fillFolderCtag(PropertyRecord& property, const Target& target) {
 }
 
 bool fillCalendarType(PropertyRecord& property, const Target& target) {
-    property.AddChild(kDav, "collection");
+    property.markup = {{kDav, "<D:collection/>"}};
     switch (target.role) {
         case CollectionRole::kFolder:
-            property.AddChild(kCalDav, "calendar");
+            property.markup.push_back({kCalDav, "<C:calendar/>"});
             break;
         case CollectionRole::kInbox:
-            property.AddChild(kCalDav, "schedule-inbox");
+            property.markup.push_back({kCalDav, "<C:schedule-inbox/>"});
             break;
         case CollectionRole::kOutbox:
-            property.AddChild(kCalDav, "schedule-outbox");
+            property.markup.push_back({kCalDav, "<C:schedule-outbox/>"});
             break;
         case CollectionRole::kHomeSet:
             break;
@@ -55,8 +55,8 @@ bool fillCalendarType(PropertyRecord& property, const Target& target) {
 }
 
 bool fillAddressBookType(PropertyRecord& property, const Target& target) {
-    property.AddChild(kDav, "collection");
-    if (target.isFolder()) property.AddChild(kCardDav, "addressbook");
+    property.markup = {{kDav, "<D:collection/>"}};
+    if (target.isFolder()) property.markup.push_back({kCardDav, "<card:addressbook/>"});
     return true;
 }
 
@@ -109,63 +109,65 @@ bool fillPlainPrivileges(PropertyRecord& property, const Target& target) {
     return true;
 }
 
-void addReport(PropertyRecord& property, std::string_view namespaceUri, std::string_view name) {
-    property.AddChild(kDav, "supported-report")
-        .AddChild(kDav, "report")
-        .AddChild(namespaceUri, name);
-}
+constexpr FixedMarkup kCommonReports = {
+    kDav,
+    "<D:supported-report><D:report><D:expand-property/></D:report></D:supported-report>"
+    "<D:supported-report><D:report><D:principal-property-search/></D:report></D:supported-report>"
+    "<D:supported-report><D:report><D:principal-search-property-set/></D:report></"
+    "D:supported-report>"};
+constexpr FixedMarkup kCalendarReports = {
+    kCalDav,
+    "<D:supported-report><D:report><C:calendar-multiget/></D:report></D:supported-report>"
+    "<D:supported-report><D:report><C:calendar-query/></D:report></D:supported-report>"
+    "<D:supported-report><D:report><C:free-busy-query/></D:report></D:supported-report>"};
+constexpr FixedMarkup kTaskReports = {
+    kCalDav,
+    "<D:supported-report><D:report><C:calendar-multiget/></D:report></D:supported-report>"
+    "<D:supported-report><D:report><C:calendar-query/></D:report></D:supported-report>"};
+constexpr FixedMarkup kAddressBookReports = {
+    kCardDav,
+    "<D:supported-report><D:report><card:addressbook-multiget/></D:report></D:supported-report>"
+    "<D:supported-report><D:report><card:addressbook-query/></D:report></D:supported-report>"};
 
 bool fillCalendarReports(PropertyRecord& property, const Target& target) {
-    addReport(property, kDav, "expand-property");
-    addReport(property, kDav, "principal-property-search");
-    addReport(property, kDav, "principal-search-property-set");
+    property.markup = {kCommonReports};
     if (target.role == CollectionRole::kHomeSet || target.role == CollectionRole::kOutbox)
         return true;
-    addReport(property, kCalDav, "calendar-multiget");
-    addReport(property, kCalDav, "calendar-query");
-    addReport(property, kCalDav, "free-busy-query");
+    property.markup.push_back(kCalendarReports);
     return true;
 }
 
 bool fillTaskReports(PropertyRecord& property, const Target&) {
-    addReport(property, kCalDav, "calendar-multiget");
-    addReport(property, kCalDav, "calendar-query");
+    property.markup = {kTaskReports};
     return true;
 }
 
 bool fillAddressBookReports(PropertyRecord& property, const Target&) {
-    addReport(property, kCardDav, "addressbook-multiget");
-    addReport(property, kCardDav, "addressbook-query");
+    property.markup = {kAddressBookReports};
     return true;
-}
-
-void addComponent(PropertyRecord& property, const char* component) {
-    property.AddChild(kCalDav, "comp").attributes.emplace_back("name", component);
 }
 
 bool fillEventComponent(PropertyRecord& property, const Target& target) {
     if (!target.isFolder()) return false;
-    addComponent(property, "VEVENT");
+    property.markup = {{kCalDav, "<C:comp name=\"VEVENT\"/>"}};
     return true;
 }
 
 bool fillTaskComponent(PropertyRecord& property, const Target&) {
-    addComponent(property, "VTODO");
+    property.markup = {{kCalDav, "<C:comp name=\"VTODO\"/>"}};
     return true;
 }
 
 bool fillTransparency(PropertyRecord& property, const Target& target) {
     if (!target.isFolder()) return false;
-    property.AddChild(kCalDav, "opaque");
+    property.markup = {{kCalDav, "<C:opaque/>"}};
     return true;
 }
 
 bool fillAddressData(PropertyRecord& property, const Target&) {
-    for (const char* version : {"3.0", "4.0"}) {
-        ElementRecord& type = property.AddChild(kCardDav, "address-data-type");
-        type.attributes.emplace_back("content-type", "text/vcard");
-        type.attributes.emplace_back("version", version);
-    }
+    property.markup = {{kCardDav,
+                        "<card:address-data-type content-type=\"text/vcard\" version=\"3.0\"/>"
+                        "<card:address-data-type content-type=\"text/vcard\" version=\"4.0\"/>"}};
     return true;
 }
 

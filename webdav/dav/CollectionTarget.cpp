@@ -16,20 +16,22 @@ constexpr std::string_view kFolderExtension = ".IMAP";
 std::string withoutFolderExtensions(std::string_view name) {
     std::string bare;
     bare.reserve(name.size());
-    while (!name.empty()) {
-        if (webdav::StartsWithNoCase(name, kFolderExtension)) {
-            name.remove_prefix(kFolderExtension.size());
-        } else {
-            bare.push_back(name.front());
-            name.remove_prefix(1);
-        }
+    for (size_t at = name.find('.'); at != name.npos; at = name.find('.')) {
+        bare += name.substr(0, at);
+        name.remove_prefix(at);
+        const bool isExtension = webdav::StartsWithNoCase(name, kFolderExtension);
+        if (!isExtension) bare += '.';
+        name.remove_prefix(isExtension ? kFolderExtension.size() : 1);
     }
-    return bare;
+    return bare += name;
 }
 
 bool liesInOwnTree(const WebDAVRequest& request, const std::string& folderPath) {
-    const std::string& mailDirectory = request.Account().mailDirectory;
-    return !mailDirectory.empty() && webdav::StartsWithNoCase(folderPath + "\\", mailDirectory);
+    // The folder may be the tree itself, whose name then lacks its closing backslash.
+    std::string_view tree = request.Account().mailDirectory;
+    if (tree.empty()) return false;
+    if (folderPath.size() + 1 == tree.size()) tree.remove_suffix(1);
+    return webdav::StartsWithNoCase(folderPath, tree);
 }
 
 FolderScope scopeOf(const WebDAVRequest& request, const RequestTarget& target) {

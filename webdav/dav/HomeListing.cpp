@@ -113,7 +113,7 @@ class HomeListing {
             return;
         }
         for (const ItemKind* kind : home_.kinds.subspan(1)) answerDefaultFolder(*kind);
-        collectUnlistedPaths();
+        collectSendersFolders();
         for (const FolderListKind& list : kFolderLists) answerFolders(list);
     }
 
@@ -137,6 +137,7 @@ class HomeListing {
     void answerDefaultFolder(const ItemKind& kind) {
         CollectionTarget folder = target(kind);
         folder.folderPath = pathFrom(kind.operations.defaultFolder);
+        unlisted_.emplace_back(&kind, folder.folderPath);
         if (folder.folderPath.empty()) return;
         std::string name = folder.folderPath;
         if (webdav::StartsWithNoCase(name, mailDirectory_)) name.erase(0, mailDirectory_.size());
@@ -150,11 +151,9 @@ class HomeListing {
         answer(mailbox, UserHref(keyword, address_));
     }
 
-    // The default folders stand in the answer already; the allowed and blocked senders' folders
-    // are no address books.
-    void collectUnlistedPaths() {
-        for (const ItemKind* kind : home_.kinds)
-            unlisted_.emplace_back(kind, pathFrom(kind->operations.defaultFolder));
+    // The allowed and blocked senders' folders are no address books.
+    void collectSendersFolders() {
+        if (home_.kinds.front() != &webdav::kContactKind) return;
         unlisted_.emplace_back(&webdav::kContactKind,
                                pathFrom(store().CV_ContactGetWhiteListFolder));
         unlisted_.emplace_back(&webdav::kContactKind,
@@ -211,6 +210,7 @@ class HomeListing {
     const StoreAccount& account_;
     std::string address_;
     std::string mailDirectory_;
+    /// Folders that stand in the answer already, or are not to.
     std::vector<std::pair<const ItemKind*, std::string>> unlisted_;
 };
 

@@ -132,18 +132,21 @@ void MultistatusWriter::writeResponse(const ResponseRecord& response, bool brief
 void MultistatusWriter::writePropStat(const PropStatRecord& propstat) {
     document_.markup("<D:propstat>");
     document_.open(kDav, "prop");
-    for (const PropertyRecord& property : propstat.properties) writeElement(property);
+    for (const PropertyRecord& property : propstat.properties) writeProperty(property);
     document_.close();
     document_.markup(propStatEnd(propstat.status));
 }
 
-void MultistatusWriter::writeElement(const ElementRecord& element) {
+void MultistatusWriter::writeProperty(const PropertyRecord& property) {
     // What a client asks for may have a name that no document can hold.
-    if (!document_.open(element.namespaceUri, element.name)) return;
-    for (const auto& [name, value] : element.attributes) document_.attribute(name, value);
-    for (const ElementRecord& child : element.children) writeElement(child);
-    for (const ResponseRecord& nested : element.responses) writeResponse(nested, false);
-    if (element.children.empty() && element.responses.empty()) document_.content(element.text);
+    if (!document_.open(property.namespaceUri, property.name)) return;
+    for (const FixedMarkup& markup : property.markup)
+        if (document_.declareNamespace(markup.namespaceUri)) document_.markup(markup.text);
+    for (const ElementRecord& child : property.children)
+        document_.element(child.namespaceUri, child.name, child.text);
+    for (const ResponseRecord& nested : property.responses) writeResponse(nested, false);
+    if (property.markup.empty() && property.children.empty() && property.responses.empty())
+        document_.content(property.text);
     document_.close();
 }
 

@@ -46,7 +46,7 @@ class MultistatusWriter {
     void addPropStat(uint16_t status, std::span<const TextProperty> properties);
     void writeResponse(const ResponseRecord& response, bool brief);
     void writePropStat(const PropStatRecord& propstat);
-    void writeElement(const ElementRecord& element);
+    void writeProperty(const PropertyRecord& property);
 
     bool brief_;
     size_t expectedItems_ = 0;  // 0 once there is room for them

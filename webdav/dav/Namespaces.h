@@ -1,4 +1,5 @@
-// The XML namespaces of requests and answers.
+// The XML namespaces of requests and answers. In multistatus documents their prefixes are always D,
+// C, CS and card.
 #pragma once
 
 #include <string_view>

@@ -31,7 +31,7 @@ uint16_t fillHref(PropertyRecord& property, std::string href) {
 }
 
 uint16_t fillResourceType(PropertyRecord& property, const Principal&) {
-    property.AddChild(kCalDav, "collection");
+    property.markup = {{kCalDav, "<C:collection/>"}};
     return 200;
 }
 

@@ -1,19 +1,42 @@
 #include "webdav/dav/Privileges.h"
 
-#include <initializer_list>
-#include <string_view>
-
 #include "webdav/dav/Namespaces.h"
 
 namespace DAV {
 
 namespace {
 
-void add(PropertyRecord& property, std::string_view namespaceUri,
-         std::initializer_list<std::string_view> names) {
-    for (const std::string_view name : names)
-        property.AddChild(kDav, "privilege").AddChild(namespaceUri, name);
-}
+constexpr FixedMarkup kRead = {kDav, "<D:privilege><D:read/></D:privilege>"};
+constexpr FixedMarkup kReadFreeBusy = {kCalDav, "<D:privilege><C:read-free-busy/></D:privilege>"};
+constexpr FixedMarkup kReadPrivileges = {
+    kDav, "<D:privilege><D:read-current-user-privilege-set/></D:privilege>"};
+
+constexpr FixedMarkup kWriteCalendar = {kDav,
+                                        "<D:privilege><D:write/></D:privilege>"
+                                        "<D:privilege><D:write-properties/></D:privilege>"
+                                        "<D:privilege><D:write-content/></D:privilege>"
+                                        "<D:privilege><D:bind/></D:privilege>"
+                                        "<D:privilege><D:unbind/></D:privilege>"};
+
+constexpr FixedMarkup kInboxPrivileges = {kCalDav,
+                                          "<D:privilege><C:schedule-deliver-reply/></D:privilege>"
+                                          "<D:privilege><C:schedule-deliver-invite/></D:privilege>"
+                                          "<D:privilege><C:schedule-send/></D:privilege>"};
+
+constexpr FixedMarkup kOutboxPrivileges = {
+    kCalDav, "<D:privilege><C:schedule-query-freebusy/></D:privilege>"};
+
+constexpr FixedMarkup kWritePlain = {kDav,
+                                     "<D:privilege><D:write/></D:privilege>"
+                                     "<D:privilege><D:write-content/></D:privilege>"
+                                     "<D:privilege><D:write-properties/></D:privilege>"
+                                     "<D:privilege><D:bind/></D:privilege>"
+                                     "<D:privilege><D:unbind/></D:privilege>"
+                                     "<D:privilege><D:schedule-deliver/></D:privilege>"
+                                     "<D:privilege><D:schedule-deliver-invite/></D:privilege>"
+                                     "<D:privilege><D:schedule-send/></D:privilege>"};
+
+constexpr size_t kMostSets = 5;
 
 bool mayRead(uint32_t mask) {
     return (mask & STORE_RIGHT_READ) != 0;
@@ -27,27 +50,23 @@ bool mayWrite(uint32_t mask) {
 }  // namespace
 
 void AddCalendarPrivileges(PropertyRecord& property, uint32_t mask, CollectionRole role) {
+    std::vector<FixedMarkup>& sets = property.markup;
+    sets.reserve(kMostSets);
     const bool outbox = role == CollectionRole::kOutbox;
-    if (mayRead(mask)) {
-        add(property, kDav, {"read"});
-        if (!outbox) add(property, kCalDav, {"read-free-busy"});
-    }
-    add(property, kDav, {"read-current-user-privilege-set"});
-    if (mayWrite(mask) && !outbox)
-        add(property, kDav, {"write", "write-properties", "write-content", "bind", "unbind"});
-    if (role == CollectionRole::kInbox)
-        add(property, kCalDav,
-            {"schedule-deliver-reply", "schedule-deliver-invite", "schedule-send"});
-    if (outbox) add(property, kCalDav, {"schedule-query-freebusy"});
+    if (mayRead(mask)) sets.push_back(kRead);
+    if (mayRead(mask) && !outbox) sets.push_back(kReadFreeBusy);
+    sets.push_back(kReadPrivileges);
+    if (mayWrite(mask) && !outbox) sets.push_back(kWriteCalendar);
+    if (role == CollectionRole::kInbox) sets.push_back(kInboxPrivileges);
+    if (outbox) sets.push_back(kOutboxPrivileges);
 }
 
 void AddPlainPrivileges(PropertyRecord& property, uint32_t mask) {
-    if (mayRead(mask)) add(property, kDav, {"read"});
-    add(property, kDav, {"read-current-user-privilege-set"});
-    if (mayWrite(mask))
-        add(property, kDav,
-            {"write", "write-content", "write-properties", "bind", "unbind", "schedule-deliver",
-             "schedule-deliver-invite", "schedule-send"});
+    std::vector<FixedMarkup>& sets = property.markup;
+    sets.reserve(kMostSets);
+    if (mayRead(mask)) sets.push_back(kRead);
+    sets.push_back(kReadPrivileges);
+    if (mayWrite(mask)) sets.push_back(kWritePlain);
 }
 
 }  // namespace DAV

@@ -51,7 +51,7 @@ const std::string* PropFindRequestBase::writableNamespace(std::string_view decla
 }
 
 PropFindRequest::PropFindRequest(webdav::ISAPIData& data) : url_(data.GetServerVar("URL")) {
-    const std::string depth = data.GetServerVar("HTTP_DEPTH");
+    const std::string& depth = data.GetServerVar("HTTP_DEPTH");
     if (depth == "0") depth_ = 0;
     if (depth == "1") depth_ = 1;
     brief_ = data.GetServerVar("HTTP_BRIEF") == "t";

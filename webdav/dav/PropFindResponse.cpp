@@ -4,6 +4,12 @@
 
 namespace DAV {
 
+namespace {
+
+constexpr size_t kUsualProperties = 4;
+
+}  // namespace
+
 ResponseRecord& PropFindResponseBase::responseOf(std::string_view href) {
     // The properties of one resource come one after another.
     if (!results_.empty() && results_.back().href == href) return results_.back();
@@ -19,15 +25,17 @@ void PropFindResponseBase::addProperty(std::string_view href, uint16_t status,
     std::vector<PropStatRecord>& propstats = responseOf(href).propstats;
     auto propstat = std::find_if(propstats.begin(), propstats.end(),
                                  [status](const auto& known) { return known.status == status; });
-    if (propstat == propstats.end())
+    if (propstat == propstats.end()) {
         propstat = propstats.insert(propstat, PropStatRecord{status, {}});
+        propstat->properties.reserve(kUsualProperties);
+    }
     propstat->properties.push_back(std::move(property));
 }
 
 void PropFindResponseBase::addProperties(std::string_view href,
                                          std::span<const TextProperty> properties) {
     for (const TextProperty& each : properties)
-        addProperty(href, each.status, {each.namespaceUri, each.name, each.text, {}, {}, {}});
+        addProperty(href, each.status, {each.namespaceUri, each.name, each.text});
 }
 
 std::string PropFindResponseBase::takeMultistatus() {

@@ -14,20 +14,33 @@ namespace DAV {
 
 struct ResponseRecord;
 
-/// An element below DAV:prop; a property is the outermost of them.
+/// Markup that stands within a property, always the same.
+struct FixedMarkup {
+    std::string_view namespaceUri;  ///< whose prefix it uses beside that of DAV:
+    std::string_view text;          ///< with the prefixes of Namespaces.h
+};
+
+/// An element with nothing but text.
 struct ElementRecord {
     std::string_view namespaceUri;
     std::string_view name;
-    std::string text;  ///< not written when there are children
-    std::vector<std::pair<std::string_view, std::string>> attributes;
-    std::vector<ElementRecord> children;
-    std::vector<ResponseRecord> responses;  ///< nested, written behind the children
-
-    ElementRecord& AddChild(std::string_view childNamespace, std::string_view childName,
-                            std::string childText = {});
+    std::string text;
 };
 
-using PropertyRecord = ElementRecord;
+/// An element below DAV:prop.
+struct PropertyRecord {
+    std::string_view namespaceUri;
+    std::string_view name;
+    std::string text = {};  ///< not written when anything of this is there, in this order
+    std::vector<FixedMarkup> markup = {};
+    std::vector<ElementRecord> children = {};
+    std::vector<ResponseRecord> responses = {};
+
+    void AddChild(std::string_view childNamespace, std::string_view childName,
+                  std::string childText) {
+        children.push_back({childNamespace, childName, std::move(childText)});
+    }
+};
 
 struct PropStatRecord {
     uint16_t status = 0;
@@ -39,12 +52,6 @@ struct ResponseRecord {
     std::string href;
     std::vector<PropStatRecord> propstats;  ///< in the order in which their statuses first occurred
 };
-
-inline ElementRecord& ElementRecord::AddChild(std::string_view childNamespace,
-                                              std::string_view childName, std::string childText) {
-    return children.emplace_back(
-        ElementRecord{childNamespace, childName, std::move(childText), {}, {}, {}});
-}
 
 /// A property of an item: nothing but text.
 struct TextProperty {
@@ -62,7 +69,7 @@ struct PropertyName {
     std::string name;
 
     /// Its record, still without a value.
-    PropertyRecord EmptyRecord() const { return {namespaceUri, name, {}, {}, {}, {}}; }
+    PropertyRecord EmptyRecord() const { return {namespaceUri, name}; }
 };
 
 }  // namespace DAV

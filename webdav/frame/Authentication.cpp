@@ -4,8 +4,6 @@
 #include <string>
 
 #include "webdav/base/CStr.h"
-#include "webdav/base/INIFile.h"
-#include "webdav/base/Settings.h"
 #include "webdav/base/Text.h"
 #include "webdav/frame/DomainLookup.h"
 #include "webdav/frame/ErrorXml.h"
@@ -22,13 +20,6 @@ constexpr const char* kChallenge = "WWW-Authenticate: Basic realm=\"QUINDAV\"";
 constexpr const char* kNoBasicHeader = "No 'Authorization: Basic' header found.";
 constexpr const char* kNoMatch = "Username or password does not match";
 constexpr std::string_view kBasicScheme = "Basic ";
-
-bool isServiceEnabled() {
-    CINIFile settings;
-    settings.path = WebstrandIniPath();
-    settings.section = "WebDAV";
-    return settings.ReadBool("Enable", true);
-}
 
 bool needsFullAddress() {
     return store().CV_GetBoolKey("Special", "FullEmailLogin", 1, STORE_FILE_MAIN) != 0;
@@ -48,7 +39,7 @@ struct WebDAVRequest::Credentials {
 };
 
 int32_t WebDAVRequest::Authenticate() {
-    if (!isServiceEnabled()) {
+    if (!Switches().enabled) {
         SendHttpError(401, "NotAuthenticated", "The WebDAV service is not enabled");
         return -1;
     }
@@ -110,7 +101,7 @@ int32_t WebDAVRequest::LogIn(Credentials& credentials) {
         return RefuseLogin(kNoMatch);
     }
     if (isLockedOut(account.handle())) return RefuseLogin(kNoMatch);
-    if (!IsWebDAVEnabled(account))
+    if (!UserSwitchIsOn(account_.email, account_.mailDirectory))
         return RefuseLogin(FormatText("WebDAV is not enabled for: %s", user.c_str()));
     Log(kLogInfo, RequestTag(), "Authenticate: %s successfully authenticated", user.c_str());
     return 0;
@@ -132,10 +123,6 @@ int32_t WebDAVRequest::RefuseLogin(std::string_view detail) {
     AddHeader(kChallenge);
     SendHttpError(401, "NotAuthenticated", detail);
     return -1;
-}
-
-bool WebDAVRequest::IsWebDAVEnabled(const StoreAccount& account) {
-    return account.valid() && UserSwitchIsOn(account.Email(), account.MailDirectory());
 }
 
 }  // namespace webdav

@@ -1,7 +1,10 @@
 #include "webdav/frame/ISAPIData.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <optional>
+#include <span>
 #include <utility>
 
 #include "platform/CodePage.h"
@@ -26,17 +29,23 @@ std::string_view textOrEmpty(const char* text) {
     return text == nullptr ? std::string_view() : std::string_view(text);
 }
 
-/// Asks the web server for a variable that fits a buffer of that size; false when it gives none.
-/// What it gives stands in the value's own bytes alone.
-bool askServer(EXTENSION_CONTROL_BLOCK* block, const char* name, size_t bufferSize,
-               std::string& value) {
-    if (block == nullptr) return false;
-    value.assign(bufferSize, '\0');
-    DWORD size = static_cast<DWORD>(bufferSize);
-    const bool given = block->GetServerVariable(block->ConnID, const_cast<LPSTR>(name),
-                                                value.data(), &size) != FALSE;
-    value.resize(given ? std::min(value.find('\0'), value.size()) : 0);
-    return given;
+/// Asks the web server for a variable that fits the buffer, which is all zero; nothing when it
+/// gives none.
+std::optional<std::string_view> askServer(EXTENSION_CONTROL_BLOCK* block, const char* name,
+                                          std::span<char> buffer) {
+    if (block == nullptr) return std::nullopt;
+    DWORD size = static_cast<DWORD>(buffer.size());
+    if (!block->GetServerVariable(block->ConnID, const_cast<LPSTR>(name), buffer.data(), &size))
+        return std::nullopt;
+    const std::string_view value(buffer.data(), buffer.size());
+    return value.substr(0, value.find('\0'));
+}
+
+/// The same for a buffer of that size; what it gives stands in the value's own bytes alone.
+std::string askServer(EXTENSION_CONTROL_BLOCK* block, const char* name, size_t bufferSize) {
+    std::string value(bufferSize, '\0');
+    value.resize(askServer(block, name, std::span(value)).value_or("").size());
+    return value;
 }
 
 bool bodyIsWhollyThere(const EXTENSION_CONTROL_BLOCK& block) {
@@ -53,27 +62,30 @@ ISAPIData::ISAPIData(EXTENSION_CONTROL_BLOCK* block)
     bodyFailed_ = ReadBody() < 0;
 }
 
-std::string ISAPIData::GetServerVar(const std::string& name) {
-    if (block_ == nullptr) return {};
-    if (name == "QUERY_STRING") return std::string(textOrEmpty(block_->lpszQueryString));
-    if (name == "CONTENT_TYPE") return std::string(textOrEmpty(block_->lpszContentType));
-    if (const auto known = serverVariables_.find(name); known != serverVariables_.end())
-        return known->second;
-    std::string value;
-    if (!askServer(block_, name.c_str(), kVariableSize, value)) return {};
-    return serverVariables_[name] = value;
+const std::string& ISAPIData::GetServerVar(const char* name) {
+    static const std::string kNone;
+    if (block_ == nullptr) return kNone;
+    for (const auto& [known, value] : serverVariables_)
+        if (known == name) return value;
+
+    std::array<char, kVariableSize> buffer{};
+    std::optional<std::string_view> value;
+    if (name == std::string_view("QUERY_STRING")) {
+        value = textOrEmpty(block_->lpszQueryString);
+    } else if (name == std::string_view("CONTENT_TYPE")) {
+        value = textOrEmpty(block_->lpszContentType);
+    } else {
+        value = askServer(block_, name, buffer);
+    }
+    return value ? serverVariables_.emplace_front(name, *value).second : kNone;
 }
 
 std::string ISAPIData::GetRawHeaders() {
-    std::string headers;
-    askServer(block_, "ALL_RAW", kRawHeadersSize, headers);
-    return headers;
+    return askServer(block_, "ALL_RAW", kRawHeadersSize);
 }
 
 SecretText ISAPIData::GetSecretVar(const char* name) {
-    std::string value;
-    askServer(block_, name, kVariableSize, value);
-    return SecretText(std::move(value));
+    return SecretText(askServer(block_, name, kVariableSize));
 }
 
 std::string ISAPIData::GetParam(std::string_view name) {
@@ -87,8 +99,8 @@ std::string ISAPIData::GetParamUtf8(std::string_view name) {
 }
 
 bool ISAPIData::IsHttps() {
-    std::string value;
-    if (!askServer(block_, "HTTPS", kHttpsSize, value)) return false;
+    std::array<char, kHttpsSize> buffer{};
+    const std::string_view value = askServer(block_, "HTTPS", buffer).value_or("");
     return StartsWithNoCase(value, "yes") || StartsWithNoCase(value, "on");
 }
 

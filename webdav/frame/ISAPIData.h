@@ -4,9 +4,10 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
+#include <forward_list>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "abi/Isapi.h"
 #include "webdav/base/Filemap.h"
@@ -21,7 +22,7 @@ class ISAPIData : public CURLDecoder {
     explicit ISAPIData(EXTENSION_CONTROL_BLOCK* block);
 
     /// A server variable, asked of the web server once; empty when it has none of that name.
-    std::string GetServerVar(const std::string& name);
+    const std::string& GetServerVar(const char* name);
     /// The headers as the client sent them, which are often longer than other variables may be.
     std::string GetRawHeaders();
     /// A variable that holds a secret: it is kept nowhere else.
@@ -41,7 +42,7 @@ class ISAPIData : public CURLDecoder {
     int32_t ReadBody();
 
     EXTENSION_CONTROL_BLOCK* block_;
-    std::map<std::string, std::string, std::less<>> serverVariables_;
+    std::forward_list<std::pair<std::string, std::string>> serverVariables_;  ///< a handful
     FileMap body_;
     uint32_t bodyRead_ = 0;
     bool mustReadBody_ = false;

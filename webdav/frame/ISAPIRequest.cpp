@@ -8,6 +8,7 @@ namespace {
 
 constexpr const char* kXmlContentType = "application/xml; charset=utf-8";
 constexpr size_t kLongestStatusText = 63;
+constexpr size_t kUsualHeaders = 512;
 
 struct Reason {
     uint32_t code;
@@ -33,7 +34,9 @@ constexpr Reason kReasons[] = {
 
 }  // namespace
 
-ISAPIRequest::ISAPIRequest(EXTENSION_CONTROL_BLOCK* block) : block_(block), data_(block) {}
+ISAPIRequest::ISAPIRequest(EXTENSION_CONTROL_BLOCK* block) : block_(block), data_(block) {
+    headers_.reserve(kUsualHeaders);
+}
 
 void ISAPIRequest::AddHeader(const char* line) {
     if (line == nullptr || *line == '\0') return;
@@ -48,9 +51,10 @@ const char* ISAPIRequest::StatusText(uint32_t code) {
 }
 
 void ISAPIRequest::BuildHeaders(uint32_t status, uint32_t contentLength, const char* contentType) {
-    statusText_ = std::to_string(status) + ' ' + StatusText(status);
+    statusText_ = std::to_string(status);
+    statusText_.append(" ").append(StatusText(status));
     statusText_.resize(std::min(statusText_.size(), kLongestStatusText));
-    headers_ += "Content-Length: " + std::to_string(contentLength) + "\r\n";
+    headers_.append("Content-Length: ").append(std::to_string(contentLength)).append("\r\n");
     // A body without a type is sent with an empty type line.
     if (contentType != nullptr || contentLength != 0) {
         headers_ += "Content-Type: ";

@@ -86,7 +86,7 @@ int32_t PathResolver::resolveOwn(const ItemKind& kind, Segments rest) {
         request_.SendHttpError(500, "Error", "Unable to get Corvane user handle");
         return -1;
     }
-    const std::string base = account.MailDirectory();
+    const std::string& base = account.MailDirectory();
     const FolderReading reading = readSegments(
         rest, SegmentForm::kNames, [&](Segments names) { return FindFolder(base, names).exists; });
     target_.itemName = reading.item;

@@ -9,6 +9,7 @@ namespace webdav {
 
 namespace {
 
+constexpr size_t kUsualParts = 8;
 constexpr std::string_view kBase64Prefix = "b64=";
 constexpr std::string_view kBase64Marker = "/b64=";
 
@@ -49,6 +50,7 @@ bool IsItemName(std::string_view segment) {
 
 std::vector<std::string> SplitAtSlashes(std::string_view text) {
     std::vector<std::string> parts;
+    parts.reserve(kUsualParts);
     while (!text.empty()) {
         const size_t end = std::min(text.find('/'), text.size());
         if (end > 0) parts.emplace_back(text.substr(0, end));

@@ -12,8 +12,8 @@ namespace {
 /// GET http://host:8080/webdav/?token=x HTTP/1.1
 std::string requestLine(const std::string& method, ISAPIData& data) {
     const bool secure = EqualsNoCase(data.GetServerVar("HTTPS"), "on");
-    const std::string port = data.GetServerVar("SERVER_PORT");
-    const std::string query = data.GetServerVar("QUERY_STRING");
+    const std::string& port = data.GetServerVar("SERVER_PORT");
+    const std::string& query = data.GetServerVar("QUERY_STRING");
     std::string line = method + (secure ? " https://" : " http://");
     line += data.GetServerVar("SERVER_NAME");
     if (!port.empty() && port != (secure ? "443" : "80")) line += ':' + port;
@@ -24,13 +24,13 @@ std::string requestLine(const std::string& method, ISAPIData& data) {
 
 }  // namespace
 
-bool WebDAVRequest::IsTraced() {
-    if (!traced_) traced_ = TracingEnabled();
-    return *traced_;
+const ServiceSwitches& WebDAVRequest::Switches() {
+    if (!switches_) switches_ = ReadServiceSwitches();
+    return *switches_;
 }
 
 void WebDAVRequest::TraceRequest() {
-    if (!IsTraced()) return;
+    if (!Switches().tracing) return;
     trace_.tag = RequestTag();
     trace_.remoteAddress = Data().GetServerVar("REMOTE_ADDR");
     const std::string head = requestLine(Method(), Data()) + Data().GetRawHeaders();
@@ -39,7 +39,7 @@ void WebDAVRequest::TraceRequest() {
 }
 
 void WebDAVRequest::TraceResponse(std::string_view body, bool invalidUtf8) {
-    if (!IsTraced()) return;
+    if (!Switches().tracing) return;
     // A login is refused before the request's own turn.
     if (!trace_.begun) TraceRequest();
     const std::string head =

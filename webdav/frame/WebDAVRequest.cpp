@@ -62,8 +62,8 @@ bool drawTagNumbers(TagNumbers& numbers) {
 
 int32_t WebDAVRequest::Process() {
     MakeRequestTag();
-    const std::string userAgent = Data().GetServerVar("HTTP_USER-AGENT");
-    const std::string address = Data().GetServerVar("REMOTE_ADDR");
+    const std::string& userAgent = Data().GetServerVar("HTTP_USER-AGENT");
+    const std::string& address = Data().GetServerVar("REMOTE_ADDR");
     Log(kLogInfo, RequestTag(), "Connection: %s Method:%s User-Agent:%s", address.c_str(),
         Method().c_str(), userAgent.c_str());
     if (Data().BodyFailed()) {

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "webdav/base/Settings.h"
 #include "webdav/frame/ISAPIRequest.h"
 #include "webdav/log/RequestTrace.h"
 #include "webdav/store/ItemKind.h"
@@ -51,7 +52,7 @@ class WebDAVRequest : public ISAPIRequest {
     const RequestTarget& Target() const { return target_; }
     /// The request's method as the client spelt it, and its path as the web server decoded it.
     std::string Method() const;
-    std::string Url() { return Data().GetServerVar("URL"); }
+    const std::string& Url() { return Data().GetServerVar("URL"); }
 
     /// The account of that address or alias, which may be the one that is logged in.
     StoreAccount AccountOf(const std::string& address) const;
@@ -88,9 +89,8 @@ class WebDAVRequest : public ISAPIRequest {
     int32_t DispatchMethod();
     void HandleException(const class ExceptObj& failure);
     uint32_t CheckAccessToken();
-    bool IsWebDAVEnabled(const StoreAccount& account);
 
-    bool IsTraced();
+    const ServiceSwitches& Switches();
     void TraceRequest();
     void TraceResponse(std::string_view body, bool invalidUtf8);
 
@@ -107,8 +107,8 @@ class WebDAVRequest : public ISAPIRequest {
     RequestAccount account_;
     RequestTarget target_;
     TraceContext trace_;
-    std::optional<bool> traced_;         ///< asked for once
-    std::optional<StoreAccount> login_;  ///< whom the request acts for, once that is known
+    std::optional<ServiceSwitches> switches_;  ///< asked for once
+    std::optional<StoreAccount> login_;        ///< whom the request acts for, once that is known
 };
 
 }  // namespace webdav

@@ -21,7 +21,7 @@ constexpr uint32_t kIdleTicksBetweenReads = 5;
 constexpr const char* kLevelNames[] = {"",      "DEBUG",    "INFO",  "WARNING",
                                        "ERROR", "CRITICAL", "STATUS"};
 
-std::string levelName(int level) {
+std::string_view levelName(int level) {
     return level >= kLogDebug && level <= kLogStatus ? kLevelNames[level] : "";
 }
 
@@ -80,7 +80,10 @@ void LogThread::Configure() {
 
 void LogThread::Add(int level, std::string_view tag, std::string_view message) {
     if (!Wants(level)) return;
-    std::string line = levelName(level) + ", ";
+    const std::string_view name = levelName(level);
+    std::string line;
+    line.reserve(name.size() + tag.size() + message.size() + std::string_view(", [] ").size());
+    line.append(name).append(", ");
     if (!tag.empty()) line.append("[").append(tag).append("] ");
     line += message;
 

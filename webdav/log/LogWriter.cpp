@@ -50,11 +50,13 @@ size_t controlLength(std::string_view text) {
     return text.starts_with("\xE2\x80\xA8") || text.starts_with("\xE2\x80\xA9") ? 3 : 0;
 }
 
-void blankControls(std::string& line) {
-    for (size_t at = 0; at < line.size(); ++at) {
-        if (line[at] >= ' ' && line[at] < '\x7F') continue;
-        const size_t length = controlLength(std::string_view(line).substr(at));
-        std::fill_n(line.begin() + static_cast<std::ptrdiff_t>(at), length, ' ');
+/// What follows that place is one line then.
+void blankControls(std::string& text, size_t from) {
+    const auto isPrintable = [](char c) { return c >= ' ' && c < '\x7F'; };
+    auto at = text.begin() + static_cast<std::ptrdiff_t>(from);
+    while ((at = std::find_if_not(at, text.end(), isPrintable)) != text.end()) {
+        std::fill_n(at, controlLength({at, text.end()}), ' ');
+        ++at;
     }
 }
 
@@ -188,10 +190,11 @@ void LogWriter::AddLine(std::string_view line, int64_t time) {
         stamp_ = timeStamp(time);
         stampedTime_ = time;
     }
-    std::string bytes = stamp_;
-    bytes += line;
-    blankControls(bytes);
-    pending_ += bytes += "\r\n";
+    const size_t begin = pending_.size();
+    pending_ += stamp_;
+    pending_ += line;
+    blankControls(pending_, begin);
+    pending_ += "\r\n";
 }
 
 void LogWriter::WriteOut() {

@@ -6,7 +6,6 @@
 
 #include "platform/Files.h"
 #include "webdav/base/CStr.h"
-#include "webdav/base/INIFile.h"
 #include "webdav/base/Settings.h"
 
 namespace webdav {
@@ -43,10 +42,7 @@ std::string baseName(const TraceContext& context, bool invalidUtf8) {
 }  // namespace
 
 bool TracingEnabled() {
-    CINIFile settings;
-    settings.path = WebstrandIniPath();
-    settings.section = "WebDAV";
-    return settings.ReadBool("LogMessages", false);
+    return ReadServiceSwitches().tracing;
 }
 
 std::string TraceDirectory(const platform::DateTime& day) {

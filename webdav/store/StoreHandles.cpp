@@ -33,11 +33,12 @@ std::string StoreAccount::Email() const {
     return filledText<STORE_ADDRESS_SIZE>(store().CV_GetEmail, handle_);
 }
 
-std::string StoreAccount::MailDirectory() const {
-    std::string directory = filledText<STORE_PATH_SIZE>(store().CV_GetMailDir, handle_);
+const std::string& StoreAccount::MailDirectory() const {
+    if (mailDirectory_) return *mailDirectory_;
+    mailDirectory_ = filledText<STORE_PATH_SIZE>(store().CV_GetMailDir, handle_);
     // Rights are judged by this prefix: without its end, "bob" would begin "bobby".
-    if (!directory.empty() && directory.back() != '\\') directory += '\\';
-    return directory;
+    if (!mailDirectory_->empty() && mailDirectory_->back() != '\\') *mailDirectory_ += '\\';
+    return *mailDirectory_;
 }
 
 std::string StoreAccount::FullName() const {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,28 +21,33 @@ class StoreAccount {
     static StoreAccount ByAlias(const std::string& address);
 
     StoreAccount(StoreAccount&& other) noexcept
-        : handle_(std::exchange(other.handle_, STORE_NO_USER)), lent_(other.lent_) {}
+        : handle_(std::exchange(other.handle_, STORE_NO_USER)),
+          lent_(other.lent_),
+          mailDirectory_(std::move(other.mailDirectory_)) {}
     StoreAccount& operator=(StoreAccount&&) = delete;
     StoreAccount(const StoreAccount&) = delete;
     ~StoreAccount();
 
     /// The same account for somebody who is gone before this is.
-    StoreAccount Lent() const { return StoreAccount(handle_, true); }
+    StoreAccount Lent() const { return StoreAccount(handle_, true, mailDirectory_); }
 
     /// False when there is no such account; nothing else may be asked then.
     bool valid() const { return handle_ != STORE_NO_USER; }
     StoreUserHandle handle() const { return handle_; }
 
     std::string Email() const;
-    std::string MailDirectory() const;
+    /// With a closing backslash; asked for once.
+    const std::string& MailDirectory() const;
     std::string FullName() const;
 
   private:
-    explicit StoreAccount(StoreUserHandle handle, bool lent = false)
-        : handle_(handle), lent_(lent) {}
+    explicit StoreAccount(StoreUserHandle handle, bool lent = false,
+                          std::optional<std::string> mailDirectory = {})
+        : handle_(handle), lent_(lent), mailDirectory_(std::move(mailDirectory)) {}
 
     StoreUserHandle handle_;
     bool lent_;  ///< another one gives it back
+    mutable std::optional<std::string> mailDirectory_;
 };
 
 /// A text handed out through an out-pointer, given back with CV_GWDeletePointer.

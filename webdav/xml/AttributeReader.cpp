@@ -1,13 +1,26 @@
 #include "webdav/xml/AttributeReader.h"
 
+#include <algorithm>
+
 #include "webdav/xml/MarkupEscape.h"
 
 namespace webdav {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n";
-constexpr std::string_view kNameEnds = " \t\r\n=\"'";
+// For a few bytes at a time this is quicker than a search for a set of them.
+constexpr bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+constexpr bool endsName(char c) {
+    return isBlank(c) || c == '=' || c == '"' || c == '\'';
+}
+
+/// The length of what stands in front of the first such byte.
+template <typename Is>
+size_t lengthUntil(std::string_view text, Is is) {
+    return static_cast<size_t>(std::ranges::find_if(text, is) - text.begin());
+}
 
 }  // namespace
 
@@ -42,7 +55,7 @@ bool AttributeReader::next(MarkupAttribute& attribute) {
 }
 
 std::string_view AttributeReader::takeName() {
-    const std::string_view name = rest_.substr(0, rest_.find_first_of(kNameEnds));
+    const std::string_view name = rest_.substr(0, lengthUntil(rest_, endsName));
     rest_.remove_prefix(name.size());
     return name;
 }
@@ -52,7 +65,7 @@ std::string_view AttributeReader::takeValue() {
     skipBlanks();
     wantsValue_ = rest_.empty();
     if (rest_.starts_with('"') || rest_.starts_with('\'')) return takeQuoted();
-    const std::string_view value = rest_.substr(0, rest_.find_first_of(kBlanks));
+    const std::string_view value = rest_.substr(0, lengthUntil(rest_, isBlank));
     rest_.remove_prefix(value.size());
     return value;
 }
@@ -66,8 +79,7 @@ std::string_view AttributeReader::takeQuoted() {
 }
 
 void AttributeReader::skipBlanks() {
-    const size_t first = rest_.find_first_not_of(kBlanks);
-    rest_.remove_prefix(first == std::string_view::npos ? rest_.size() : first);
+    while (!rest_.empty() && isBlank(rest_.front())) rest_.remove_prefix(1);
 }
 
 bool findAttribute(std::string_view startTag, std::string_view name, MarkupAttribute& attribute) {

@@ -7,7 +7,7 @@ namespace webdav {
 
 namespace {
 
-constexpr uint32_t kFirstRoom = 64;
+constexpr uint32_t kFirstRoom = 24;  // what most requests have; small enough to be had quickly
 /// Where the first segment gets its whole size: most documents have a handful of elements, but one
 /// that has more is likely to have many, and memory that is not written to yet costs nothing.
 constexpr uint32_t kManyElements = 4096;
@@ -15,9 +15,11 @@ constexpr uint32_t kManyElements = 4096;
 }  // namespace
 
 void ElementTable::clear() {
-    segments_.clear();
-    room_ = 0;
-    makeRoom();
+    if (room_ != kFirstRoom) {
+        segments_.clear();
+        room_ = 0;
+        makeRoom();
+    }
     entry(0) = {};
     count_ = 1;
 }

@@ -136,7 +136,8 @@ bool MarkupDocument::addElement(std::string_view name, std::string_view text) {
 
 bool MarkupDocument::addQualified(const std::string& prefix, std::string_view localName,
                                   std::string_view text) {
-    const TagName* const tag = tags_.get(prefix, localName);
+    if (tags_ == nullptr) tags_ = std::make_unique<TagNames>();
+    const TagName* const tag = tags_->get(prefix, localName);
     return tag != nullptr && addTagged(*tag, text);
 }
 

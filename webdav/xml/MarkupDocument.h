@@ -11,6 +11,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -124,9 +125,9 @@ class MarkupDocument {
     PrefixMap prefixes_;
     DeclaredNamespaces declared_;
     bool declarationsRead_ = false;
-    TagNames tags_;
-    TagName tag_;         // of an element that is added by its whole name
-    std::string markup_;  // what is being written besides
+    std::unique_ptr<TagNames> tags_;  // made when an element is added
+    TagName tag_;                     // of an element that is added by its whole name
+    std::string markup_;              // what is being written besides
 };
 
 }  // namespace webdav

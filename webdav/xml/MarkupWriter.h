@@ -42,6 +42,13 @@ class MarkupWriter {
     /// the element would be refused.
     const TagName* tags(std::string_view uri, std::string_view localName);
 
+    /// Makes sure that a namespace is declared, for markup that uses its prefix; false when the
+    /// root has no room for it.
+    bool declareNamespace(std::string_view uri) {
+        constexpr std::string_view kAnyName = "any";
+        return declared_.prefixOf(uri) != nullptr || declare(uri, kAnyName) != nullptr;
+    }
+
     /// The length of the text so far, and room for a longer one.
     size_t size() const { return text_.size(); }
     void reserve(size_t size) { text_.reserve(size); }
