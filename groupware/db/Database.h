@@ -118,6 +118,17 @@ struct FolderState {
     friend bool operator==(const FolderState&, const FolderState&) = default;
 };
 
+/// The states of a folder before and after one change.
+struct FolderStep {
+    FolderState before;
+    FolderState after;
+};
+
+/// An item as a change has left it.
+struct ItemChange : ItemRow {
+    FolderStep step;
+};
+
 /// The way from one state of a folder to a later one.
 struct FolderChanges {
     FolderState now;
@@ -176,12 +187,12 @@ class WriteTransaction {
 
     /// The following three give the item (and the folder) a new stamp: later than every stamp the
     /// folder has given before, and not before the clock.
-    virtual ItemRow insertItem(FolderKey folder, const NewItem& item) = 0;
+    virtual ItemChange insertItem(FolderKey folder, const NewItem& item) = 0;
     /// Nothing when there is no such item.
-    virtual std::optional<ItemRow> updateItem(FolderKey folder, int64_t number,
-                                              const NewItem& item) = 0;
-    /// False when there is no such item.
-    virtual bool deleteItem(FolderKey folder, int64_t number) = 0;
+    virtual std::optional<ItemChange> updateItem(FolderKey folder, int64_t number,
+                                                 const NewItem& item) = 0;
+    /// Nothing when there is no such item.
+    virtual std::optional<FolderStep> deleteItem(FolderKey folder, int64_t number) = 0;
 
     /// Reads within the transaction, for changes that depend on what is there.
     virtual std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) = 0;

@@ -1,5 +1,7 @@
 #include "groupware/db/SqliteWriter.h"
 
+#include <algorithm>
+
 #include "groupware/db/SqliteFaults.h"
 #include "groupware/db/SqliteRows.h"
 
@@ -116,55 +118,64 @@ bool SqliteWriter::removeGrant(FolderKey folder, int64_t grantee) {
     return true;
 }
 
-ItemRow SqliteWriter::insertItem(FolderKey folder, const NewItem& item) {
-    const int64_t stamp = nextStamp(folder);
-    auto number = database_.statement(
-        "UPDATE folder SET last_item=last_item+1 WHERE account=?1 AND folder=?2"
-        " RETURNING last_item");
-    number.bind(folder.account, folder.folder).step();
-    ItemRow row{number.integer(0), stamp, std::string(item.uid), std::string(item.identifier)};
-    number.run();
-
+ItemChange SqliteWriter::insertItem(FolderKey folder, const NewItem& item) {
+    Counts counts = nextCounts(folder);
+    ++counts.lastItem;
+    const int64_t stamp = counts.step.after.stampMs;
     database_
         .statement(
             "INSERT INTO item(account, folder, item, modified, uid, identifier, first_start,"
             " last_end, exact, text) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)")
-        .bind(folder.account, folder.folder, row.number, stamp, item.uid, item.identifier,
+        .bind(folder.account, folder.folder, counts.lastItem, stamp, item.uid, item.identifier,
               item.span.firstStartMs, item.span.lastEndMs, item.span.exact, Bytes{item.text})
         .run();
-    return row;
+    return {{counts.lastItem, stamp, std::string(item.uid), std::string(item.identifier)},
+            keep(folder, counts)};
 }
 
-std::optional<ItemRow> SqliteWriter::updateItem(FolderKey folder, int64_t number,
-                                                const NewItem& item) {
-    if (!hasItem(folder, number)) return std::nullopt;
-    const int64_t stamp = nextStamp(folder);
+std::optional<ItemChange> SqliteWriter::updateItem(FolderKey folder, int64_t number,
+                                                   const NewItem& item) {
+    auto query = database_.statement(
+        "SELECT uid=?4 AND identifier=?5 FROM item WHERE account=?1 AND folder=?2 AND item=?3");
+    query.bind(folder.account, folder.folder, number, item.uid, item.identifier);
+    if (!query.step()) return std::nullopt;
+    // What is set again as it is would be written again, with its indexes.
+    const bool isNamedSo = query.flag(0);
+    query.run();
+
+    const Counts counts = nextCounts(folder);
+    const int64_t stamp = counts.step.after.stampMs;
+    if (!isNamedSo) {
+        database_
+            .statement(
+                "UPDATE item SET uid=?4, identifier=?5"
+                " WHERE account=?1 AND folder=?2 AND item=?3")
+            .bind(folder.account, folder.folder, number, item.uid, item.identifier)
+            .run();
+    }
     database_
         .statement(
-            "UPDATE item SET modified=?4, uid=?5, identifier=?6, first_start=?7, last_end=?8,"
-            " exact=?9, text=?10 WHERE account=?1 AND folder=?2 AND item=?3")
-        .bind(folder.account, folder.folder, number, stamp, item.uid, item.identifier,
-              item.span.firstStartMs, item.span.lastEndMs, item.span.exact, Bytes{item.text})
+            "UPDATE item SET modified=?4, first_start=?5, last_end=?6, exact=?7, text=?8"
+            " WHERE account=?1 AND folder=?2 AND item=?3")
+        .bind(folder.account, folder.folder, number, stamp, item.span.firstStartMs,
+              item.span.lastEndMs, item.span.exact, Bytes{item.text})
         .run();
-    return ItemRow{number, stamp, std::string(item.uid), std::string(item.identifier)};
+    return ItemChange{{number, stamp, std::string(item.uid), std::string(item.identifier)},
+                      keep(folder, counts)};
 }
 
-bool SqliteWriter::deleteItem(FolderKey folder, int64_t number) {
-    if (!hasItem(folder, number)) return false;
-    nextStamp(folder);
-    database_.statement("DELETE FROM item WHERE account=?1 AND folder=?2 AND item=?3")
-        .bind(folder.account, folder.folder, number)
-        .run();
-    auto count = database_.statement(
-        "UPDATE folder SET deletions=deletions+1 WHERE account=?1 AND folder=?2"
-        " RETURNING deletions-1");
-    count.bind(folder.account, folder.folder).step();
+std::optional<FolderStep> SqliteWriter::deleteItem(FolderKey folder, int64_t number) {
+    auto deleted = database_.statement(
+        "DELETE FROM item WHERE account=?1 AND folder=?2 AND item=?3 RETURNING 1");
+    if (!deleted.bind(folder.account, folder.folder, number).step()) return std::nullopt;
+    deleted.run();
+    Counts counts = nextCounts(folder);
+    const int64_t slot = counts.step.after.deletions++ % kDeletionsKept;
     database_
         .statement("REPLACE INTO deleted_item(account, folder, slot, item) VALUES(?1, ?2, ?3, ?4)")
-        .bind(folder.account, folder.folder, count.integer(0) % kDeletionsKept, number)
+        .bind(folder.account, folder.folder, slot, number)
         .run();
-    count.run();
-    return true;
+    return keep(folder, counts);
 }
 
 std::optional<int64_t> SqliteWriter::itemNumber(FolderKey folder, std::string_view uid) {
@@ -191,23 +202,27 @@ void SqliteWriter::commit() {
     writing_.commit();
 }
 
-int64_t SqliteWriter::nextStamp(FolderKey folder) {
+SqliteWriter::Counts SqliteWriter::nextCounts(FolderKey folder) {
     auto query = database_.statement(
-        "UPDATE folder SET stamp=max(?3, stamp+1) WHERE account=?1 AND folder=?2"
-        " RETURNING stamp");
-    if (!query.bind(folder.account, folder.folder, writing_.now()).step()) {
+        "SELECT stamp, deletions, last_item FROM folder WHERE account=?1 AND folder=?2");
+    if (!query.bind(folder.account, folder.folder).step()) {
         throw DatabaseError("no such folder", false);
     }
-    const int64_t stamp = query.integer(0);
-    query.run();
-    changedAccounts_.insert(folder.account);
-    return stamp;
+    const FolderState before{query.integer(0), query.integer(1)};
+    const int64_t stamp = std::max(writing_.now(), before.stampMs + 1);
+    return {{before, {stamp, before.deletions}}, query.integer(2)};
 }
 
-bool SqliteWriter::hasItem(FolderKey folder, int64_t number) {
-    auto query =
-        database_.statement("SELECT 1 FROM item WHERE account=?1 AND folder=?2 AND item=?3");
-    return query.bind(folder.account, folder.folder, number).step();
+FolderStep SqliteWriter::keep(FolderKey folder, const Counts& counts) {
+    const FolderState& after = counts.step.after;
+    database_
+        .statement(
+            "UPDATE folder SET stamp=?3, deletions=?4, last_item=?5"
+            " WHERE account=?1 AND folder=?2")
+        .bind(folder.account, folder.folder, after.stampMs, after.deletions, counts.lastItem)
+        .run();
+    changedAccounts_.insert(folder.account);
+    return counts.step;
 }
 
 }  // namespace groupware

@@ -31,7 +31,7 @@ void SqliteWriting::enter(bool alone) {
     }
     try {
         if (batch_ && alone) finish();
-        if (!batch_) open();
+        if (!batch_) return open();
         connection_.statement("SAVEPOINT change").run();
     } catch (...) {
         leave();
@@ -47,11 +47,13 @@ void SqliteWriting::open() {
 }
 
 void SqliteWriting::commit() {
-    try {
-        connection_.statement("RELEASE change").run();
-    } catch (...) {
-        giveUp();
-        throw;
+    if (batch_->members > 0) {
+        try {
+            connection_.statement("RELEASE change").run();
+        } catch (...) {
+            giveUp();
+            throw;
+        }
     }
     const std::shared_ptr<CommitBatch> batch = batch_;
     ++batch->members;
@@ -63,6 +65,7 @@ void SqliteWriting::commit() {
 }
 
 void SqliteWriting::giveUp() noexcept {
+    if (batch_->members == 0) return leave();
     try {
         connection_.statement("ROLLBACK TO change").run();
         connection_.statement("RELEASE change").run();

@@ -2,8 +2,8 @@
 //
 // Writers wait for each other in a queue in the process and on a file lock between processes, both
 // first come, first served. A writer that is done while others wait leaves the transaction open to
-// the next one and waits for its commit, so that one sync serves all who came meanwhile; within the
-// transaction each has a savepoint of its own, so what one gives up does not concern the others.
+// the next one and waits for its commit, so that one sync serves all who came meanwhile; whoever
+// finds the transaction open has a savepoint, so what one gives up does not concern the others.
 // Each function but the constructor is called from enter() on by the thread that has the turn.
 #pragma once
 
