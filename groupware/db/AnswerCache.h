@@ -1,7 +1,7 @@
 // Remembers the database's answers to small questions for as long as the database stays as it is.
 //
-// Whatever changes, all answers are forgotten: a store at rest is asked by polling clients many
-// times over, and a busy one answers as quickly as SQLite does. Safe from every thread.
+// Whatever changes, all answers are forgotten, unless the writer of this process tells what its
+// change has left as it was. Safe from every thread.
 #pragma once
 
 #include <memory>
@@ -17,6 +17,9 @@ namespace groupware {
 
 class AnswerCache {
   public:
+    using State = SqliteChangeWatch::State;
+    using Answers = std::unordered_map<std::string, std::shared_ptr<const void>>;
+
     explicit AnswerCache(std::string_view path) : watch_(path) {}
 
     /// The answer to the question, found as told when it is not known; shared with whoever asks the
@@ -36,10 +39,30 @@ class AnswerCache {
         }
         const auto found = std::make_shared<Answer>(find());
         const std::unique_lock lock(mutex_);
-        if (state != state_ || answers_.size() >= kMostAnswers) answers_.clear();
+        if (state != state_) {
+            // What is known of a newer state is worth more.
+            if (state != watch_.state()) return found;
+            answers_.clear();
+        }
+        if (answers_.size() >= kMostAnswers) answers_.clear();
         state_ = state;
         answers_[question] = found;
         return found;
+    }
+
+    std::optional<State> state() const { return watch_.state(); }
+
+    /// What is known of the state before a commit is known of the state after it, amended as told.
+    /// For whoever held the database from the first state on and has committed: should another
+    /// have committed since, all is forgotten as ever.
+    template <typename Amend>
+    void follow(const std::optional<State>& before, Amend amend) {
+        const std::unique_lock lock(mutex_);
+        const auto after = watch_.state();
+        if (!before || !after || state_ != before || !SqliteChangeWatch::isNext(*before, *after))
+            return;
+        amend(answers_);
+        state_ = after;
     }
 
   private:
@@ -47,8 +70,8 @@ class AnswerCache {
 
     SqliteChangeWatch watch_;
     std::shared_mutex mutex_;
-    std::optional<SqliteChangeWatch::State> state_;
-    std::unordered_map<std::string, std::shared_ptr<const void>> answers_;
+    std::optional<State> state_;
+    Answers answers_;
 };
 
 }  // namespace groupware

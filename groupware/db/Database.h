@@ -47,7 +47,6 @@ struct AccountRow {
     bool frozen = false;
     bool mustChangePassword = false;
     int64_t passwordExpiresMs = 0;  ///< UTC; 0 = never
-    int64_t version = 0;            ///< counts every change to the account's folders and items
     bool publishesBusyTime = true;  ///< to whoever asks for free and busy times
     int64_t passwordSetMs = 0;      ///< UTC; 0 = before this was kept
     int64_t passwordDays = 0;       ///< how long a password is good; 0 = for ever
@@ -215,7 +214,8 @@ class Database {
     virtual std::optional<AccountRow> accountByAlias(std::string_view address) = 0;
     virtual std::vector<AccountRow> accounts() = 0;
     virtual std::vector<std::string> aliases(int64_t account) = 0;
-    /// Nothing when there is no such account; also for kPublicAccount.
+    /// Grows with every change to the account's folders and items. Nothing when there is no such
+    /// account; also for kPublicAccount.
     virtual std::optional<int64_t> accountVersion(int64_t id) = 0;
 
     virtual std::vector<FolderRow> folders(int64_t account) = 0;

@@ -17,11 +17,11 @@ SqliteWriter::~SqliteWriter() {
 }
 
 void SqliteWriter::addDomain(std::string_view domain) {
-    database_.statement("INSERT INTO domain(name) VALUES(?1)").bind(domain).run();
+    statement("INSERT INTO domain(name) VALUES(?1)").bind(domain).run();
 }
 
 int64_t SqliteWriter::addAccount(const AccountRow& account) {
-    auto query = database_.statement(
+    auto query = statement(
         "INSERT INTO account(address, full_name, password_hash, disabled, frozen,"
         " must_change_password, password_expires, publishes_busy_time, password_set,"
         " password_days) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10) RETURNING id");
@@ -35,11 +35,10 @@ int64_t SqliteWriter::addAccount(const AccountRow& account) {
 }
 
 void SqliteWriter::updateAccount(const AccountRow& account) {
-    database_
-        .statement(
-            "UPDATE account SET address=?2, full_name=?3, password_hash=?4, disabled=?5,"
-            " frozen=?6, must_change_password=?7, password_expires=?8, publishes_busy_time=?9,"
-            " password_set=?10, password_days=?11 WHERE id=?1")
+    statement(
+        "UPDATE account SET address=?2, full_name=?3, password_hash=?4, disabled=?5,"
+        " frozen=?6, must_change_password=?7, password_expires=?8, publishes_busy_time=?9,"
+        " password_set=?10, password_days=?11 WHERE id=?1")
         .bind(account.id, account.address, account.fullName, account.passwordHash, account.disabled,
               account.frozen, account.mustChangePassword, account.passwordExpiresMs,
               account.publishesBusyTime, account.passwordSetMs, account.passwordDays)
@@ -47,31 +46,28 @@ void SqliteWriter::updateAccount(const AccountRow& account) {
 }
 
 void SqliteWriter::removeAccount(int64_t account) {
-    database_.statement("DELETE FROM account WHERE id=?1 AND id>0").bind(account).run();
+    statement("DELETE FROM account WHERE id=?1 AND id>0").bind(account).run();
 }
 
 void SqliteWriter::addAlias(std::string_view alias, int64_t account) {
-    database_.statement("INSERT INTO alias(address, account) VALUES(?1, ?2)")
-        .bind(alias, account)
-        .run();
+    statement("INSERT INTO alias(address, account) VALUES(?1, ?2)").bind(alias, account).run();
 }
 
 void SqliteWriter::removeAlias(std::string_view alias) {
-    database_.statement("DELETE FROM alias WHERE address=?1").bind(alias).run();
+    statement("DELETE FROM alias WHERE address=?1").bind(alias).run();
 }
 
 FolderKey SqliteWriter::addFolder(int64_t account, std::string_view name, ItemKind kind,
                                   bool isDefault) {
-    auto number = database_.statement(
-        "UPDATE account SET last_folder=last_folder+1 WHERE id=?1 RETURNING last_folder");
+    auto number =
+        statement("UPDATE account SET last_folder=last_folder+1 WHERE id=?1 RETURNING last_folder");
     if (!number.bind(account).step()) throw DatabaseError("no such account", false);
     const FolderKey key{account, number.integer(0)};
     number.run();
 
-    database_
-        .statement(
-            "INSERT INTO folder(account, folder, name, kind, is_default, stamp)"
-            " VALUES(?1, ?2, ?3, ?4, ?5, ?6)")
+    statement(
+        "INSERT INTO folder(account, folder, name, kind, is_default, stamp)"
+        " VALUES(?1, ?2, ?3, ?4, ?5, ?6)")
         .bind(key.account, key.folder, name, static_cast<int64_t>(kind), isDefault, writing_.now())
         .run();
     changedAccounts_.insert(account);
@@ -79,38 +75,43 @@ FolderKey SqliteWriter::addFolder(int64_t account, std::string_view name, ItemKi
 }
 
 void SqliteWriter::renameFolder(FolderKey folder, std::string_view name) {
-    database_.statement("UPDATE folder SET name=?3 WHERE account=?1 AND folder=?2")
+    statement("UPDATE folder SET name=?3 WHERE account=?1 AND folder=?2")
         .bind(folder.account, folder.folder, name)
         .run();
     changedAccounts_.insert(folder.account);
 }
 
 void SqliteWriter::removeFolder(FolderKey folder) {
-    database_.statement("DELETE FROM folder WHERE account=?1 AND folder=?2")
+    // Its stamp was part of the account's version, which never falls.
+    statement(
+        "UPDATE account SET version=version+coalesce("
+        "(SELECT stamp FROM folder WHERE account=?1 AND folder=?2), 0) WHERE id=?1")
+        .bind(folder.account, folder.folder)
+        .run();
+    statement("DELETE FROM folder WHERE account=?1 AND folder=?2")
         .bind(folder.account, folder.folder)
         .run();
     changedAccounts_.insert(folder.account);
 }
 
 void SqliteWriter::setToken(FolderKey folder, std::string_view token) {
-    database_.statement("UPDATE folder SET token=?3 WHERE account=?1 AND folder=?2")
+    statement("UPDATE folder SET token=?3 WHERE account=?1 AND folder=?2")
         .bind(folder.account, folder.folder, token)
         .run();
     changedAccounts_.insert(folder.account);
 }
 
 void SqliteWriter::setGrant(FolderKey folder, int64_t grantee, uint32_t rights) {
-    database_
-        .statement(
-            "INSERT INTO folder_grant(account, folder, grantee, rights) VALUES(?1, ?2, ?3, ?4)"
-            " ON CONFLICT(account, folder, grantee) DO UPDATE SET rights=excluded.rights")
+    statement(
+        "INSERT INTO folder_grant(account, folder, grantee, rights) VALUES(?1, ?2, ?3, ?4)"
+        " ON CONFLICT(account, folder, grantee) DO UPDATE SET rights=excluded.rights")
         .bind(folder.account, folder.folder, grantee, int64_t{rights})
         .run();
     changedAccounts_.insert(folder.account);
 }
 
 bool SqliteWriter::removeGrant(FolderKey folder, int64_t grantee) {
-    auto removed = database_.statement(
+    auto removed = statement(
         "DELETE FROM folder_grant WHERE account=?1 AND folder=?2 AND grantee=?3 RETURNING 1");
     if (!removed.bind(folder.account, folder.folder, grantee).step()) return false;
     removed.run();
@@ -191,6 +192,7 @@ std::optional<StoredItem> SqliteWriter::item(FolderKey folder, int64_t number) {
 }
 
 void SqliteWriter::mendFaults() {
+    itemsAlone_ = false;
     mendFaultsIn(database_);
 }
 
@@ -199,7 +201,12 @@ void SqliteWriter::commit() {
         database_.statement("UPDATE account SET version=version+1 WHERE id=?1").bind(account).run();
     }
     open_ = false;
-    writing_.commit();
+    writing_.commit(itemsAlone_ ? std::optional(std::move(stamps_)) : std::nullopt);
+}
+
+SqliteStatement SqliteWriter::statement(const char* sql) {
+    itemsAlone_ = false;
+    return database_.statement(sql);
 }
 
 SqliteWriter::Counts SqliteWriter::nextCounts(FolderKey folder) {
@@ -221,7 +228,7 @@ FolderStep SqliteWriter::keep(FolderKey folder, const Counts& counts) {
             " WHERE account=?1 AND folder=?2")
         .bind(folder.account, folder.folder, after.stampMs, after.deletions, counts.lastItem)
         .run();
-    changedAccounts_.insert(folder.account);
+    stamps_[folder] = after.stampMs;
     return counts.step;
 }
 

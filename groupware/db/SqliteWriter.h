@@ -42,6 +42,9 @@ class SqliteWriter : public WriteTransaction {
     void commit() override;
 
   private:
+    /// Of a change that is not one of items alone.
+    SqliteStatement statement(const char* sql);
+
     /// What a folder's row counts, before and after a change.
     struct Counts {
         FolderStep step;  ///< its later stamp is the next one already
@@ -52,7 +55,9 @@ class SqliteWriter : public WriteTransaction {
 
     SqliteWriting& writing_;
     SqliteConnection& database_;
-    std::set<int64_t> changedAccounts_;
+    std::set<int64_t> changedAccounts_;  ///< in themselves or in their folders
+    bool itemsAlone_ = true;
+    FolderStamps stamps_;  ///< that changes of items gave
     bool open_ = true;
 };
 
