@@ -97,7 +97,7 @@ void SqliteDatabase::prepare(bool create) {
 }
 
 std::vector<std::string> SqliteDatabase::domains() {
-    return *answers_->answer("domains", [&] {
+    return *answers_->lasting("domains", [&] {
         const auto reader = readers_.take();
         auto query = reader->statement("SELECT name FROM domain ORDER BY name");
         return textsOf(query);
@@ -105,7 +105,7 @@ std::vector<std::string> SqliteDatabase::domains() {
 }
 
 std::optional<AccountRow> SqliteDatabase::account(std::string_view address) {
-    return *answers_->answer(question("account", address), [&] {
+    return *answers_->lasting(question("account", address), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.address=?1 AND a.id>0");
         return oneAccount(query.bind(address));
@@ -113,7 +113,7 @@ std::optional<AccountRow> SqliteDatabase::account(std::string_view address) {
 }
 
 std::optional<AccountRow> SqliteDatabase::accountById(int64_t id) {
-    return *answers_->answer(question("id", id), [&] {
+    return *answers_->lasting(question("id", id), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.id=?1");
         return oneAccount(query.bind(id));
@@ -122,7 +122,7 @@ std::optional<AccountRow> SqliteDatabase::accountById(int64_t id) {
 
 std::optional<AccountRow> SqliteDatabase::accountByAlias(std::string_view address) {
     if (auto found = account(address)) return found;
-    return *answers_->answer(question("alias", address), [&] {
+    return *answers_->lasting(question("alias", address), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_ACCOUNT
                                        " JOIN alias ON alias.account=a.id WHERE alias.address=?1");
@@ -145,7 +145,7 @@ std::vector<std::string> SqliteDatabase::aliases(int64_t account) {
 }
 
 std::shared_ptr<const AccountFolders> SqliteDatabase::foldersOf(int64_t account) {
-    return answers_->answer(foldersQuestion(account), [&] {
+    return answers_->lasting(foldersQuestion(account), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(
             "SELECT f.folder, name, kind, is_default, stamp, token, version FROM account"
@@ -179,7 +179,7 @@ std::optional<FolderRow> SqliteDatabase::defaultFolder(int64_t account, ItemKind
 }
 
 std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {
-    return *answers_->answer(question("on", account), [&] {
+    return *answers_->lasting(question("on", account), [&] {
         const auto reader = readers_.take();
         auto query =
             reader->statement(GROUPWARE_GRANT " WHERE g.account=?1 ORDER BY g.folder, a.address");
@@ -188,7 +188,7 @@ std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {
 }
 
 std::vector<GrantRow> SqliteDatabase::grantsTo(int64_t grantee) {
-    return *answers_->answer(question("to", grantee), [&] {
+    return *answers_->lasting(question("to", grantee), [&] {
         const auto reader = readers_.take();
         auto query =
             reader->statement(GROUPWARE_GRANT " WHERE g.grantee=?1 ORDER BY g.account, g.folder");
@@ -197,7 +197,7 @@ std::vector<GrantRow> SqliteDatabase::grantsTo(int64_t grantee) {
 }
 
 uint32_t SqliteDatabase::grantedRights(FolderKey folder, int64_t grantee) {
-    return *answers_->answer(question("rights", folder.account, folder.folder, grantee), [&] {
+    return *answers_->lasting(question("rights", folder.account, folder.folder, grantee), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(
             "SELECT rights FROM folder_grant WHERE account=?1 AND folder=?2 AND grantee=?3");
