@@ -47,7 +47,6 @@ struct AccountRow {
     bool frozen = false;
     bool mustChangePassword = false;
     int64_t passwordExpiresMs = 0;  ///< UTC; 0 = never
-    int64_t version = 0;            ///< counts every change to the account's folders and items
     bool publishesBusyTime = true;  ///< to whoever asks for free and busy times
     int64_t passwordSetMs = 0;      ///< UTC; 0 = before this was kept
     int64_t passwordDays = 0;       ///< how long a password is good; 0 = for ever
@@ -118,6 +117,17 @@ struct FolderState {
     friend bool operator==(const FolderState&, const FolderState&) = default;
 };
 
+/// The states of a folder before and after one change.
+struct FolderStep {
+    FolderState before;
+    FolderState after;
+};
+
+/// An item as a change has left it.
+struct ItemChange : ItemRow {
+    FolderStep step;
+};
+
 /// The way from one state of a folder to a later one.
 struct FolderChanges {
     FolderState now;
@@ -176,12 +186,12 @@ class WriteTransaction {
 
     /// The following three give the item (and the folder) a new stamp: later than every stamp the
     /// folder has given before, and not before the clock.
-    virtual ItemRow insertItem(FolderKey folder, const NewItem& item) = 0;
+    virtual ItemChange insertItem(FolderKey folder, const NewItem& item) = 0;
     /// Nothing when there is no such item.
-    virtual std::optional<ItemRow> updateItem(FolderKey folder, int64_t number,
-                                              const NewItem& item) = 0;
-    /// False when there is no such item.
-    virtual bool deleteItem(FolderKey folder, int64_t number) = 0;
+    virtual std::optional<ItemChange> updateItem(FolderKey folder, int64_t number,
+                                                 const NewItem& item) = 0;
+    /// Nothing when there is no such item.
+    virtual std::optional<FolderStep> deleteItem(FolderKey folder, int64_t number) = 0;
 
     /// Reads within the transaction, for changes that depend on what is there.
     virtual std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) = 0;
@@ -204,7 +214,8 @@ class Database {
     virtual std::optional<AccountRow> accountByAlias(std::string_view address) = 0;
     virtual std::vector<AccountRow> accounts() = 0;
     virtual std::vector<std::string> aliases(int64_t account) = 0;
-    /// Nothing when there is no such account; also for kPublicAccount.
+    /// Grows with every change to the account's folders and items. Nothing when there is no such
+    /// account; also for kPublicAccount.
     virtual std::optional<int64_t> accountVersion(int64_t id) = 0;
 
     virtual std::vector<FolderRow> folders(int64_t account) = 0;

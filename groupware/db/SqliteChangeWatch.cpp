@@ -39,4 +39,9 @@ std::optional<SqliteChangeWatch::State> SqliteChangeWatch::state() const {
     return state[0] == kKnownLayout ? std::optional(state) : std::nullopt;
 }
 
+bool SqliteChangeWatch::isNext(const State& before, const State& after) {
+    constexpr size_t kCommits = 2;  // where the header counts them
+    return after[kCommits] == before[kCommits] + 1;
+}
+
 }  // namespace groupware

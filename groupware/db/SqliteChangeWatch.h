@@ -23,6 +23,9 @@ class SqliteChangeWatch {
     /// Nothing when it cannot be told here; then the database is to be asked.
     std::optional<State> state() const;
 
+    /// Whether one single commit lies between two states.
+    static bool isNext(const State& before, const State& after);
+
   private:
     SqliteConnection connection_;  // keeps the index where it is
     uint32_t* header_ = nullptr;   // written by SQLite alone

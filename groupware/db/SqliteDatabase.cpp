@@ -11,18 +11,15 @@ namespace groupware {
 
 namespace {
 
-#define GROUPWARE_ACCOUNT                                                            \
-    "SELECT a.id, a.address, a.full_name, a.password_hash, a.disabled, a.frozen,"    \
-    " a.must_change_password, a.password_expires, a.version, a.publishes_busy_time," \
+#define GROUPWARE_ACCOUNT                                                         \
+    "SELECT a.id, a.address, a.full_name, a.password_hash, a.disabled, a.frozen," \
+    " a.must_change_password, a.password_expires, a.publishes_busy_time,"         \
     " a.password_set, a.password_days FROM account a"
 
-#define GROUPWARE_FOLDER \
-    "SELECT folder, name, kind, is_default, stamp, token FROM folder WHERE account=?1"
-
 AccountRow accountOf(const SqliteStatement& row) {
-    return {row.integer(0), row.text(1), row.text(2),     row.text(3),
-            row.flag(4),    row.flag(5), row.flag(6),     row.integer(7),
-            row.integer(8), row.flag(9), row.integer(10), row.integer(11)};
+    return {row.integer(0), row.text(1),    row.text(2),    row.text(3),
+            row.flag(4),    row.flag(5),    row.flag(6),    row.integer(7),
+            row.flag(8),    row.integer(9), row.integer(10)};
 }
 
 FolderRow folderOf(int64_t account, const SqliteStatement& row) {
@@ -64,15 +61,13 @@ std::optional<AccountRow> oneAccount(SqliteStatement& query) {
     return accountOf(query);
 }
 
-std::optional<FolderRow> oneFolder(int64_t account, SqliteStatement& query) {
-    if (!query.step()) return std::nullopt;
-    return folderOf(account, query);
-}
-
 std::optional<StoredItem> oneItem(SqliteStatement& query) {
     if (!query.step()) return std::nullopt;
     return storedItemOf(query);
 }
+
+/// What an account that is not there counts.
+constexpr int64_t kNoAccount = -1;
 
 std::string partOf(std::string_view text) {
     return std::string(text);
@@ -98,10 +93,11 @@ void SqliteDatabase::prepare(bool create) {
         upgradeSchema(writing_.connection(), create);
     }
     answers_ = std::make_unique<AnswerCache>(path_);
+    writing_.tell(*answers_);
 }
 
 std::vector<std::string> SqliteDatabase::domains() {
-    return *answers_->answer("domains", [&] {
+    return *answers_->lasting("domains", [&] {
         const auto reader = readers_.take();
         auto query = reader->statement("SELECT name FROM domain ORDER BY name");
         return textsOf(query);
@@ -109,28 +105,24 @@ std::vector<std::string> SqliteDatabase::domains() {
 }
 
 std::optional<AccountRow> SqliteDatabase::account(std::string_view address) {
-    return *answers_->answer(question("account", address), [&] {
+    return *answers_->lasting(question("account", address), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.address=?1 AND a.id>0");
         return oneAccount(query.bind(address));
     });
 }
 
-std::shared_ptr<const std::optional<AccountRow>> SqliteDatabase::sharedAccount(int64_t id) {
-    return answers_->answer(question("id", id), [&] {
+std::optional<AccountRow> SqliteDatabase::accountById(int64_t id) {
+    return *answers_->lasting(question("id", id), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_ACCOUNT " WHERE a.id=?1");
         return oneAccount(query.bind(id));
     });
 }
 
-std::optional<AccountRow> SqliteDatabase::accountById(int64_t id) {
-    return *sharedAccount(id);
-}
-
 std::optional<AccountRow> SqliteDatabase::accountByAlias(std::string_view address) {
     if (auto found = account(address)) return found;
-    return *answers_->answer(question("alias", address), [&] {
+    return *answers_->lasting(question("alias", address), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(GROUPWARE_ACCOUNT
                                        " JOIN alias ON alias.account=a.id WHERE alias.address=?1");
@@ -152,40 +144,42 @@ std::vector<std::string> SqliteDatabase::aliases(int64_t account) {
     return textsOf(query.bind(account));
 }
 
+std::shared_ptr<const AccountFolders> SqliteDatabase::foldersOf(int64_t account) {
+    return answers_->lasting(foldersQuestion(account), [&] {
+        const auto reader = readers_.take();
+        auto query = reader->statement(
+            "SELECT f.folder, name, kind, is_default, stamp, token, version FROM account"
+            " LEFT JOIN folder f ON f.account=id WHERE id=?1 ORDER BY f.folder");
+        query.bind(account);
+        std::vector<FolderRow> rows;
+        int64_t count = kNoAccount;
+        while (query.step()) {
+            count = query.integer(6);
+            if (!query.isNull(0)) rows.push_back(folderOf(account, query));
+        }
+        return AccountFolders(count, std::move(rows));
+    });
+}
+
 std::optional<int64_t> SqliteDatabase::accountVersion(int64_t id) {
-    const auto account = sharedAccount(id);
-    return *account ? std::optional((*account)->version) : std::nullopt;
+    const int64_t version = foldersOf(id)->version();
+    return version == kNoAccount ? std::nullopt : std::optional(version);
 }
 
 std::vector<FolderRow> SqliteDatabase::folders(int64_t account) {
-    return *answers_->answer(question("folders", account), [&] {
-        const auto reader = readers_.take();
-        auto query = reader->statement(GROUPWARE_FOLDER " ORDER BY folder");
-        query.bind(account);
-        std::vector<FolderRow> rows;
-        while (query.step()) rows.push_back(folderOf(account, query));
-        return rows;
-    });
+    return foldersOf(account)->rows();
 }
 
 std::optional<FolderRow> SqliteDatabase::folder(int64_t account, std::string_view name) {
-    return *answers_->answer(question("folder", account, name), [&] {
-        const auto reader = readers_.take();
-        auto query = reader->statement(GROUPWARE_FOLDER " AND name=?2");
-        return oneFolder(account, query.bind(account, name));
-    });
+    return foldersOf(account)->named(name);
 }
 
 std::optional<FolderRow> SqliteDatabase::defaultFolder(int64_t account, ItemKind kind) {
-    return *answers_->answer(question("default", account, static_cast<int64_t>(kind)), [&] {
-        const auto reader = readers_.take();
-        auto query = reader->statement(GROUPWARE_FOLDER " AND kind=?2 AND is_default=1");
-        return oneFolder(account, query.bind(account, static_cast<int64_t>(kind)));
-    });
+    return foldersOf(account)->defaultOf(kind);
 }
 
 std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {
-    return *answers_->answer(question("on", account), [&] {
+    return *answers_->lasting(question("on", account), [&] {
         const auto reader = readers_.take();
         auto query =
             reader->statement(GROUPWARE_GRANT " WHERE g.account=?1 ORDER BY g.folder, a.address");
@@ -194,7 +188,7 @@ std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {
 }
 
 std::vector<GrantRow> SqliteDatabase::grantsTo(int64_t grantee) {
-    return *answers_->answer(question("to", grantee), [&] {
+    return *answers_->lasting(question("to", grantee), [&] {
         const auto reader = readers_.take();
         auto query =
             reader->statement(GROUPWARE_GRANT " WHERE g.grantee=?1 ORDER BY g.account, g.folder");
@@ -203,7 +197,7 @@ std::vector<GrantRow> SqliteDatabase::grantsTo(int64_t grantee) {
 }
 
 uint32_t SqliteDatabase::grantedRights(FolderKey folder, int64_t grantee) {
-    return *answers_->answer(question("rights", folder.account, folder.folder, grantee), [&] {
+    return *answers_->lasting(question("rights", folder.account, folder.folder, grantee), [&] {
         const auto reader = readers_.take();
         auto query = reader->statement(
             "SELECT rights FROM folder_grant WHERE account=?1 AND folder=?2 AND grantee=?3");

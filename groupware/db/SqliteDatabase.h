@@ -1,6 +1,7 @@
 // The groupware's database in one SQLite file, shared by any number of processes of one machine.
 #pragma once
 
+#include "groupware/db/AccountFolders.h"
 #include "groupware/db/AnswerCache.h"
 #include "groupware/db/Database.h"
 #include "groupware/db/SqliteReaders.h"
@@ -51,7 +52,7 @@ class SqliteDatabase : public Database {
     std::unique_ptr<DatabaseSnapshot> snapshot() override;
 
   private:
-    std::shared_ptr<const std::optional<AccountRow>> sharedAccount(int64_t id);
+    std::shared_ptr<const AccountFolders> foldersOf(int64_t account);
 
     std::string path_;
     SqliteWriting writing_;

@@ -1,5 +1,7 @@
 #include "groupware/db/SqliteWriter.h"
 
+#include <algorithm>
+
 #include "groupware/db/SqliteFaults.h"
 #include "groupware/db/SqliteRows.h"
 
@@ -15,11 +17,11 @@ SqliteWriter::~SqliteWriter() {
 }
 
 void SqliteWriter::addDomain(std::string_view domain) {
-    database_.statement("INSERT INTO domain(name) VALUES(?1)").bind(domain).run();
+    statement("INSERT INTO domain(name) VALUES(?1)").bind(domain).run();
 }
 
 int64_t SqliteWriter::addAccount(const AccountRow& account) {
-    auto query = database_.statement(
+    auto query = statement(
         "INSERT INTO account(address, full_name, password_hash, disabled, frozen,"
         " must_change_password, password_expires, publishes_busy_time, password_set,"
         " password_days) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10) RETURNING id");
@@ -33,11 +35,10 @@ int64_t SqliteWriter::addAccount(const AccountRow& account) {
 }
 
 void SqliteWriter::updateAccount(const AccountRow& account) {
-    database_
-        .statement(
-            "UPDATE account SET address=?2, full_name=?3, password_hash=?4, disabled=?5,"
-            " frozen=?6, must_change_password=?7, password_expires=?8, publishes_busy_time=?9,"
-            " password_set=?10, password_days=?11 WHERE id=?1")
+    statement(
+        "UPDATE account SET address=?2, full_name=?3, password_hash=?4, disabled=?5,"
+        " frozen=?6, must_change_password=?7, password_expires=?8, publishes_busy_time=?9,"
+        " password_set=?10, password_days=?11 WHERE id=?1")
         .bind(account.id, account.address, account.fullName, account.passwordHash, account.disabled,
               account.frozen, account.mustChangePassword, account.passwordExpiresMs,
               account.publishesBusyTime, account.passwordSetMs, account.passwordDays)
@@ -45,31 +46,28 @@ void SqliteWriter::updateAccount(const AccountRow& account) {
 }
 
 void SqliteWriter::removeAccount(int64_t account) {
-    database_.statement("DELETE FROM account WHERE id=?1 AND id>0").bind(account).run();
+    statement("DELETE FROM account WHERE id=?1 AND id>0").bind(account).run();
 }
 
 void SqliteWriter::addAlias(std::string_view alias, int64_t account) {
-    database_.statement("INSERT INTO alias(address, account) VALUES(?1, ?2)")
-        .bind(alias, account)
-        .run();
+    statement("INSERT INTO alias(address, account) VALUES(?1, ?2)").bind(alias, account).run();
 }
 
 void SqliteWriter::removeAlias(std::string_view alias) {
-    database_.statement("DELETE FROM alias WHERE address=?1").bind(alias).run();
+    statement("DELETE FROM alias WHERE address=?1").bind(alias).run();
 }
 
 FolderKey SqliteWriter::addFolder(int64_t account, std::string_view name, ItemKind kind,
                                   bool isDefault) {
-    auto number = database_.statement(
-        "UPDATE account SET last_folder=last_folder+1 WHERE id=?1 RETURNING last_folder");
+    auto number =
+        statement("UPDATE account SET last_folder=last_folder+1 WHERE id=?1 RETURNING last_folder");
     if (!number.bind(account).step()) throw DatabaseError("no such account", false);
     const FolderKey key{account, number.integer(0)};
     number.run();
 
-    database_
-        .statement(
-            "INSERT INTO folder(account, folder, name, kind, is_default, stamp)"
-            " VALUES(?1, ?2, ?3, ?4, ?5, ?6)")
+    statement(
+        "INSERT INTO folder(account, folder, name, kind, is_default, stamp)"
+        " VALUES(?1, ?2, ?3, ?4, ?5, ?6)")
         .bind(key.account, key.folder, name, static_cast<int64_t>(kind), isDefault, writing_.now())
         .run();
     changedAccounts_.insert(account);
@@ -77,38 +75,43 @@ FolderKey SqliteWriter::addFolder(int64_t account, std::string_view name, ItemKi
 }
 
 void SqliteWriter::renameFolder(FolderKey folder, std::string_view name) {
-    database_.statement("UPDATE folder SET name=?3 WHERE account=?1 AND folder=?2")
+    statement("UPDATE folder SET name=?3 WHERE account=?1 AND folder=?2")
         .bind(folder.account, folder.folder, name)
         .run();
     changedAccounts_.insert(folder.account);
 }
 
 void SqliteWriter::removeFolder(FolderKey folder) {
-    database_.statement("DELETE FROM folder WHERE account=?1 AND folder=?2")
+    // Its stamp was part of the account's version, which never falls.
+    statement(
+        "UPDATE account SET version=version+coalesce("
+        "(SELECT stamp FROM folder WHERE account=?1 AND folder=?2), 0) WHERE id=?1")
+        .bind(folder.account, folder.folder)
+        .run();
+    statement("DELETE FROM folder WHERE account=?1 AND folder=?2")
         .bind(folder.account, folder.folder)
         .run();
     changedAccounts_.insert(folder.account);
 }
 
 void SqliteWriter::setToken(FolderKey folder, std::string_view token) {
-    database_.statement("UPDATE folder SET token=?3 WHERE account=?1 AND folder=?2")
+    statement("UPDATE folder SET token=?3 WHERE account=?1 AND folder=?2")
         .bind(folder.account, folder.folder, token)
         .run();
     changedAccounts_.insert(folder.account);
 }
 
 void SqliteWriter::setGrant(FolderKey folder, int64_t grantee, uint32_t rights) {
-    database_
-        .statement(
-            "INSERT INTO folder_grant(account, folder, grantee, rights) VALUES(?1, ?2, ?3, ?4)"
-            " ON CONFLICT(account, folder, grantee) DO UPDATE SET rights=excluded.rights")
+    statement(
+        "INSERT INTO folder_grant(account, folder, grantee, rights) VALUES(?1, ?2, ?3, ?4)"
+        " ON CONFLICT(account, folder, grantee) DO UPDATE SET rights=excluded.rights")
         .bind(folder.account, folder.folder, grantee, int64_t{rights})
         .run();
     changedAccounts_.insert(folder.account);
 }
 
 bool SqliteWriter::removeGrant(FolderKey folder, int64_t grantee) {
-    auto removed = database_.statement(
+    auto removed = statement(
         "DELETE FROM folder_grant WHERE account=?1 AND folder=?2 AND grantee=?3 RETURNING 1");
     if (!removed.bind(folder.account, folder.folder, grantee).step()) return false;
     removed.run();
@@ -116,55 +119,64 @@ bool SqliteWriter::removeGrant(FolderKey folder, int64_t grantee) {
     return true;
 }
 
-ItemRow SqliteWriter::insertItem(FolderKey folder, const NewItem& item) {
-    const int64_t stamp = nextStamp(folder);
-    auto number = database_.statement(
-        "UPDATE folder SET last_item=last_item+1 WHERE account=?1 AND folder=?2"
-        " RETURNING last_item");
-    number.bind(folder.account, folder.folder).step();
-    ItemRow row{number.integer(0), stamp, std::string(item.uid), std::string(item.identifier)};
-    number.run();
-
+ItemChange SqliteWriter::insertItem(FolderKey folder, const NewItem& item) {
+    Counts counts = nextCounts(folder);
+    ++counts.lastItem;
+    const int64_t stamp = counts.step.after.stampMs;
     database_
         .statement(
             "INSERT INTO item(account, folder, item, modified, uid, identifier, first_start,"
             " last_end, exact, text) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)")
-        .bind(folder.account, folder.folder, row.number, stamp, item.uid, item.identifier,
+        .bind(folder.account, folder.folder, counts.lastItem, stamp, item.uid, item.identifier,
               item.span.firstStartMs, item.span.lastEndMs, item.span.exact, Bytes{item.text})
         .run();
-    return row;
+    return {{counts.lastItem, stamp, std::string(item.uid), std::string(item.identifier)},
+            keep(folder, counts)};
 }
 
-std::optional<ItemRow> SqliteWriter::updateItem(FolderKey folder, int64_t number,
-                                                const NewItem& item) {
-    if (!hasItem(folder, number)) return std::nullopt;
-    const int64_t stamp = nextStamp(folder);
+std::optional<ItemChange> SqliteWriter::updateItem(FolderKey folder, int64_t number,
+                                                   const NewItem& item) {
+    auto query = database_.statement(
+        "SELECT uid=?4 AND identifier=?5 FROM item WHERE account=?1 AND folder=?2 AND item=?3");
+    query.bind(folder.account, folder.folder, number, item.uid, item.identifier);
+    if (!query.step()) return std::nullopt;
+    // What is set again as it is would be written again, with its indexes.
+    const bool isNamedSo = query.flag(0);
+    query.run();
+
+    const Counts counts = nextCounts(folder);
+    const int64_t stamp = counts.step.after.stampMs;
+    if (!isNamedSo) {
+        database_
+            .statement(
+                "UPDATE item SET uid=?4, identifier=?5"
+                " WHERE account=?1 AND folder=?2 AND item=?3")
+            .bind(folder.account, folder.folder, number, item.uid, item.identifier)
+            .run();
+    }
     database_
         .statement(
-            "UPDATE item SET modified=?4, uid=?5, identifier=?6, first_start=?7, last_end=?8,"
-            " exact=?9, text=?10 WHERE account=?1 AND folder=?2 AND item=?3")
-        .bind(folder.account, folder.folder, number, stamp, item.uid, item.identifier,
-              item.span.firstStartMs, item.span.lastEndMs, item.span.exact, Bytes{item.text})
+            "UPDATE item SET modified=?4, first_start=?5, last_end=?6, exact=?7, text=?8"
+            " WHERE account=?1 AND folder=?2 AND item=?3")
+        .bind(folder.account, folder.folder, number, stamp, item.span.firstStartMs,
+              item.span.lastEndMs, item.span.exact, Bytes{item.text})
         .run();
-    return ItemRow{number, stamp, std::string(item.uid), std::string(item.identifier)};
+    return ItemChange{{number, stamp, std::string(item.uid), std::string(item.identifier)},
+                      keep(folder, counts)};
 }
 
-bool SqliteWriter::deleteItem(FolderKey folder, int64_t number) {
-    if (!hasItem(folder, number)) return false;
-    nextStamp(folder);
-    database_.statement("DELETE FROM item WHERE account=?1 AND folder=?2 AND item=?3")
-        .bind(folder.account, folder.folder, number)
-        .run();
-    auto count = database_.statement(
-        "UPDATE folder SET deletions=deletions+1 WHERE account=?1 AND folder=?2"
-        " RETURNING deletions-1");
-    count.bind(folder.account, folder.folder).step();
+std::optional<FolderStep> SqliteWriter::deleteItem(FolderKey folder, int64_t number) {
+    auto deleted = database_.statement(
+        "DELETE FROM item WHERE account=?1 AND folder=?2 AND item=?3 RETURNING 1");
+    if (!deleted.bind(folder.account, folder.folder, number).step()) return std::nullopt;
+    deleted.run();
+    Counts counts = nextCounts(folder);
+    const int64_t slot = counts.step.after.deletions++ % kDeletionsKept;
     database_
         .statement("REPLACE INTO deleted_item(account, folder, slot, item) VALUES(?1, ?2, ?3, ?4)")
-        .bind(folder.account, folder.folder, count.integer(0) % kDeletionsKept, number)
+        .bind(folder.account, folder.folder, slot, number)
         .run();
-    count.run();
-    return true;
+    return keep(folder, counts);
 }
 
 std::optional<int64_t> SqliteWriter::itemNumber(FolderKey folder, std::string_view uid) {
@@ -180,6 +192,7 @@ std::optional<StoredItem> SqliteWriter::item(FolderKey folder, int64_t number) {
 }
 
 void SqliteWriter::mendFaults() {
+    itemsAlone_ = false;
     mendFaultsIn(database_);
 }
 
@@ -188,26 +201,35 @@ void SqliteWriter::commit() {
         database_.statement("UPDATE account SET version=version+1 WHERE id=?1").bind(account).run();
     }
     open_ = false;
-    writing_.commit();
+    writing_.commit(itemsAlone_ ? std::optional(std::move(stamps_)) : std::nullopt);
 }
 
-int64_t SqliteWriter::nextStamp(FolderKey folder) {
+SqliteStatement SqliteWriter::statement(const char* sql) {
+    itemsAlone_ = false;
+    return database_.statement(sql);
+}
+
+SqliteWriter::Counts SqliteWriter::nextCounts(FolderKey folder) {
     auto query = database_.statement(
-        "UPDATE folder SET stamp=max(?3, stamp+1) WHERE account=?1 AND folder=?2"
-        " RETURNING stamp");
-    if (!query.bind(folder.account, folder.folder, writing_.now()).step()) {
+        "SELECT stamp, deletions, last_item FROM folder WHERE account=?1 AND folder=?2");
+    if (!query.bind(folder.account, folder.folder).step()) {
         throw DatabaseError("no such folder", false);
     }
-    const int64_t stamp = query.integer(0);
-    query.run();
-    changedAccounts_.insert(folder.account);
-    return stamp;
+    const FolderState before{query.integer(0), query.integer(1)};
+    const int64_t stamp = std::max(writing_.now(), before.stampMs + 1);
+    return {{before, {stamp, before.deletions}}, query.integer(2)};
 }
 
-bool SqliteWriter::hasItem(FolderKey folder, int64_t number) {
-    auto query =
-        database_.statement("SELECT 1 FROM item WHERE account=?1 AND folder=?2 AND item=?3");
-    return query.bind(folder.account, folder.folder, number).step();
+FolderStep SqliteWriter::keep(FolderKey folder, const Counts& counts) {
+    const FolderState& after = counts.step.after;
+    database_
+        .statement(
+            "UPDATE folder SET stamp=?3, deletions=?4, last_item=?5"
+            " WHERE account=?1 AND folder=?2")
+        .bind(folder.account, folder.folder, after.stampMs, after.deletions, counts.lastItem)
+        .run();
+    stamps_[folder] = after.stampMs;
+    return counts.step;
 }
 
 }  // namespace groupware

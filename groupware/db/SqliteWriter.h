@@ -29,10 +29,10 @@ class SqliteWriter : public WriteTransaction {
     void setGrant(FolderKey folder, int64_t grantee, uint32_t rights) override;
     bool removeGrant(FolderKey folder, int64_t grantee) override;
 
-    ItemRow insertItem(FolderKey folder, const NewItem& item) override;
-    std::optional<ItemRow> updateItem(FolderKey folder, int64_t number,
-                                      const NewItem& item) override;
-    bool deleteItem(FolderKey folder, int64_t number) override;
+    ItemChange insertItem(FolderKey folder, const NewItem& item) override;
+    std::optional<ItemChange> updateItem(FolderKey folder, int64_t number,
+                                         const NewItem& item) override;
+    std::optional<FolderStep> deleteItem(FolderKey folder, int64_t number) override;
 
     std::optional<int64_t> itemNumber(FolderKey folder, std::string_view uid) override;
     std::optional<StoredItem> item(FolderKey folder, int64_t number) override;
@@ -42,13 +42,22 @@ class SqliteWriter : public WriteTransaction {
     void commit() override;
 
   private:
-    /// The folder's next stamp, kept in the folder.
-    int64_t nextStamp(FolderKey folder);
-    bool hasItem(FolderKey folder, int64_t number);
+    /// Of a change that is not one of items alone.
+    SqliteStatement statement(const char* sql);
+
+    /// What a folder's row counts, before and after a change.
+    struct Counts {
+        FolderStep step;  ///< its later stamp is the next one already
+        int64_t lastItem = 0;
+    };
+    Counts nextCounts(FolderKey folder);
+    FolderStep keep(FolderKey folder, const Counts& counts);
 
     SqliteWriting& writing_;
     SqliteConnection& database_;
-    std::set<int64_t> changedAccounts_;
+    std::set<int64_t> changedAccounts_;  ///< in themselves or in their folders
+    bool itemsAlone_ = true;
+    FolderStamps stamps_;  ///< that changes of items gave
     bool open_ = true;
 };
 

@@ -31,7 +31,7 @@ void SqliteWriting::enter(bool alone) {
     }
     try {
         if (batch_ && alone) finish();
-        if (!batch_) open();
+        if (!batch_) return open();
         connection_.statement("SAVEPOINT change").run();
     } catch (...) {
         leave();
@@ -44,17 +44,22 @@ void SqliteWriting::open() {
     connection_.statement("BEGIN IMMEDIATE").run();
     lock_ = std::move(lock);
     batch_ = std::make_shared<CommitBatch>();
+    items_.emplace();
+    before_ = answers_ ? answers_->state() : std::nullopt;
 }
 
-void SqliteWriting::commit() {
-    try {
-        connection_.statement("RELEASE change").run();
-    } catch (...) {
-        giveUp();
-        throw;
+void SqliteWriting::commit(const std::optional<FolderStamps>& items) {
+    if (batch_->members > 0) {
+        try {
+            connection_.statement("RELEASE change").run();
+        } catch (...) {
+            giveUp();
+            throw;
+        }
     }
     const std::shared_ptr<CommitBatch> batch = batch_;
     ++batch->members;
+    note(items);
     if (batch->members == kMostMembers || !queue_.leaveToNext()) {
         finish();
         queue_.leave();
@@ -63,6 +68,7 @@ void SqliteWriting::commit() {
 }
 
 void SqliteWriting::giveUp() noexcept {
+    if (batch_->members == 0) return leave();
     try {
         connection_.statement("ROLLBACK TO change").run();
         connection_.statement("RELEASE change").run();
@@ -71,6 +77,27 @@ void SqliteWriting::giveUp() noexcept {
         close(error);
     }
     leave();
+}
+
+void SqliteWriting::note(const std::optional<FolderStamps>& items) {
+    if (!items) items_.reset();
+    if (!items_) return;
+    for (const auto& [folder, stamp] : *items) items_->insert_or_assign(folder, stamp);
+}
+
+/// What is remembered need not be asked again when it is known what has changed.
+void SqliteWriting::tellAnswers() {
+    if (!answers_ || !items_) return;
+    answers_->follow(before_, [&](AnswerCache::Answers& answers) {
+        for (const auto& [folder, stamp] : *items_) {
+            const auto known = answers.find(foldersQuestion(folder.account));
+            if (known == answers.end()) continue;
+            auto folders = std::make_shared<AccountFolders>(
+                *std::static_pointer_cast<const AccountFolders>(known->second));
+            folders->setStamp(folder, stamp);
+            known->second = std::move(folders);
+        }
+    });
 }
 
 /// Ends the turn of one who adds nothing to the open transaction.
@@ -85,6 +112,7 @@ void SqliteWriting::finish() noexcept {
     try {
         // To commit what was given up would cost a sync for nothing.
         connection_.statement(batch_->members > 0 ? "COMMIT" : "ROLLBACK").run();
+        if (batch_->members > 0) tellAnswers();
         close(std::nullopt);
     } catch (const DatabaseError& error) {
         close(error);

@@ -26,18 +26,24 @@ std::string_view lineBreakOf(std::string_view text, const ContentLine& line) {
     return bytes.ends_with('\r') ? "\r" : "\n";
 }
 
-size_t findUnquoted(std::string_view text, std::string_view characters, size_t from) {
-    bool quoted = false;
-    for (size_t i = from; i < text.size(); ++i) {
-        if (text[i] == '"') quoted = !quoted;
-        if (!quoted && characters.find(text[i]) != std::string_view::npos) return i;
+size_t findUnquoted(std::string_view text, char wanted) {
+    constexpr size_t kNone = std::string_view::npos;
+    size_t found = text.find(wanted);
+    size_t from = 0;  // no quote is open there
+    while (found != kNone) {
+        const size_t opening = text.substr(0, found).find('"', from);
+        if (opening == kNone) return found;
+        const size_t closing = text.find('"', opening + 1);
+        if (closing == kNone) return kNone;
+        from = closing + 1;
+        if (found < from) found = text.find(wanted, from);
     }
-    return std::string_view::npos;
+    return kNone;
 }
 
 bool cutParameter(std::string_view& parameters, std::string_view& name, std::string_view& value) {
     if (parameters.empty()) return false;
-    const size_t end = findUnquoted(parameters, ";");
+    const size_t end = findUnquoted(parameters, ';');
     const std::string_view one = parameters.substr(0, end);
     parameters = end == std::string_view::npos ? std::string_view{} : parameters.substr(end + 1);
     const size_t equals = one.find('=');
@@ -123,7 +129,7 @@ std::string_view LineReader::unfold() {
 void LineReader::divide(std::string_view whole) {
     // Programs that join files leave marks at the beginnings of lines.
     if (whole.starts_with(kByteOrderMark)) whole.remove_prefix(kByteOrderMark.size());
-    size_t colon = findUnquoted(whole, ":");
+    size_t colon = findUnquoted(whole, ':');
     // A quote that is never closed must not hide the value.
     if (colon == std::string_view::npos) colon = whole.find(':');
     if (colon == std::string_view::npos) return;

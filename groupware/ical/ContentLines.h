@@ -39,8 +39,8 @@ char lineEndIn(std::string_view text);
 /// The line break behind a line; LF when it lacks one.
 std::string_view lineBreakOf(std::string_view text, const ContentLine& line);
 
-/// Where the first of the characters stands outside of quotes, or npos.
-size_t findUnquoted(std::string_view text, std::string_view characters, size_t from = 0);
+/// Where the character first stands outside of quotes, or npos.
+size_t findUnquoted(std::string_view text, char wanted);
 
 /// The line as one unfolded text.
 std::string wholeLine(const ContentLine& line);

@@ -160,11 +160,12 @@ ItemRow ItemStore::place(const FolderRow& folder, const std::string& uid,
     }
     const std::string identifier = stored ? stored->row.identifier : newIdentifier(kind_);
     const NewItem item = newItem(*parsed, uid, identifier);
-    ItemRow row = stored ? transaction->updateItem(folder.key, stored->row.number, item).value()
-                         : transaction->insertItem(folder.key, item);
-    commit(*transaction, folder);
-    remember(folder, row, parsed);
-    return row;
+    const ItemChange change =
+        stored ? transaction->updateItem(folder.key, stored->row.number, item).value()
+               : transaction->insertItem(folder.key, item);
+    commit(*transaction, folder, change.step, {{change, item.span}}, {});
+    remember(folder, change, parsed);
+    return change;
 }
 
 int32_t ItemStore::edit(std::string_view path, int64_t number, StoreItem& record) {
@@ -215,10 +216,13 @@ int32_t ItemStore::replace(const FolderRow& folder, const StoredItem& stored,
     if (uid != stored.row.uid && !uid.empty() && transaction->itemNumber(folder.key, uid)) {
         return STORE_EXISTS;
     }
-    const auto updated = transaction->updateItem(folder.key, stored.row.number,
-                                                 newItem(*parsed, uid, stored.row.identifier));
-    commit(*transaction, folder);
-    if (!updated) return STORE_NOT_FOUND;
+    const NewItem item = newItem(*parsed, uid, stored.row.identifier);
+    const auto updated = transaction->updateItem(folder.key, stored.row.number, item);
+    if (!updated) {
+        transaction->commit();
+        return STORE_NOT_FOUND;
+    }
+    commit(*transaction, folder, updated->step, {{*updated, item.span}}, {});
     row = *updated;
     remember(folder, row, parsed);
     return STORE_OK;
@@ -228,13 +232,21 @@ int32_t ItemStore::remove(std::string_view path, int64_t number) {
     const auto folder = folderAt(path);
     if (!folder) return STORE_NOT_FOUND;
     const auto transaction = engine_.database().beginGrouped();
-    transaction->deleteItem(folder->key, number);
-    commit(*transaction, *folder);
+    if (const auto step = transaction->deleteItem(folder->key, number)) {
+        commit(*transaction, *folder, *step, {}, {number});
+    } else {
+        transaction->commit();
+    }
     return STORE_OK;
 }
 
-void ItemStore::commit(WriteTransaction& transaction, const FolderRow& folder) {
+/// Commits what has led the folder this one step.
+void ItemStore::commit(WriteTransaction& transaction, const FolderRow& folder,
+                       const FolderStep& step, std::vector<ItemHead> changed,
+                       std::vector<int64_t> deleted) {
     transaction.commit();
+    engine_.snapshots().follow(folder.key, step.before,
+                               {step.after, false, std::move(changed), std::move(deleted)});
     mirrorAfterCommit(engine_, folder.key.account);
 }
 

@@ -60,7 +60,8 @@ class ItemStore {
     ItemRow place(const FolderRow& folder, const std::string& uid, const ParsedPointer& parsed);
     int32_t replace(const FolderRow& folder, const StoredItem& stored, const std::string& uid,
                     const ParsedPointer& parsed, ItemRow& row);
-    void commit(WriteTransaction& transaction, const FolderRow& folder);
+    void commit(WriteTransaction& transaction, const FolderRow& folder, const FolderStep& step,
+                std::vector<ItemHead> changed, std::vector<int64_t> deleted);
     void remember(FolderRow folder, const ItemRow& row, const ParsedPointer& parsed);
 
     Engine& engine_;

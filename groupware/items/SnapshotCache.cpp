@@ -29,6 +29,16 @@ SnapshotPointer SnapshotCache::contentsOf(const FolderRow& folder) {
     return next;
 }
 
+void SnapshotCache::follow(FolderKey folder, const FolderState& before, FolderChanges changes) {
+    const PlacePointer place = placeOf(folder);
+    const std::lock_guard loading(place->loading);
+    const SnapshotPointer former = snapshotAt(*place);
+    if (!former || former->state() != before) return;
+    auto next = std::make_shared<const FolderSnapshot>(former->with(std::move(changes), use_));
+    const std::lock_guard lock(mutex_);
+    place->snapshot = std::move(next);
+}
+
 SnapshotCache::Figures SnapshotCache::figures() {
     const std::lock_guard lock(mutex_);
     return {places_.size(), bytes(), reused_, read_};

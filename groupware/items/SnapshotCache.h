@@ -32,6 +32,9 @@ class SnapshotCache {
     /// remembered; null when there is no such item any more.
     ParsedPointer textOf(const FolderItem& item);
 
+    /// What has just been stored need not be read: the changes lead on from that state, if that is
+    /// what is kept.
+    void follow(FolderKey folder, const FolderState& before, FolderChanges changes);
     /// Keeps the text of an item of that row, which has just been stored in the folder.
     void remember(const FolderRow& folder, const ItemRow& row, const ParsedPointer& parsed);
 

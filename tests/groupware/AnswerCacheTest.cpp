@@ -75,26 +75,53 @@ TEST_F(AnswerCacheTest, AnotherProcessesCommitIsSeenAtOnce) {
 }
 
 TEST_F(AnswerCacheTest, ThreadsSeeWhatWasAcknowledged) {
-    std::atomic<int64_t> acknowledged = *database_->accountVersion(alice_.id);
+    std::atomic<int64_t> version = *database_->accountVersion(alice_.id);
+    std::atomic<int64_t> stamp = 0;
     std::atomic<bool> writing = true;
     std::vector<std::thread> readers;
     for (int reader = 0; reader < 3; ++reader) {
         readers.emplace_back([&] {
             while (writing) {
-                const int64_t before = acknowledged;
-                EXPECT_GE(database_->accountVersion(alice_.id), before);
-                EXPECT_EQ(database_->folder(alice_.id, "calendar")->key, folder_);
+                const int64_t leastVersion = version;
+                const int64_t leastStamp = stamp;
+                EXPECT_GE(database_->accountVersion(alice_.id), leastVersion);
+                EXPECT_GE(database_->folder(alice_.id, "calendar")->stampMs, leastStamp);
             }
         });
     }
     for (int i = 0; i < 100; ++i) {
         const auto change = database_->begin();
-        change->insertItem(folder_, {std::to_string(i), "text", "", {}});
+        const int64_t given =
+            change->insertItem(folder_, {std::to_string(i), "text", "", {}}).modifiedMs;
         change->commit();
-        ++acknowledged;
+        stamp = given;
+        ++version;
     }
     writing = false;
     for (std::thread& reader : readers) reader.join();
+}
+
+TEST_F(AnswerCacheTest, WhatIsKeptOverACommitIsWhatTheDatabaseTells) {
+    SqliteConnection foreign(path());
+    for (int round = 0; round < 8; ++round) {
+        // Known before, so that it is amended and not asked.
+        EXPECT_EQ(database_->accountById(alice_.id)->id, alice_.id);
+        EXPECT_EQ(database_->folders(alice_.id).size(), 1U);
+        if (round % 4 == 1) foreign.execute("UPDATE folder SET name='Foreign'");
+        const auto change = database_->begin();
+        if (round % 4 == 2) change->renameFolder(folder_, "Own");
+        const int64_t stamp =
+            change->insertItem(folder_, {std::to_string(round), "text", "", {}}).modifiedMs;
+        change->commit();
+        if (round % 4 == 3) foreign.execute("UPDATE folder SET name='Later'");
+        constexpr const char* kNames[] = {"Calendar", "Foreign", "Own", "Later"};
+        const std::string name = round == 4 ? "Later" : kNames[round % 4];
+        const auto folder = database_->folder(alice_.id, name);
+        ASSERT_TRUE(folder) << round;
+        EXPECT_EQ(folder->stampMs, stamp);
+        EXPECT_EQ(database_->accountVersion(alice_.id),
+                  openSqliteDatabase(path(), false)->accountVersion(alice_.id));
+    }
 }
 
 TEST_F(AnswerCacheTest, TheWatchMovesWithCommitsAlone) {

@@ -94,7 +94,7 @@ TEST_F(DatabaseTest, NumbersAreNotUsedAgain) {
 }
 
 TEST_F(DatabaseTest, WhatIsNotCommittedLeavesNothing) {
-    const auto before = *database_->accountById(account_);
+    const auto before = database_->accountVersion(account_);
     const int64_t stamp = folderStamp();
     {
         const auto change = database_->begin();
@@ -105,13 +105,34 @@ TEST_F(DatabaseTest, WhatIsNotCommittedLeavesNothing) {
     }
     EXPECT_EQ(database_->itemCount(folder_), 0U);
     EXPECT_EQ(folderStamp(), stamp);
-    EXPECT_EQ(database_->accountVersion(account_), before.version);
+    EXPECT_EQ(database_->accountVersion(account_), before);
 
     const auto change = database_->begin();
     change->insertItem(folder_, item("a"));
     change->insertItem(folder_, item("b"));
     change->commit();
-    EXPECT_EQ(database_->accountVersion(account_), before.version + 1);
+    EXPECT_GT(database_->accountVersion(account_), before);
+}
+
+TEST_F(DatabaseTest, AnAccountsVersionGrowsWithEveryChange) {
+    now_ = 1'000;
+    const auto grows = [&](const std::function<void(WriteTransaction&)>& make) {
+        const auto before = database_->accountVersion(account_);
+        const auto change = database_->begin();
+        make(*change);
+        change->commit();
+        EXPECT_GT(database_->accountVersion(account_), before);
+    };
+    int64_t number = 0;
+    FolderKey other;
+    grows([&](auto& change) { number = change.insertItem(folder_, item("a")).number; });
+    grows([&](auto& change) { change.updateItem(folder_, number, item("a")); });
+    grows([&](auto& change) { change.deleteItem(folder_, number); });
+    grows([&](auto& change) {
+        other = change.addFolder(account_, "Other", ItemKind::kEvent, false);
+    });
+    grows([&](auto& change) { change.removeFolder(other); });
+    EXPECT_FALSE(database_->accountVersion(4711));
 }
 
 TEST_F(DatabaseTest, TextsComeBackByteForByte) {
