@@ -37,10 +37,7 @@ int32_t ItemStore::list(std::string_view path, StoreItem* records, uint32_t* cou
     const SnapshotPointer contents = contentsAt(path);
     if (!contents) return STORE_NOT_FOUND;
     return handOutList("all " + std::string(path), records, count, [&] {
-        FoundItems found{contents, {}};
-        found.items.reserve(contents->size());
-        contents->each([&](const auto& item) { found.items.push_back(item.get()); });
-        return found;
+        return FoundItems{contents, std::nullopt};
     });
 }
 
@@ -52,19 +49,20 @@ int32_t ItemStore::listRange(std::string_view path, TimeRange range, StoreItem* 
     const std::string question = std::to_string(range.fromMs) + " to " +
                                  std::to_string(range.toMs) + " " + std::string(path);
     return handOutList(question, records, count, [&] {
-        FoundItems found{contents, {}};
+        std::vector<const FolderItem*> items;
         RangeFilter filter(engine_.snapshots(), range);
         contents->eachTouching(range, [&](const FolderItem& item) {
-            if (filter.holds(item)) found.items.push_back(&item);
+            if (filter.holds(item)) items.push_back(&item);
         });
-        std::ranges::sort(found.items, {}, [](const auto* item) { return item->row.number; });
-        return found;
+        std::ranges::sort(items, {}, [](const auto* item) { return item->row.number; });
+        return FoundItems{contents, std::move(items)};
     });
 }
 
 int32_t ItemStore::fill(StoreItem& record, const FolderItem* item) {
     const ParsedPointer parsed = item ? engine_.snapshots().textOf(*item) : nullptr;
     if (!parsed) return STORE_NOT_FOUND;
+    forgetKeptList();
     fillRecord(record, contents(kind_, *item->folder, item->row, parsed));
     return STORE_OK;
 }
