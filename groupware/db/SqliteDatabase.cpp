@@ -178,6 +178,11 @@ std::optional<FolderRow> SqliteDatabase::defaultFolder(int64_t account, ItemKind
     return foldersOf(account)->defaultOf(kind);
 }
 
+std::optional<FolderRow> SqliteDatabase::folderOfDirectory(
+    std::string_view directory, const std::function<std::optional<FolderRow>()>& find) {
+    return answers_->answer(question("directory", directory), find);
+}
+
 std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {
     return *answers_->lasting(question("on", account), [&] {
         const auto reader = readers_.take();

@@ -142,14 +142,17 @@ std::optional<FolderRow> Engine::folderByDirectory(std::string_view directory) {
         const auto name = folderNameOf(rest);
         return name ? database_->folder(owner, *name) : std::nullopt;
     };
-    // Nearly all are people's, and where the public folders stand is a setting to be read.
-    if (auto rest = below(path, paths_.mail)) {
+    const auto folderOfPerson = [&]() -> std::optional<FolderRow> {
+        auto rest = below(path, paths_.mail);
+        if (!rest) return std::nullopt;
         const std::string_view domain = takeName(*rest);
         const std::string_view mailbox = takeName(*rest);
         const auto account =
             database_->account(lowerAscii(std::string(mailbox) + "@" + std::string(domain)));
-        if (account) return folderOf(account->id, *rest);
-    }
+        return account ? folderOf(account->id, *rest) : std::nullopt;
+    };
+    // Nearly all are people's, and where the public folders stand is a setting to be read.
+    if (auto folder = database_->folderOfDirectory(path, folderOfPerson)) return folder;
     const auto rest = below(path, publicDirectory());
     return rest ? folderOf(kPublicAccount, *rest) : std::nullopt;
 }
