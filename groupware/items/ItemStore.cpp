@@ -100,23 +100,20 @@ std::optional<int64_t> ItemStore::numberOfIdentifier(std::string_view path,
     return item->row.number;
 }
 
-int32_t ItemStore::textOf(const StoreItem& record, TextPointer& text) {
+int32_t ItemStore::textOf(const StoreItem& record, ParsedPointer& text) {
     const ContentsPointer own = contentsOf(record);
     if (own == nullptr || own->kind != kind_) return STORE_BAD_DATA;
-    ParsedPointer parsed = own->parsed;
+    text = own->parsed;
     if (const FolderItem* item = own->folderItem()) {
-        parsed = engine_.snapshots().textOf(*item);
-        if (!parsed) return STORE_NOT_FOUND;
+        text = engine_.snapshots().textOf(*item);
+        if (!text) return STORE_NOT_FOUND;
     }
-    if (parsed) {
-        text = TextPointer(parsed, &parsed->text);
-        return STORE_OK;
-    }
+    if (text) return STORE_OK;
     if (!own->folder) return STORE_BAD_DATA;
     // The record was given another UID since it was listed.
     const auto stored = engine_.database().item(*own->folder, own->row.number);
     if (!stored) return STORE_NOT_FOUND;
-    text = std::make_shared<const std::string>(textForUid(*own, *stored));
+    text = std::make_shared<const ParsedText>(ParsedText{textForUid(*own, *stored), {}});
     return STORE_OK;
 }
 
@@ -279,11 +276,11 @@ void ItemStore::setUid(StoreItem& record, std::string_view uid) {
 int32_t ItemStore::completeOccurrence(StoreItem& record) {
     const ContentsPointer own = contentsOf(record);
     if (own == nullptr || own->kind != kind_) return STORE_BAD_DATA;
-    TextPointer text;
-    if (const int32_t status = textOf(record, text); status != STORE_OK) return status;
-    auto completed = withOccurrenceCompleted(*text, record.reference);
+    ParsedPointer former;
+    if (const int32_t status = textOf(record, former); status != STORE_OK) return status;
+    auto completed = withOccurrenceCompleted(former->text, record.reference);
     if (!completed) return STORE_NOT_FOUND;
-    if (*completed == *text) return STORE_OK;
+    if (*completed == former->text) return STORE_OK;
     auto parsed = parsedText(kind_, std::move(*completed));
     if (parsed == nullptr) return STORE_BAD_DATA;
     refreshRecord(record, contents(kind_, own->folder, own->row, std::move(parsed)));

@@ -42,15 +42,10 @@ int32_t MultigetResponse::run() {
 void MultigetResponse::readHrefs() {
     wanted_.reserve(multiget_.hrefs().size());
     for (const std::string& sent : multiget_.hrefs()) {
-        std::string href = RepairedHref(sent);
-        std::string name = NameOfHref(sent);
-        std::string longUid = WithoutExtension(NameBelowUrl(href, url_));
-        std::string uid = WithoutExtension(name);
-        wanted_.push_back({.href = std::move(href),
-                           .name = std::move(name),
-                           .longUid = std::move(longUid),
-                           .uid = std::move(uid),
-                           .item = nullptr});
+        Wanted& wanted = wanted_.emplace_back();
+        wanted.href = RepairedHref(sent);
+        wanted.longUid = WithoutExtension(NameBelowUrl(wanted.href, url_));
+        wanted.uid = WithoutExtension(NameOfHref(sent));
     }
 }
 
@@ -143,11 +138,12 @@ void CalMultigetResponse::answer(ItemAnswers& answers, const Wanted& wanted) {
 void CalMultigetResponse::answerMessage(ItemAnswers& answers, const Wanted& wanted) {
     const webdav::WebDAVRequest& request = context_.request;
     const std::string& directory = request.Account().mailDirectory;
-    const std::string path = directory + wanted.name;
+    const std::string name = NameOfHref(wanted.href);
+    const std::string path = directory + name;
 
     webdav::ItemRecord item(context_.kind);
     int32_t status = STORE_NOT_FOUND;
-    if (!directory.empty() && platform::isPlainName(wanted.name))  // guests have no directory
+    if (!directory.empty() && platform::isPlainName(name))  // guests have no directory
         status = webdav::store().CV_CalGetCalItemFromMsg(item.get(), path.c_str(),
                                                          context_.folder.account.c_str());
     if (status == STORE_OK) {

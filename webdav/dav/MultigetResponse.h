@@ -26,11 +26,10 @@ class MultigetResponse : public PropFindResponseBase {
 
   protected:
     struct Wanted {
-        std::string href;     ///< as it is answered
-        std::string name;     ///< its last segment, extension included
-        std::string longUid;  ///< what follows the collection's URL; empty for an href elsewhere
-        std::string uid;      ///< the name without its extension
-        StoreItem* item;      ///< null for none
+        std::string href;           ///< as it is answered
+        std::string longUid;        ///< below the collection's URL; empty for an href elsewhere
+        std::string uid;            ///< its last segment without the extension
+        StoreItem* item = nullptr;  ///< null when there is none
 
         /// What is tried first, and is enough but for hrefs of an odd form.
         const std::string& mainUid() const { return longUid.empty() ? uid : longUid; }
