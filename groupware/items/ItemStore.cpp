@@ -62,7 +62,7 @@ int32_t ItemStore::listRange(std::string_view path, TimeRange range, StoreItem* 
 int32_t ItemStore::fill(StoreItem& record, const FolderItem* item) {
     const ParsedPointer parsed = item ? engine_.snapshots().textOf(*item) : nullptr;
     if (!parsed) return STORE_NOT_FOUND;
-    forgetKeptList();
+    forgetOldList();
     fillRecord(record, contents(kind_, *item->folder, item->row, parsed));
     return STORE_OK;
 }

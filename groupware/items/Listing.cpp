@@ -9,14 +9,16 @@ namespace {
 
 using SteadyTime = std::chrono::steady_clock;
 
+constexpr std::chrono::seconds kKeptFor{5};
+
 /// A list whose length was told and that waits for the call that fetches it.
 struct KeptList {
     std::string question;
     FoundItems answer;
     SteadyTime::time_point found;
-};
 
-constexpr std::chrono::seconds kKeptFor{5};
+    bool isFresh() const { return SteadyTime::now() - found < kKeptFor; }
+};
 
 thread_local KeptList keptList;
 
@@ -24,7 +26,7 @@ thread_local KeptList keptList;
 FoundItems takeKeptList(const std::string& question, uint32_t room) {
     KeptList kept = std::exchange(keptList, {});
     const bool fits = kept.answer.contents && kept.question == question &&
-                      kept.answer.size() == room && SteadyTime::now() - kept.found < kKeptFor;
+                      kept.answer.size() == room && kept.isFresh();
     return fits ? std::move(kept.answer) : FoundItems{};
 }
 
@@ -53,8 +55,8 @@ int32_t handOutList(const std::string& question, StoreItem* records, uint32_t* c
     return STORE_OK;
 }
 
-void forgetKeptList() {
-    if (keptList.answer.contents) keptList = {};
+void forgetOldList() {
+    if (keptList.answer.contents && !keptList.isFresh()) keptList = {};
 }
 
 }  // namespace groupware

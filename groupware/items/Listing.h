@@ -27,7 +27,7 @@ struct FoundItems {
 int32_t handOutList(const std::string& question, StoreItem* records, uint32_t* count,
                     const std::function<FoundItems()>& find);
 
-/// A thread that reads items one by one does not come for its list any more, which holds memory.
-void forgetKeptList();
+/// Lets go of a list of this thread that was not fetched in time, for it holds the folder's memory.
+void forgetOldList();
 
 }  // namespace groupware
