@@ -287,10 +287,11 @@ PLATFORM_EXPORT int32_t CV_ContactItemToVCardString(const StoreContactItem* item
     *text = nullptr;
     if (item == nullptr) return STORE_BAD_DATA;
     return statusOf([&]() -> int32_t {
-        TextPointer own;
+        ParsedPointer own;
         const int32_t status = store(kContact).textOf(*item, own);
         if (status != STORE_OK) return status;
-        *text = handOutText(withWholeCharacters(vCardAs(*own, plainVCard != 0 ? "3.0" : "4.0")));
+        const char* version = plainVCard != 0 ? "3.0" : "4.0";
+        *text = handOutText(withWholeCharacters(vCardAs(own->text, version)));
         return STORE_OK;
     });
 }

@@ -109,10 +109,12 @@ inline int32_t textOf(ItemKind kind, const StoreItem* item, char** text) {
     *text = nullptr;
     if (item == nullptr) return STORE_BAD_DATA;
     return statusOf([&]() -> int32_t {
-        TextPointer own;
+        ParsedPointer own;
         const int32_t status = store(kind).textOf(*item, own);
-        if (status == STORE_OK) *text = handOutText(withWholeCharacters(*own));
-        return status;
+        if (status != STORE_OK) return status;
+        *text = own->facts.wholeCharacters ? handOutText(own->text)
+                                           : handOutText(withWholeCharacters(own->text));
+        return STORE_OK;
     });
 }
 

@@ -222,6 +222,10 @@ class Database {
     /// Names match without regard to ASCII case.
     virtual std::optional<FolderRow> folder(int64_t account, std::string_view name) = 0;
     virtual std::optional<FolderRow> defaultFolder(int64_t account, ItemKind kind) = 0;
+    /// The folder with that directory, found as told when it is not known from before: all that it
+    /// takes must be the directory and what stands in the database.
+    virtual std::optional<FolderRow> folderOfDirectory(
+        std::string_view directory, const std::function<std::optional<FolderRow>()>& find) = 0;
 
     /// On the account's folders, in the order of folders and addresses.
     virtual std::vector<GrantRow> grantsOn(int64_t account) = 0;

@@ -69,8 +69,8 @@ std::optional<StoredItem> oneItem(SqliteStatement& query) {
 /// What an account that is not there counts.
 constexpr int64_t kNoAccount = -1;
 
-std::string partOf(std::string_view text) {
-    return std::string(text);
+std::string_view partOf(std::string_view text) {
+    return text;
 }
 
 std::string partOf(int64_t number) {
@@ -176,6 +176,11 @@ std::optional<FolderRow> SqliteDatabase::folder(int64_t account, std::string_vie
 
 std::optional<FolderRow> SqliteDatabase::defaultFolder(int64_t account, ItemKind kind) {
     return foldersOf(account)->defaultOf(kind);
+}
+
+std::optional<FolderRow> SqliteDatabase::folderOfDirectory(
+    std::string_view directory, const std::function<std::optional<FolderRow>()>& find) {
+    return *answers_->answer(question("directory", directory), find);
 }
 
 std::vector<GrantRow> SqliteDatabase::grantsOn(int64_t account) {

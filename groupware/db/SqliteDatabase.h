@@ -28,6 +28,8 @@ class SqliteDatabase : public Database {
     std::vector<FolderRow> folders(int64_t account) override;
     std::optional<FolderRow> folder(int64_t account, std::string_view name) override;
     std::optional<FolderRow> defaultFolder(int64_t account, ItemKind kind) override;
+    std::optional<FolderRow> folderOfDirectory(
+        std::string_view directory, const std::function<std::optional<FolderRow>()>& find) override;
 
     std::vector<GrantRow> grantsOn(int64_t account) override;
     std::vector<GrantRow> grantsTo(int64_t grantee) override;

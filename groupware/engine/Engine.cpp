@@ -136,22 +136,29 @@ std::string Engine::folderDirectory(const AccountRow& account, const FolderRow& 
     return mailDirectory(account) + folderDirectoryName(folder.name);
 }
 
+std::optional<FolderRow> Engine::folderBelow(std::string_view directory, int64_t owner) {
+    const auto name = folderNameOf(directory);
+    return name ? database_->folder(owner, *name) : std::nullopt;
+}
+
+std::optional<FolderRow> Engine::folderOfPerson(std::string_view directory) {
+    auto rest = below(directory, paths_.mail);
+    if (!rest) return std::nullopt;
+    const std::string_view domain = takeName(*rest);
+    const std::string_view mailbox = takeName(*rest);
+    const auto account =
+        database_->account(lowerAscii(std::string(mailbox) + "@" + std::string(domain)));
+    return account ? folderBelow(*rest, account->id) : std::nullopt;
+}
+
 std::optional<FolderRow> Engine::folderByDirectory(std::string_view directory) {
     const std::string_view path = withoutClosingBackslash(directory);
-    const auto folderOf = [&](int64_t owner, std::string_view rest) -> std::optional<FolderRow> {
-        const auto name = folderNameOf(rest);
-        return name ? database_->folder(owner, *name) : std::nullopt;
-    };
     // Nearly all are people's, and where the public folders stand is a setting to be read.
-    if (auto rest = below(path, paths_.mail)) {
-        const std::string_view domain = takeName(*rest);
-        const std::string_view mailbox = takeName(*rest);
-        const auto account =
-            database_->account(lowerAscii(std::string(mailbox) + "@" + std::string(domain)));
-        if (account) return folderOf(account->id, *rest);
+    if (auto folder = database_->folderOfDirectory(path, [&] { return folderOfPerson(path); })) {
+        return folder;
     }
     const auto rest = below(path, publicDirectory());
-    return rest ? folderOf(kPublicAccount, *rest) : std::nullopt;
+    return rest ? folderBelow(*rest, kPublicAccount) : std::nullopt;
 }
 
 }  // namespace groupware

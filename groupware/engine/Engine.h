@@ -77,6 +77,9 @@ class Engine {
     std::optional<FolderRow> folderByDirectory(std::string_view directory);
 
   private:
+    std::optional<FolderRow> folderOfPerson(std::string_view directory);
+    std::optional<FolderRow> folderBelow(std::string_view directory, int64_t owner);
+
     DataPaths paths_;
     std::unique_ptr<Database> database_;
     std::unique_ptr<Mirror> mirror_;

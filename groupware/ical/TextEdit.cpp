@@ -61,16 +61,6 @@ size_t asciiWords(std::string_view text) {
     return length;
 }
 
-bool isUtf8(std::string_view text) {
-    for (;;) {
-        text.remove_prefix(asciiWords(text));
-        if (text.empty()) return true;
-        const size_t length = characterLength(text);
-        if (length == 0) return false;
-        text.remove_prefix(length);
-    }
-}
-
 std::string unfolded(std::string_view lines) {
     const char lineEnd = lineEndIn(lines);
     std::string whole;
@@ -182,17 +172,27 @@ std::string foldedLine(std::string_view line, std::string_view lineEnd) {
     return folded.append(line).append(lineEnd);
 }
 
+bool hasWholeCharacters(std::string_view text) {
+    for (;;) {
+        text.remove_prefix(asciiWords(text));
+        if (text.empty()) return true;
+        const size_t length = characterLength(text);
+        if (length == 0) return false;
+        text.remove_prefix(length);
+    }
+}
+
 std::string withWholeCharacters(std::string text) {
-    if (isUtf8(text)) return text;
+    if (hasWholeCharacters(text)) return text;
     std::vector<Edit> edits;
     LineReader reader(text);
     while (reader.next()) {
         const ContentLine& line = reader.line();
         const std::string_view bytes =
             std::string_view(text).substr(line.begin, line.end - line.begin);
-        if (isUtf8(bytes)) continue;
+        if (hasWholeCharacters(bytes)) continue;
         const std::string whole = unfolded(bytes);
-        if (!isUtf8(whole)) continue;
+        if (!hasWholeCharacters(whole)) continue;
         edits.push_back({line.begin, line.end, foldedLine(whole, lineBreakOf(text, line))});
     }
     return applied(text, edits);

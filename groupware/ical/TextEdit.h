@@ -21,6 +21,9 @@ std::string withParticipation(std::string_view text, size_t index, std::string_v
 /// Marks the task of that index among the text's tasks as completed at that time (UTC).
 std::string withCompletion(std::string_view text, size_t index, const platform::DateTime& when);
 
+/// Whether a text is UTF-8, which it is not when a line is folded within a character.
+bool hasWholeCharacters(std::string_view text);
+
 /// The text with lines that are folded within a character folded anew, so that whoever reads it
 /// before unfolding finds whole characters; the same text when there are none.
 std::string withWholeCharacters(std::string text);

@@ -37,10 +37,7 @@ int32_t ItemStore::list(std::string_view path, StoreItem* records, uint32_t* cou
     const SnapshotPointer contents = contentsAt(path);
     if (!contents) return STORE_NOT_FOUND;
     return handOutList("all " + std::string(path), records, count, [&] {
-        FoundItems found{contents, {}};
-        found.items.reserve(contents->size());
-        contents->each([&](const auto& item) { found.items.push_back(item.get()); });
-        return found;
+        return FoundItems{contents, std::nullopt};
     });
 }
 
@@ -52,19 +49,20 @@ int32_t ItemStore::listRange(std::string_view path, TimeRange range, StoreItem* 
     const std::string question = std::to_string(range.fromMs) + " to " +
                                  std::to_string(range.toMs) + " " + std::string(path);
     return handOutList(question, records, count, [&] {
-        FoundItems found{contents, {}};
+        std::vector<const FolderItem*> items;
         RangeFilter filter(engine_.snapshots(), range);
         contents->eachTouching(range, [&](const FolderItem& item) {
-            if (filter.holds(item)) found.items.push_back(&item);
+            if (filter.holds(item)) items.push_back(&item);
         });
-        std::ranges::sort(found.items, {}, [](const auto* item) { return item->row.number; });
-        return found;
+        std::ranges::sort(items, {}, [](const auto* item) { return item->row.number; });
+        return FoundItems{contents, std::move(items)};
     });
 }
 
 int32_t ItemStore::fill(StoreItem& record, const FolderItem* item) {
     const ParsedPointer parsed = item ? engine_.snapshots().textOf(*item) : nullptr;
     if (!parsed) return STORE_NOT_FOUND;
+    forgetOldList();
     fillRecord(record, contents(kind_, *item->folder, item->row, parsed));
     return STORE_OK;
 }
@@ -102,23 +100,20 @@ std::optional<int64_t> ItemStore::numberOfIdentifier(std::string_view path,
     return item->row.number;
 }
 
-int32_t ItemStore::textOf(const StoreItem& record, TextPointer& text) {
+int32_t ItemStore::textOf(const StoreItem& record, ParsedPointer& text) {
     const ContentsPointer own = contentsOf(record);
     if (own == nullptr || own->kind != kind_) return STORE_BAD_DATA;
-    ParsedPointer parsed = own->parsed;
+    text = own->parsed;
     if (const FolderItem* item = own->folderItem()) {
-        parsed = engine_.snapshots().textOf(*item);
-        if (!parsed) return STORE_NOT_FOUND;
+        text = engine_.snapshots().textOf(*item);
+        if (!text) return STORE_NOT_FOUND;
     }
-    if (parsed) {
-        text = TextPointer(parsed, &parsed->text);
-        return STORE_OK;
-    }
+    if (text) return STORE_OK;
     if (!own->folder) return STORE_BAD_DATA;
     // The record was given another UID since it was listed.
     const auto stored = engine_.database().item(*own->folder, own->row.number);
     if (!stored) return STORE_NOT_FOUND;
-    text = std::make_shared<const std::string>(textForUid(*own, *stored));
+    text = std::make_shared<const ParsedText>(ParsedText{textForUid(*own, *stored), {}});
     return STORE_OK;
 }
 
@@ -281,11 +276,11 @@ void ItemStore::setUid(StoreItem& record, std::string_view uid) {
 int32_t ItemStore::completeOccurrence(StoreItem& record) {
     const ContentsPointer own = contentsOf(record);
     if (own == nullptr || own->kind != kind_) return STORE_BAD_DATA;
-    TextPointer text;
-    if (const int32_t status = textOf(record, text); status != STORE_OK) return status;
-    auto completed = withOccurrenceCompleted(*text, record.reference);
+    ParsedPointer former;
+    if (const int32_t status = textOf(record, former); status != STORE_OK) return status;
+    auto completed = withOccurrenceCompleted(former->text, record.reference);
     if (!completed) return STORE_NOT_FOUND;
-    if (*completed == *text) return STORE_OK;
+    if (*completed == former->text) return STORE_OK;
     auto parsed = parsedText(kind_, std::move(*completed));
     if (parsed == nullptr) return STORE_BAD_DATA;
     refreshRecord(record, contents(kind_, own->folder, own->row, std::move(parsed)));

@@ -17,8 +17,6 @@
 
 namespace groupware {
 
-using TextPointer = std::shared_ptr<const std::string>;
-
 class ItemStore {
   public:
     ItemStore(Engine& engine, ItemKind kind) : engine_(engine), kind_(kind) {}
@@ -32,8 +30,8 @@ class ItemStore {
     std::optional<std::string> identifierOfUid(std::string_view path, std::string_view uid);
     std::optional<int64_t> numberOfIdentifier(std::string_view path, std::string_view identifier);
 
-    /// The item's text as it is to go to a client.
-    int32_t textOf(const StoreItem& record, TextPointer& text);
+    /// The item's text as its client gave it; what was read in it may be missing.
+    int32_t textOf(const StoreItem& record, ParsedPointer& text);
     /// Reads a client's text into the record; nothing is stored.
     int32_t read(std::string_view text, StoreItem& record);
 

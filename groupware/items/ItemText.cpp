@@ -1,6 +1,7 @@
 #include "groupware/items/ItemText.h"
 
 #include "groupware/ical/Occurrences.h"
+#include "groupware/ical/TextEdit.h"
 #include "groupware/ical/VCard.h"
 
 namespace groupware {
@@ -35,6 +36,22 @@ ItemFacts taskFacts(const CalendarObject& task) {
     return facts;
 }
 
+std::optional<ItemFacts> objectFacts(ItemKind kind, std::string_view text, std::string& problem) {
+    const auto object = CalendarObject::parse(kind, text, problem);
+    if (!object) return std::nullopt;
+    ItemFacts facts = kind == ItemKind::kEvent ? eventFacts(*object) : taskFacts(*object);
+    facts.uid = object->uid();
+    return facts;
+}
+
+std::optional<ItemFacts> cardFacts(std::string_view text, std::string& problem) {
+    const auto card = VCard::parse(text, problem);
+    if (!card) return std::nullopt;
+    ItemFacts facts;
+    facts.uid = card->uid;
+    return facts;
+}
+
 }  // namespace
 
 size_t leadingComponent(const CalendarObject& object) {
@@ -52,17 +69,9 @@ std::optional<ItemFacts> readItem(ItemKind kind, std::string_view text, std::str
         problem = "the text holds a NUL";
         return std::nullopt;
     }
-    ItemFacts facts;
-    if (kind == ItemKind::kContact) {
-        const auto card = VCard::parse(text, problem);
-        if (!card) return std::nullopt;
-        facts.uid = card->uid;
-        return facts;
-    }
-    const auto object = CalendarObject::parse(kind, text, problem);
-    if (!object) return std::nullopt;
-    facts = kind == ItemKind::kEvent ? eventFacts(*object) : taskFacts(*object);
-    facts.uid = object->uid();
+    auto facts =
+        kind == ItemKind::kContact ? cardFacts(text, problem) : objectFacts(kind, text, problem);
+    if (facts) facts->wholeCharacters = hasWholeCharacters(text);
     return facts;
 }
 

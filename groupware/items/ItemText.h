@@ -24,6 +24,7 @@ struct ItemFacts {
     platform::DateTime
         reference;  ///< tasks: the last of these, else when the task begins or is due
     ItemSpan span;
+    bool wholeCharacters = false;  ///< clients get the text as it is, see ical/TextEdit.h
 };
 
 /// Reads a text that holds one item of the kind; nothing, and why, when it does not.

@@ -57,8 +57,10 @@ const std::string kNewTask = calendar(task("UID:new\r\n"));
 const std::string kDoneOnce =
     calendar(task("UID:one\r\nDTSTART:20250106T080000Z\r\nRRULE:FREQ=WEEKLY\r\n") +
              task("UID:one\r\nRECURRENCE-ID:20250113T080000Z\r\nSTATUS:COMPLETED\r\n"));
-const std::string kCard =
-    "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:one\r\nFN:First\r\nN:;First\r\nEND:VCARD\r\n";
+std::string card(const std::string& uid) {
+    return "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:" + uid + "\r\nFN:First\r\nN:;First\r\nEND:VCARD\r\n";
+}
+const std::string kCard = card("one");
 const std::string kChangedCard =
     "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:one\r\nFN:Changed\r\nN:;Changed\r\nEND:VCARD\r\n";
 const std::string kFreeBusy =
@@ -132,6 +134,27 @@ void addListingCases(std::vector<Case>& cases) {
                          kBadRequest,
                          {count + " database on server contains 1000 items",
                           "ERROR, " + second + " failed, error 23"}});
+    }
+}
+
+/// What cannot be looked up in a large folder is listed with all the others.
+void addLookUpCases(std::vector<Case>& cases) {
+    const std::tuple<const char*, const char*, const char*, std::string, const char*> kinds[] = {
+        {"CV_CalGetIDFromiCalUid", "CV_CalGetCalItemEx", "CV_CalGetAllItemsEx",
+         kEvents + "Many-calendar/", "CV_CalGetAllItemsEx"},
+        {"CV_TaskGetIDFromiCalUid", "CV_TaskGetTaskItemEx", "CV_TaskGetAllItemsEx",
+         kTasks + "Many-tasks/", "CV_TaskGetAllItems"},
+        {"CV_ContactGetIDFromvCardUid", "CV_ContactGetItemEx", "CV_ContactGetAllItemsEx",
+         kContacts + "Many-contacts/", "CV_ContactGetAllItemsEx"},
+    };
+    for (const auto& [find, get, list, folder, failed] : kinds) {
+        const std::string fetch = multiget("u7.x");
+        const std::string found = "<D:status>HTTP/1.1 200 OK<";
+        const Lines log = {std::string("ERROR, ") + failed + " failed, error 23"};
+        cases.push_back({{{find, 0}}, "REPORT", folder, fetch, 207, found});
+        cases.push_back({{{get, 23}}, "REPORT", folder, fetch, 207, found});
+        cases.push_back(
+            {{{get, 23}, {list, 23, 2}}, "REPORT", folder, fetch, 400, kBadRequest, log});
     }
 }
 
@@ -345,11 +368,26 @@ class Failures : public testing::Test {
         client_.set("account alice@example.test secret Alice");
         client_.set("account bob@example.test secret Bob");
         client_.set("folder alice@example.test tasks Loose");
+        for (const char* kind : {"calendar", "tasks", "contacts"}) addMany(kind);
         client_.set("item alice@example.test Calendar", kOne);
         client_.set("item alice@example.test Tasks", kTask);
         client_.set("item alice@example.test Contacts", kCard);
         client_.set("item alice@example.test Loose", calendar(task("SUMMARY:Nameless\r\n")));
         client_.logIn(kUser, "secret");
+    }
+
+    /// More than a first listing has room for.
+    void addMany(const std::string& kind) {
+        std::string items;
+        for (int i = 1; i <= 1001; ++i) {
+            const std::string uid = "u" + std::to_string(i);
+            items += kind == "calendar" ? event(uid)
+                     : kind == "tasks"  ? task("UID:" + uid + "\r\n")
+                                        : card(uid);
+        }
+        client_.set("folder alice@example.test " + kind + " Many-" + kind);
+        client_.set("item alice@example.test Many-" + kind,
+                    kind == "contacts" ? items : calendar(items));
     }
 
     protocol::Answer call(const std::string& method, const std::string& url,
@@ -371,8 +409,8 @@ class Failures : public testing::Test {
 
 TEST_F(Failures, AreToldAndChangeNothing) {
     std::vector<Case> cases;
-    for (const auto add : {addListingCases, addConversionCases, addPropFindCases, addGetCases,
-                           addPutCases, addDeleteCases, addFreeBusyCases})
+    for (const auto add : {addListingCases, addLookUpCases, addConversionCases, addPropFindCases,
+                           addGetCases, addPutCases, addDeleteCases, addFreeBusyCases})
         add(cases);
 
     std::vector<size_t> numbers;

@@ -292,19 +292,16 @@ std::string DecodeSlashes(std::string_view name) {
 std::string DecodeUriPath(std::string_view encoded) {
     std::string decoded;
     decoded.reserve(encoded.size());
-    for (size_t at = 0; at < encoded.size(); ++at) {
-        if (encoded[at] == '%' && encoded.size() - at > 2) {
-            const int high = hexValue(encoded[at + 1]);
-            const int low = hexValue(encoded[at + 2]);
-            if (high >= 0 && low >= 0) {
-                decoded += static_cast<char>(high << 4 | low);
-                at += 2;
-                continue;
-            }
-        }
-        decoded += encoded[at];
+    for (size_t escape = encoded.find('%'); escape != encoded.npos; escape = encoded.find('%')) {
+        decoded += encoded.substr(0, escape);
+        encoded.remove_prefix(escape);
+        const int high = encoded.size() > 2 ? hexValue(encoded[1]) : -1;
+        const int low = encoded.size() > 2 ? hexValue(encoded[2]) : -1;
+        const bool whole = high >= 0 && low >= 0;
+        decoded += whole ? static_cast<char>(high << 4 | low) : '%';
+        encoded.remove_prefix(whole ? 3 : 1);
     }
-    return decoded;
+    return decoded += encoded;
 }
 
 }  // namespace webdav

@@ -1,5 +1,7 @@
 #include "webdav/dav/Hrefs.h"
 
+#include <algorithm>
+
 #include "webdav/base/Text.h"
 
 namespace DAV {
@@ -87,9 +89,11 @@ std::string NameOfHref(std::string_view href) {
 std::string NameBelowUrl(std::string_view href, std::string_view collectionUrl) {
     while (collectionUrl.ends_with('/')) collectionUrl.remove_suffix(1);
     const std::string start = std::string(collectionUrl) + '/';
-    const std::string decoded = webdav::DecodeUriPath(href);
-    const size_t found = decoded.find(start);
-    return found == decoded.npos ? std::string() : decoded.substr(found + start.size());
+    std::string name = webdav::DecodeUriPath(href);
+    const size_t found = name.find(start);
+    if (found == name.npos) return {};
+    name.erase(0, found + start.size());
+    return name;
 }
 
 std::string NameOfUrl(std::string_view url) {
@@ -100,8 +104,9 @@ std::string NameOfUrl(std::string_view url) {
                                                  : url.substr(end + kBase64End.size()));
 }
 
-std::string WithoutExtension(std::string_view name) {
-    return std::string(name.substr(0, name.rfind('.')));
+std::string WithoutExtension(std::string name) {
+    name.resize(std::min(name.size(), name.rfind('.')));
+    return name;
 }
 
 std::string_view MailboxOf(std::string_view address) {

@@ -53,7 +53,7 @@ std::string NameBelowUrl(std::string_view href, std::string_view collectionUrl);
 std::string NameOfUrl(std::string_view url);
 
 /// A name without everything from its last "." on.
-std::string WithoutExtension(std::string_view name);
+std::string WithoutExtension(std::string name);
 
 /// The part of an address before and after its first "@"; the whole address when it has none.
 std::string_view MailboxOf(std::string_view address);

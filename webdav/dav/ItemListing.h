@@ -16,8 +16,12 @@ struct ListingTexts {
 
 using ListOperation = std::function<int32_t(StoreItem* items, uint32_t* count)>;
 
+/// Told the number of items when the first call had too little room: true when the second one is
+/// not needed.
+using InsteadOfSecond = std::function<bool(uint32_t count)>;
+
 /// Fills the records. False when the store failed, which is logged under the tag.
 bool ListItems(webdav::ItemRecords& records, const char* tag, const ListingTexts& texts,
-               const ListOperation& list);
+               const ListOperation& list, const InsteadOfSecond& instead = {});
 
 }  // namespace DAV

@@ -1,11 +1,9 @@
 // The multiget REPORT answers: the properties of the items that the client names by their hrefs.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "webdav/base/TextTable.h"
 #include "webdav/dav/ItemRows.h"
 #include "webdav/dav/MultigetRequest.h"
 #include "webdav/dav/PropFindResponse.h"
@@ -16,7 +14,11 @@ class MultigetResponse : public PropFindResponseBase {
   public:
     MultigetResponse(webdav::WebDAVRequest& request, const MultigetRequest& multiget,
                      const webdav::ItemKind& kind)
-        : context_(request, kind), multiget_(multiget), url_(request.Url()), records_(kind) {}
+        : context_(request, kind),
+          multiget_(multiget),
+          url_(request.Url()),
+          records_(kind),
+          found_(kind) {}
 
     /// Lists the folder and evaluates every href. 0 on success, -1 when the store failed.
     virtual int32_t run();
@@ -24,12 +26,17 @@ class MultigetResponse : public PropFindResponseBase {
 
   protected:
     struct Wanted {
-        std::string href;     ///< as it is answered
-        std::string name;     ///< its last segment, extension included
-        std::string longUid;  ///< what follows the collection's URL; empty for an href elsewhere
-        std::string uid;      ///< the name without its extension
+        std::string href;           ///< as it is answered
+        std::string longUid;        ///< below the collection's URL; empty for an href elsewhere
+        std::string uid;            ///< its last segment without the extension
+        StoreItem* item = nullptr;  ///< null when there is none
+
+        /// What is tried first, and is enough but for hrefs of an odd form.
+        const std::string& mainUid() const { return longUid.empty() ? uid : longUid; }
     };
 
+    /// Whether it is no item of the folder.
+    virtual bool standsInFile(const Wanted&) const { return false; }
     /// Answers one href.
     virtual void answer(ItemAnswers& answers, const Wanted& wanted);
 
@@ -37,17 +44,17 @@ class MultigetResponse : public PropFindResponseBase {
     const MultigetRequest& multiget_;
 
   private:
-    bool listItems();
     void readHrefs();
-    void findItems();
-    const StoreItem* find(const Wanted& wanted);
+    bool getItems();
+    void findListed();
+    bool lookUp(uint32_t count);
     void logUnknown(const std::string& uid) const;
 
     const std::string url_;
-    webdav::ItemRecords records_;
     std::vector<Wanted> wanted_;
-    std::optional<webdav::TextTable> uids_;  // of all these
-    std::vector<const StoreItem*> items_;    // by their numbers; null for those that are not there
+    webdav::ItemRecords records_;  // of the listing
+    webdav::ItemRecords found_;    // of what was looked up instead, each for one href
+    bool lookedUp_ = false;
 };
 
 /// Also reads scheduling messages, which stand in files: in the inbox, and under the name "msg".
@@ -57,6 +64,7 @@ class CalMultigetResponse final : public MultigetResponse {
         : MultigetResponse(request, multiget, webdav::kCalendarKind) {}
 
   protected:
+    bool standsInFile(const Wanted& wanted) const override;
     void answer(ItemAnswers& answers, const Wanted& wanted) override;
 
   private:
