@@ -19,6 +19,13 @@ bool isToken(std::string_view text) {
     return !text.empty() && std::ranges::all_of(text, isTokenByte);
 }
 
+/// Controls other than a tab have no place in a value (RFC 9110, 5.5).
+bool hasPlainValue(const HeaderField& field) {
+    return std::ranges::all_of(field.value, [](char c) {
+        return c == '\t' || (static_cast<unsigned char>(c) >= ' ' && c != '\x7F');
+    });
+}
+
 /// Cuts off and returns what stands before the separator, or everything when there is none.
 std::string_view takeUntil(std::string_view& text, std::string_view separator) {
     const size_t end = text.find(separator);
@@ -69,7 +76,8 @@ unsigned RequestHead::parse(std::string text) {
     if (!parseFields(lines_)) return 400;
     if (const unsigned refusal = checkHost()) return refusal;
     if (const unsigned refusal = readFraming()) return refusal;
-    return readExpectation();
+    if (const unsigned refusal = readExpectation()) return refusal;
+    return std::ranges::all_of(fields_, hasPlainValue) ? 0 : 400;
 }
 
 unsigned RequestHead::parseRequestLine(std::string_view line) {

@@ -3,16 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include <boost/beast/http/error.hpp>
-
 #include "host/SetupPage.h"
 
 namespace host {
 namespace {
-
-namespace beast = boost::beast;
-namespace http = beast::http;
-using beast::error_code;
 
 constexpr size_t kBodyPiece = 64 * 1024;
 constexpr std::string_view kLineEnd = "\r\n";
@@ -56,7 +50,6 @@ bool Transaction::skipEmptyLine() {
     return true;
 }
 
-/// Takes the head apart, and has the body's parser agree on it.
 unsigned Transaction::acceptHead(size_t length) {
     if (const unsigned refusal = request_.head.parse(std::string(received().substr(0, length)))) {
         return refusal;
@@ -68,44 +61,33 @@ unsigned Transaction::acceptHead(size_t length) {
     request_.target = std::move(*target);
     exchange_.headIsWhole();
 
-    parser_.emplace();
-    parser_->header_limit(static_cast<uint32_t>(length + 1));
-    parser_->body_limit(services_.limits.maxBody);
-    while (!parser_->is_header_done()) {
-        error_code error;
-        buffer_.consume(parser_->put(buffer_.data(), error));
-        if (error) return error == http::error::body_limit ? 413 : 400;
-    }
-    parser_->eager(true);
+    if (request_.head.contentLength().value_or(0) > services_.limits.maxBody) return 413;
+    buffer_.consume(length);
+    body_.emplace(request_.head, services_.limits.maxBody);
     return 0;
 }
 
 unsigned Transaction::readBody() {
-    while (!parser_->is_done() && buffer_.size() > 0) {
-        error_code error;
-        buffer_.consume(parser_->put(buffer_.data(), error));
-        if (error == http::error::need_more) break;
-        if (error) return error == http::error::body_limit ? 413 : 400;
-    }
-    if (!exchange_.holdBody(parser_->get().body().size())) return 503;
-    if (parser_->is_done()) request_.body = std::move(parser_->get().body());
+    if (const unsigned refusal = body_->take(buffer_)) return refusal;
+    if (!exchange_.holdBody(body_->size())) return 503;
+    if (body_->isWhole()) request_.body = body_->takeText();
     return 0;
 }
 
 boost::asio::mutable_buffer Transaction::roomForBody() {
-    const uint64_t remaining = parser_->content_length_remaining().value_or(kBodyPiece);
-    return room(static_cast<size_t>(std::min<uint64_t>(remaining, kBodyPiece)));
+    return room(
+        static_cast<size_t>(std::min<uint64_t>(body_->missing().value_or(kBodyPiece), kBodyPiece)));
 }
 
 /// Tells so a client that waits for that before it sends its body.
 void Transaction::welcomeBody() {
-    const bool hasBegun = buffer_.size() > 0 || !parser_->get().body().empty();
+    const bool hasBegun = buffer_.size() > 0 || body_->size() > 0;
     if (request_.head.expectsContinue() && !hasBegun) unsent_ = {kContinue, {}};
 }
 
 void Transaction::bodyIsCutShort(uint32_t error) {
     request_.cutShort = error;
-    request_.body = std::move(parser_->get().body());
+    request_.body = body_->takeText();
 }
 
 bool Transaction::isForExtension() const {
@@ -166,10 +148,7 @@ void Transaction::sent(size_t size) {
 }
 
 bool Transaction::hasReadAll() const {
-    if (!parser_ || !parser_->is_header_done()) return false;
-    const uint64_t toCome =
-        parser_->is_done() ? 0 : parser_->content_length_remaining().value_or(UINT64_MAX);
-    return buffer_.size() == toCome;
+    return body_ && body_->missing() == buffer_.size();
 }
 
 void Transaction::isOver() {

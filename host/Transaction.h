@@ -13,12 +13,11 @@
 
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/http/parser.hpp>
 
+#include "host/BodyReader.h"
 #include "host/Exchange.h"
 #include "host/ExtensionCall.h"
 #include "host/HostAnswer.h"
-#include "host/RequestBody.h"
 #include "host/RequestHead.h"
 #include "host/Routes.h"
 #include "host/SessionServices.h"
@@ -39,7 +38,7 @@ class Transaction {
     std::optional<unsigned> readHead();
     /// Takes what has come of the body; the status to refuse the request with, or 0.
     unsigned readBody();
-    bool bodyIsWhole() const { return parser_->is_done(); }
+    bool bodyIsWhole() const { return body_->isWhole(); }
     /// For what is likely to come of the body at once; none when the request leads nowhere.
     boost::asio::mutable_buffer roomForBody();
     /// Has something to send when the client waits for that before it sends its body.
@@ -83,7 +82,7 @@ class Transaction {
     HeadScanner scanner_;
     bool lineBegan_ = false;
     std::optional<unsigned> headResult_;
-    std::optional<boost::beast::http::request_parser<RequestBody>> parser_;
+    std::optional<BodyReader> body_;
     std::optional<PenaltyBox::Verdict> verdict_;
     std::optional<ExtensionCall> call_;
     HostAnswer own_;
