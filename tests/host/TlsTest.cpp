@@ -178,17 +178,14 @@ TEST_F(TlsHost, ReloadsItsCertificateUnlessTheNewOneIsBad) {
 
 TEST_F(TlsHost, AgreesOnHttp11OrNothing) {
     RunningServer server(settings(certificate_));
-    struct Case {
-        std::string offered;
-        bool agreed;
-    };
-    const Case cases[] = {{"\x08http/1.1", true}, {"\x02h2\x08http/1.1", true}, {"\x02h2", false}};
-    for (const Case& expected : cases) {
+    const std::pair<std::string, bool> cases[] = {
+        {"\x08http/1.1", true}, {"\x02h2\x08http/1.1", true}, {"\x02h2", false}};
+    for (const auto& [offered, agreed] : cases) {
         SSL_CTX_set_alpn_protos(context_.native_handle(),
-                                reinterpret_cast<const unsigned char*>(expected.offered.data()),
-                                static_cast<unsigned>(expected.offered.size()));
+                                reinterpret_cast<const unsigned char*>(offered.data()),
+                                static_cast<unsigned>(offered.size()));
         const auto stream = connect(server.port());
-        ASSERT_EQ(stream != nullptr, expected.agreed) << expected.offered;
+        ASSERT_EQ(stream != nullptr, agreed) << offered;
         if (!stream) continue;
         const unsigned char* chosen = nullptr;
         unsigned size = 0;
