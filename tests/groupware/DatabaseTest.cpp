@@ -222,61 +222,6 @@ TEST_F(DatabaseTest, RefusesWhatItCannotRead) {
     EXPECT_THROW(openSqliteDatabase(directory_.path("text.db"), true), DatabaseError);
 }
 
-TEST_F(DatabaseTest, ReadersAndWritersGoTogether) {
-    constexpr int kWriters = 3;
-    constexpr int kWrites = 40;
-    std::atomic<int> writing = kWriters;
-    std::vector<std::thread> threads;
-    for (int writer = 0; writer < kWriters; ++writer) {
-        threads.emplace_back([&, writer] {
-            for (int i = 0; i < kWrites; ++i) {
-                insert(named("writer", writer * kWrites + i));
-            }
-            --writing;
-        });
-    }
-    for (int reader = 0; reader < 2; ++reader) {
-        threads.emplace_back([&] {
-            size_t last = 0;
-            while (writing > 0) {
-                const auto rows = database_->items(folder_);
-                EXPECT_GE(rows.size(), last);
-                last = rows.size();
-                EXPECT_TRUE(rows.empty() || database_->item(folder_, rows.back().number));
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-
-    std::set<int64_t> stamps;
-    for (const ItemRow& row : database_->items(folder_)) stamps.insert(row.modifiedMs);
-    EXPECT_EQ(stamps.size(), size_t{kWriters * kWrites});
-}
-
-TEST_F(DatabaseTest, ProcessesWritingAtOnceLoseNothing) {
-    constexpr int kWrites = 60;
-    database_.reset();  // an open database is not to be taken into another process
-    const auto writer = [&](const std::string& name) {
-        return startProcess([&] {
-            const auto database = openSqliteDatabase(path(), false);
-            for (int i = 0; i < kWrites; ++i) {
-                const auto change = database->begin();
-                change->insertItem(folder_, item(named(name, i)));
-                change->commit();
-            }
-            return true;
-        });
-    };
-    const pid_t first = writer("a");
-    const pid_t second = writer("b");
-    EXPECT_TRUE(endedWell(first));
-    EXPECT_TRUE(endedWell(second));
-    database_ = openSqliteDatabase(path(), false);
-    std::set<int64_t> stamps;
-    for (const ItemRow& row : database_->items(folder_)) stamps.insert(row.modifiedMs);
-    EXPECT_EQ(stamps.size(), size_t{2 * kWrites});
-}
-
 TEST_F(DatabaseTest, KilledWriterLeavesAllItHasCommitted) {
     database_.reset();
     int pipe[2];

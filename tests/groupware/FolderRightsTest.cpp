@@ -109,26 +109,6 @@ TEST_F(FolderRightsTest, GoByAccountAndFolder) {
     }
 }
 
-TEST_F(FolderRightsTest, ListsHoldWhatMayBeRead) {
-    share(kAlice, "Work/Project", kCarol, 2 | 128);
-    share(kAlice, "Calendar", kCarol, 16);
-    share(kBob, "Club", kCarol, 511);
-    grant("To do", "anyone", 2);
-    grant("Team/Events", kCarol, 511);
-    EXPECT_EQ(shared(kCarol), "alice@example.test:Work/Project bob@example.test:Club");
-    EXPECT_EQ(shared(kAlice), "");
-    EXPECT_EQ(publicOnes(kCarol), ":Team/Events :To do");
-    EXPECT_EQ(publicOnes(kAlice), ":To do");
-
-    setting("EnableSharedFolders", "No");
-    EXPECT_EQ(shared(kCarol), "");
-    EXPECT_EQ(publicOnes(kAlice), ":To do");
-    setting("EnableSharedFolders", "Yes");
-    setting("EnablePublicFolders", "No");
-    EXPECT_EQ(publicOnes(kAlice), "");
-    EXPECT_NE(shared(kCarol), "");
-}
-
 TEST_F(FolderRightsTest, GrantsComeAndGo) {
     ASSERT_FALSE(addAlias(*engine_, kBob, "info@example.test"));
     const auto before = engine_->database().accountVersion(account(kAlice).id);
@@ -140,14 +120,7 @@ TEST_F(FolderRightsTest, GrantsComeAndGo) {
     EXPECT_EQ(grants[0].address, kBob);
     EXPECT_EQ(grants[0].rights, 16U);
 
-    EXPECT_TRUE(shareFolder(*engine_, kAlice, "Calendar", kAlice, 2));
-    EXPECT_TRUE(shareFolder(*engine_, kAlice, "Calendar", "anyone", 2));
-    EXPECT_TRUE(shareFolder(*engine_, kAlice, "Nowhere", kBob, 2));
-    EXPECT_TRUE(shareFolder(*engine_, "nobody@example.test", "Calendar", kBob, 2));
-    EXPECT_TRUE(unshareFolder(*engine_, kAlice, "Calendar", kCarol));
-    EXPECT_TRUE(grantPublicFolder(*engine_, "Nowhere", "anyone", 2));
     EXPECT_TRUE(grantPublicFolder(*engine_, "To do", "nobody@example.test", 2));
-    EXPECT_TRUE(revokePublicFolder(*engine_, "To do", "anyone"));
     grant("To do", "Anyone", 2);
     EXPECT_FALSE(revokePublicFolder(*engine_, "to do", "anyone"));
     EXPECT_FALSE(unshareFolder(*engine_, kAlice, "calendar", kBob));

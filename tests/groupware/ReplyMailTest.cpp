@@ -184,12 +184,10 @@ class ReplyMail : public CVCalendarFixture {
         platform::writeProfileText(store_.paths().mainSettings, "Mail", key, value);
     }
     void answer(const std::string& text, const char* organizer, uint32_t kind) {
-        StoreCalItem item;
-        CALL(CV_CalInitCalItemEx, &item);
-        ASSERT_EQ(CALL(CV_CalReadFromICalendarString, &item, text.c_str(), kActor), STORE_OK);
-        ASSERT_EQ(CALL(CV_CalWriteCalItem, &item, events_.c_str(), kActor), STORE_OK);
-        CALL(CV_CalSendICalendarMessage, &item, 0, 0, kActor, organizer, kind);
-        CALL(CV_CalFreeCalItemEx, &item);
+        Events item(*this);
+        ASSERT_EQ(CALL(CV_CalReadFromICalendarString, item.get(), text.c_str(), kActor), STORE_OK);
+        ASSERT_EQ(CALL(CV_CalWriteCalItem, item.get(), events_.c_str(), kActor), STORE_OK);
+        CALL(CV_CalSendICalendarMessage, item.get(), 0, 0, kActor, organizer, kind);
     }
     std::vector<std::string> messagesOf(const std::string& directory) {
         std::vector<std::string> found;
@@ -214,13 +212,12 @@ TEST_F(ReplyMail, ReachesTheInboxOfALocalOrganizer) {
         engine_->mailDirectory(*engine_->database().account("bob@example.test"));
     const auto files = messagesOf(inbox);
     ASSERT_EQ(files.size(), 1U);
-    StoreCalItem item;
-    CALL(CV_CalInitCalItemEx, &item);
-    ASSERT_EQ(CALL(CV_CalGetCalItemFromMsg, &item, files[0].c_str(), "bob@example.test"), STORE_OK);
-    EXPECT_STREQ(item.uid, "meeting");
-    ASSERT_EQ(item.attendeeCount, 1U);
-    EXPECT_EQ(item.attendees[0].status, STORE_PARTSTAT_TENTATIVE);
-    CALL(CV_CalFreeCalItemEx, &item);
+    Events item(*this);
+    ASSERT_EQ(CALL(CV_CalGetCalItemFromMsg, item.get(), files[0].c_str(), "bob@example.test"),
+              STORE_OK);
+    EXPECT_STREQ(item->uid, "meeting");
+    ASSERT_EQ(item->attendeeCount, 1U);
+    EXPECT_EQ(item->attendees[0].status, STORE_PARTSTAT_TENTATIVE);
 
     // Not answered yet, another answer than the text's, no address: nothing is sent.
     answer(invitation("NEEDS-ACTION"), "robert@example.test", STORE_REPLY_ACCEPTED);
