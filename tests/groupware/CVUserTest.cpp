@@ -129,15 +129,13 @@ TEST_F(CVUserTest, SettingsAreReadAndWritten) {
     EXPECT_EQ(CALL(CV_GetIntKey, "Other", "Number", 3, 0U), -12);
     EXPECT_EQ(CALL(CV_GetIntKey, "Other", "None", 3, 0U), 3);
 
-    struct Case {
-        const char* value;
-        int32_t whenDefaultNo, whenDefaultYes;
-    };
-    for (const Case& c : {Case{"Yes", 1, 1}, Case{"true", 1, 1}, Case{"1", 1, 1}, Case{"No", 0, 0},
-                          Case{"False", 0, 0}, Case{"0", 0, 0}, Case{"", 0, 1}, Case{"?", 0, 1}}) {
-        CALL(CV_SetStringKey, "Other", "Truth", c.value, 0U);
-        EXPECT_EQ(CALL(CV_GetBoolKey, "Other", "Truth", 0, 0U), c.whenDefaultNo) << c.value;
-        EXPECT_EQ(CALL(CV_GetBoolKey, "Other", "Truth", 1, 0U), c.whenDefaultYes) << c.value;
+    const std::tuple<const char*, int, int> truths[] = {{"Yes", 1, 1}, {"true", 1, 1},  {"1", 1, 1},
+                                                        {"No", 0, 0},  {"False", 0, 0}, {"0", 0, 0},
+                                                        {"", 0, 1},    {"?", 0, 1}};
+    for (const auto& [value, whenDefaultNo, whenDefaultYes] : truths) {
+        CALL(CV_SetStringKey, "Other", "Truth", value, 0U);
+        EXPECT_EQ(CALL(CV_GetBoolKey, "Other", "Truth", 0, 0U), whenDefaultNo) << value;
+        EXPECT_EQ(CALL(CV_GetBoolKey, "Other", "Truth", 1, 0U), whenDefaultYes) << value;
     }
 }
 

@@ -167,22 +167,19 @@ TEST_F(DatabaseTest, SpansAreAskedByTheirEnds) {
     change->insertItem(folder_, {"any", "text", "", {}});
     change->commit();
 
-    struct Case {
-        int64_t from, to;
-        std::set<std::string> uids;
-    };
-    const Case cases[] = {{0, 100, {"any"}},
-                          {0, 101, {"any", "exact"}},
-                          {199, 200, {"any", "exact", "rule"}},
-                          {200, 300, {"any", "rule"}},
-                          {INT64_MIN, INT64_MAX, {"any", "exact", "rule"}}};
-    for (const Case& c : cases) {
+    const std::tuple<int64_t, int64_t, std::set<std::string>> cases[] = {
+        {0, 100, {"any"}},
+        {0, 101, {"any", "exact"}},
+        {199, 200, {"any", "exact", "rule"}},
+        {200, 300, {"any", "rule"}},
+        {INT64_MIN, INT64_MAX, {"any", "exact", "rule"}}};
+    for (const auto& [from, to, uids] : cases) {
         std::set<std::string> found;
-        database_->itemsInSpan(folder_, c.from, c.to, [&](StoredItem&& stored) {
+        database_->itemsInSpan(folder_, from, to, [&](StoredItem&& stored) {
             EXPECT_EQ(stored.text.empty(), stored.span.exact) << stored.row.uid;
             found.insert(stored.row.uid);
         });
-        EXPECT_EQ(found, c.uids) << c.from << " to " << c.to;
+        EXPECT_EQ(found, uids) << from << " to " << to;
     }
 }
 
