@@ -183,21 +183,6 @@ TEST_F(DatabaseTest, SpansAreAskedByTheirEnds) {
     }
 }
 
-TEST_F(DatabaseTest, FoldersAreFoundWithoutRegardToCase) {
-    auto change = database_->begin();
-    const FolderKey work =
-        change->addFolder(account_, "Work/\xC3\x89t\xC3\xA9", ItemKind::kTask, false);
-    change->commit();
-    EXPECT_EQ(database_->folder(account_, "wORK/\xC3\x89T\xC3\xA9")->key, work);
-    EXPECT_FALSE(database_->folder(account_, "Work"));
-    EXPECT_FALSE(database_->folder(kPublicAccount, "Calendar"));
-    EXPECT_EQ(database_->defaultFolder(account_, ItemKind::kEvent)->key, folder_);
-    EXPECT_FALSE(database_->defaultFolder(account_, ItemKind::kTask));
-    change.reset();
-    change = database_->begin();
-    EXPECT_THROW(change->addFolder(account_, "CALENDAR", ItemKind::kEvent, false), DatabaseError);
-}
-
 TEST_F(DatabaseTest, PublicAccountIsNobodys) {
     EXPECT_TRUE(database_->accountById(kPublicAccount));
     EXPECT_FALSE(database_->account(""));

@@ -64,51 +64,6 @@ class FolderRightsTest : public ::testing::Test {
     std::unique_ptr<Engine> engine_;
 };
 
-TEST_F(FolderRightsTest, GoByAccountAndFolder) {
-    share(kAlice, "Work/Project", kBob, 2);
-    share(kAlice, "work/project", "Carol@Example.test", 511);
-    share(kBob, "Club", kCarol, 16);
-    grant("Team/Events", "anyone", 2 | 16);
-    grant("Team/Events", kBob, 136);
-    grant("To do", kCarol, 2);
-
-    const std::string alice = store_.paths().mail + "\\example.test\\alice\\";
-    const std::string bob = store_.paths().mail + "\\example.test\\bob\\";
-    const std::string ours = store_.paths().publicFolders + "\\";
-    struct Row {
-        std::string directory;
-        uint32_t toAlice, toBob, toCarol, toGuest;
-    };
-    const Row rows[] = {
-        {alice + "Work.IMAP\\Project.IMAP", 511, 2, 511, 0},
-        {alice + "work.imap\\PROJECT.imap\\", 511, 2, 511, 0},
-        {alice + "Work.IMAP", 511, 0, 0, 0},
-        {alice + "Work.IMAP\\Project.IMAP\\Below.IMAP", 0, 0, 0, 0},
-        {alice + "Calendar.IMAP", 511, 0, 0, 0},
-        {bob + "Club.IMAP", 0, 511, 16, 0},
-        {ours + "Team.IMAP\\Events.IMAP", 2 | 16, 2 | 16 | 136, 2 | 16, 2},
-        {ours + "Team.IMAP", 0, 0, 0, 0},
-        {ours + "To do.IMAP", 0, 0, 2, 0},
-        {alice, 0, 0, 0, 0},
-        {ours, 0, 0, 0, 0},
-        {"\\elsewhere", 0, 0, 0, 0},
-    };
-    for (const Row& row : rows) {
-        const bool isPublic = row.directory.starts_with(ours);
-        const std::pair<const char*, uint32_t> expected[] = {
-            {kAlice, row.toAlice},   {kBob, row.toBob}, {"BOB@example.test", row.toBob},
-            {kCarol, row.toCarol},   {"", row.toGuest}, {"guest", row.toGuest},
-            {"anyone", row.toGuest},
-        };
-        for (const auto& [who, rights] : expected) {
-            EXPECT_EQ(rightsInFolder(*engine_, row.directory, who), rights)
-                << who << " in " << row.directory;
-            EXPECT_EQ(rightsInPublicFolder(*engine_, row.directory, who), isPublic ? rights : 0)
-                << who << " in " << row.directory;
-        }
-    }
-}
-
 TEST_F(FolderRightsTest, GrantsComeAndGo) {
     ASSERT_FALSE(addAlias(*engine_, kBob, "info@example.test"));
     const auto before = engine_->database().accountVersion(account(kAlice).id);
