@@ -43,6 +43,7 @@ TEST(RequestTrace, InvalidTextIsKeptApartAndAllForTheOwnerAlone) {
     const TestInstallation product;
     product.setWebstrand("LogMessages", "Yes");
     TraceContext context = contextFrom("192.0.2.7");
+    TraceMessage(context, "an earlier request", "", true, false);
     TraceMessage(context, "q", "", true, false);
     TraceMessage(context, "a", "\xFF", false, true);
     TraceMessage(context, "a", "", false, false);
