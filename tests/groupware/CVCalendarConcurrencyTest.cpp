@@ -11,10 +11,10 @@ namespace {
 class CVCalendarConcurrencyTest : public CVCalendarFixture {};
 
 TEST_F(CVCalendarConcurrencyTest, ClientsThatMeetAtAnItemAreAllServed) {
-    StoreCalItem first;
-    StoreCalItem second;
+    Events items(*this, 2);
+    StoreCalItem& first = items[0];
+    StoreCalItem& second = items[1];
     for (StoreCalItem* item : {&first, &second}) {
-        CALL(CV_CalInitCalItemEx, item);
         const std::string text = event("a", item == &first ? "" : "SUMMARY:second\r\n");
         ASSERT_EQ(CALL(CV_CalReadFromICalendarString, item, text.c_str(), kActor), STORE_OK);
         ASSERT_EQ(CALL(CV_CalWriteCalItem, item, events_.c_str(), kActor), STORE_OK);
@@ -31,16 +31,14 @@ TEST_F(CVCalendarConcurrencyTest, ClientsThatMeetAtAnItemAreAllServed) {
               STORE_OK);
     EXPECT_NE(second.itemNumber, first.itemNumber);
     EXPECT_EQ(get("a"), event("a", "SUMMARY:second\r\n"));
-    CALL(CV_CalFreeCalItemEx, &first);
-    CALL(CV_CalFreeCalItemEx, &second);
 
     std::vector<std::thread> clients;
     for (int client = 0; client < 4; ++client) {
         clients.emplace_back([this, client] {
             const std::string text = event("b", "X-BY:" + std::to_string(client) + "\r\n");
             for (int i = 0; i < 10; ++i) {
-                StoreCalItem item;
-                CALL(CV_CalInitCalItemEx, &item);
+                Events records(*this);
+                StoreCalItem& item = records[0];
                 CALL(CV_CalReadFromICalendarString, &item, text.c_str(), kActor);
                 const char* folder = events_.c_str();
                 const bool found = CALL(CV_CalGetIDFromiCalUid, folder, "b", &item.itemNumber) != 0;
@@ -55,7 +53,6 @@ TEST_F(CVCalendarConcurrencyTest, ClientsThatMeetAtAnItemAreAllServed) {
                 EXPECT_EQ(CALL(CV_CalSetRelatedDAVData, item.itemNumber, folder, text.c_str(),
                                static_cast<uint32_t>(text.size())),
                           STORE_OK);
-                CALL(CV_CalFreeCalItemEx, &item);
             }
         });
     }
@@ -65,36 +62,28 @@ TEST_F(CVCalendarConcurrencyTest, ClientsThatMeetAtAnItemAreAllServed) {
 
 TEST_F(CVCalendarConcurrencyTest, ALongListTakesTwoCallsWhateverHappensBetween) {
     for (int i = 0; i < 12; ++i) put(event("e" + std::to_string(i)));
-    std::vector<StoreCalItem> items(5);
-    for (auto& item : items) CALL(CV_CalInitCalItemEx, &item);
+    const auto list = [&](Events& items, uint32_t& count) {
+        return CALL(CV_CalGetAllItemsEx, items.get(), &count, events_.c_str(), kActor);
+    };
+    Events items(*this, 5);
     uint32_t count = 5;
-    ASSERT_EQ(CALL(CV_CalGetAllItemsEx, items.data(), &count, events_.c_str(), kActor),
-              STORE_MORE_ROOM);
+    ASSERT_EQ(list(items, count), STORE_MORE_ROOM);
     ASSERT_EQ(count, 12U);
     put(event("late"));
     items.resize(count);
-    for (auto& item : items) CALL(CV_CalInitCalItemEx, &item);
-    ASSERT_EQ(CALL(CV_CalGetAllItemsEx, items.data(), &count, events_.c_str(), kActor), STORE_OK);
+    ASSERT_EQ(list(items, count), STORE_OK);
     ASSERT_EQ(count, 12U);
     EXPECT_STREQ(items[11].uid, "e11");
-    char* text = nullptr;
-    ASSERT_EQ(CALL(CV_CalItemToICalendarStringEx, &items[11], events_.c_str(), kActor, &text),
-              STORE_OK);
-    EXPECT_EQ(taken(text), event("e11"));
+    EXPECT_EQ(textOf(items[11]), event("e11"));
     ASSERT_EQ(CALL(CV_CalDeleteCalItem, events_.c_str(), items[11].itemNumber, kActor), STORE_OK);
     // What a listing has shown stays whole for whoever holds it.
-    ASSERT_EQ(CALL(CV_CalItemToICalendarStringEx, &items[11], events_.c_str(), kActor, &text),
-              STORE_OK);
-    EXPECT_EQ(taken(text), event("e11"));
-    for (auto& item : items) CALL(CV_CalFreeCalItemEx, &item);
+    EXPECT_EQ(textOf(items[11]), event("e11"));
     // The kept list is used up: a listing shows what is there now.
-    items.resize(20);
-    for (auto& item : items) CALL(CV_CalInitCalItemEx, &item);
+    Events again(*this, 20);
     count = 20;
-    ASSERT_EQ(CALL(CV_CalGetAllItemsEx, items.data(), &count, events_.c_str(), kActor), STORE_OK);
+    ASSERT_EQ(list(again, count), STORE_OK);
     ASSERT_EQ(count, 12U);
-    EXPECT_STREQ(items[11].uid, "late");
-    for (auto& item : items) CALL(CV_CalFreeCalItemEx, &item);
+    EXPECT_STREQ(again[11].uid, "late");
 }
 
 TEST_F(CVCalendarConcurrencyTest, ListsStayWholeWhileAnotherWriterImports) {
@@ -109,14 +98,12 @@ TEST_F(CVCalendarConcurrencyTest, ListsStayWholeWhileAnotherWriterImports) {
     std::thread writer([&] { EXPECT_EQ(importItems(*engine_, folder, file).imported, kEvents); });
     uint32_t seen = 0;
     while (seen < kEvents) {
-        std::vector<StoreCalItem> items(10);
-        for (auto& item : items) CALL(CV_CalInitCalItemEx, &item);
+        Events items(*this, 10);
         uint32_t count = 10;
-        int32_t status = CALL(CV_CalGetAllItemsEx, items.data(), &count, events_.c_str(), kActor);
+        int32_t status = CALL(CV_CalGetAllItemsEx, items.get(), &count, events_.c_str(), kActor);
         if (status == STORE_MORE_ROOM) {
             items.resize(count);
-            for (auto& item : items) CALL(CV_CalInitCalItemEx, &item);
-            status = CALL(CV_CalGetAllItemsEx, items.data(), &count, events_.c_str(), kActor);
+            status = CALL(CV_CalGetAllItemsEx, items.get(), &count, events_.c_str(), kActor);
         }
         ASSERT_EQ(status, STORE_OK);
         EXPECT_GE(count, seen);
@@ -124,7 +111,6 @@ TEST_F(CVCalendarConcurrencyTest, ListsStayWholeWhileAnotherWriterImports) {
         if (seen > 0) {
             EXPECT_EQ(items[seen - 1].uid, "i" + std::to_string(seen - 1));
         }
-        for (auto& item : items) CALL(CV_CalFreeCalItemEx, &item);
     }
     writer.join();
 }

@@ -50,6 +50,29 @@ class CVCalendarFixture : public ::testing::Test {
     Operation* bound(const char* name) {
         return library_.function<Operation*>(name);
     }
+    /// Records of events, given back in the end; a pointer to the first for what takes one.
+    class Events {
+      public:
+        explicit Events(CVCalendarFixture& test, size_t count = 1) : test_(test) { resize(count); }
+        ~Events() {
+            for (StoreCalItem& item : items_) test_.CALL(CV_CalFreeCalItemEx, &item);
+        }
+        Events(const Events&) = delete;
+        Events& operator=(const Events&) = delete;
+
+        void resize(size_t count) {
+            const size_t former = items_.size();
+            items_.resize(count);
+            for (size_t i = former; i < count; ++i) test_.CALL(CV_CalInitCalItemEx, &items_[i]);
+        }
+        StoreCalItem* get() { return items_.data(); }
+        StoreCalItem* operator->() { return get(); }
+        StoreCalItem& operator[](size_t i) { return items_[i]; }
+
+      private:
+        CVCalendarFixture& test_;
+        std::vector<StoreCalItem> items_;
+    };
     std::optional<FolderRow> folderOf(ItemKind kind) {
         const auto account = engine_->database().account(kActor);
         return engine_->database().defaultFolder(account->id, kind);
@@ -65,51 +88,32 @@ class CVCalendarFixture : public ::testing::Test {
     }
     /// Stores an event the way a PUT does; the record's statuses of every step must be good.
     void put(const std::string& text) {
-        StoreCalItem item;
-        CALL(CV_CalInitCalItemEx, &item);
-        ASSERT_EQ(CALL(CV_CalReadFromICalendarString, &item, text.c_str(), kActor), STORE_OK);
-        const bool found =
-            CALL(CV_CalGetIDFromiCalUid, events_.c_str(), item.uid, &item.itemNumber) != 0;
-        if (found) {
-            ASSERT_EQ(CALL(CV_CalEditCalItem, &item, item.itemNumber, events_.c_str(), kActor),
-                      STORE_OK);
-        } else {
-            ASSERT_EQ(CALL(CV_CalWriteCalItem, &item, events_.c_str(), kActor), STORE_OK);
-        }
-        const StoreDateTime stamp = item.lastModified;
-        ASSERT_EQ(CALL(CV_CalSetRelatedDAVData, item.itemNumber, events_.c_str(), text.c_str(),
+        const char* folder = events_.c_str();
+        Events item(*this);
+        ASSERT_EQ(CALL(CV_CalReadFromICalendarString, item.get(), text.c_str(), kActor), STORE_OK);
+        const bool found = CALL(CV_CalGetIDFromiCalUid, folder, item->uid, &item->itemNumber) != 0;
+        ASSERT_EQ(found ? CALL(CV_CalEditCalItem, item.get(), item->itemNumber, folder, kActor)
+                        : CALL(CV_CalWriteCalItem, item.get(), folder, kActor),
+                  STORE_OK);
+        ASSERT_EQ(CALL(CV_CalSetRelatedDAVData, item->itemNumber, folder, text.c_str(),
                        static_cast<uint32_t>(text.size())),
                   STORE_OK);
-        StoreCalItem stored;
-        CALL(CV_CalInitCalItemEx, &stored);
-        ASSERT_EQ(CALL(CV_CalGetCalItemEx, &stored, item.itemNumber, events_.c_str(), 0), STORE_OK);
-        EXPECT_TRUE(same(stamp, stored.lastModified));
-        CALL(CV_CalFreeCalItemEx, &stored);
-        CALL(CV_CalFreeCalItemEx, &item);
+        Events stored(*this);
+        ASSERT_EQ(CALL(CV_CalGetCalItemEx, stored.get(), item->itemNumber, folder, 0), STORE_OK);
+        EXPECT_TRUE(same(item->lastModified, stored->lastModified));
     }
     std::string get(const std::string& uid) {
         uint32_t number = 0;
         if (CALL(CV_CalGetIDFromiCalUid, events_.c_str(), uid.c_str(), &number) == 0) return "none";
-        StoreCalItem item;
-        CALL(CV_CalInitCalItemEx, &item);
-        EXPECT_EQ(CALL(CV_CalGetCalItemEx, &item, number, events_.c_str(), 0), STORE_OK);
+        Events item(*this);
+        EXPECT_EQ(CALL(CV_CalGetCalItemEx, item.get(), number, events_.c_str(), 0), STORE_OK);
+        return textOf(*item.get());
+    }
+    std::string textOf(StoreCalItem& item) {
         char* text = nullptr;
         EXPECT_EQ(CALL(CV_CalItemToICalendarStringEx, &item, events_.c_str(), kActor, &text),
                   STORE_OK);
-        CALL(CV_CalFreeCalItemEx, &item);
         return taken(text);
-    }
-    std::vector<std::string> uidsInRange(StoreDateTime start, StoreDateTime end) {
-        std::vector<StoreCalItem> items(10);
-        for (auto& item : items) CALL(CV_CalInitCalItemEx, &item);
-        auto count = static_cast<uint32_t>(items.size());
-        EXPECT_EQ(CALL(CV_CalGetMultipleCalItemsEx, items.data(), &count, &start, &end,
-                       events_.c_str(), kActor, "[SINGLE OCCURRENCE]"),
-                  STORE_OK);
-        std::vector<std::string> uids;
-        for (uint32_t i = 0; i < count; ++i) uids.emplace_back(items[i].uid);
-        for (auto& item : items) CALL(CV_CalFreeCalItemEx, &item);
-        return uids;
     }
 
     StoreDirectory store_;

@@ -167,38 +167,20 @@ TEST_F(DatabaseTest, SpansAreAskedByTheirEnds) {
     change->insertItem(folder_, {"any", "text", "", {}});
     change->commit();
 
-    struct Case {
-        int64_t from, to;
-        std::set<std::string> uids;
-    };
-    const Case cases[] = {{0, 100, {"any"}},
-                          {0, 101, {"any", "exact"}},
-                          {199, 200, {"any", "exact", "rule"}},
-                          {200, 300, {"any", "rule"}},
-                          {INT64_MIN, INT64_MAX, {"any", "exact", "rule"}}};
-    for (const Case& c : cases) {
+    const std::tuple<int64_t, int64_t, std::set<std::string>> cases[] = {
+        {0, 100, {"any"}},
+        {0, 101, {"any", "exact"}},
+        {199, 200, {"any", "exact", "rule"}},
+        {200, 300, {"any", "rule"}},
+        {INT64_MIN, INT64_MAX, {"any", "exact", "rule"}}};
+    for (const auto& [from, to, uids] : cases) {
         std::set<std::string> found;
-        database_->itemsInSpan(folder_, c.from, c.to, [&](StoredItem&& stored) {
+        database_->itemsInSpan(folder_, from, to, [&](StoredItem&& stored) {
             EXPECT_EQ(stored.text.empty(), stored.span.exact) << stored.row.uid;
             found.insert(stored.row.uid);
         });
-        EXPECT_EQ(found, c.uids) << c.from << " to " << c.to;
+        EXPECT_EQ(found, uids) << from << " to " << to;
     }
-}
-
-TEST_F(DatabaseTest, FoldersAreFoundWithoutRegardToCase) {
-    auto change = database_->begin();
-    const FolderKey work =
-        change->addFolder(account_, "Work/\xC3\x89t\xC3\xA9", ItemKind::kTask, false);
-    change->commit();
-    EXPECT_EQ(database_->folder(account_, "wORK/\xC3\x89T\xC3\xA9")->key, work);
-    EXPECT_FALSE(database_->folder(account_, "Work"));
-    EXPECT_FALSE(database_->folder(kPublicAccount, "Calendar"));
-    EXPECT_EQ(database_->defaultFolder(account_, ItemKind::kEvent)->key, folder_);
-    EXPECT_FALSE(database_->defaultFolder(account_, ItemKind::kTask));
-    change.reset();
-    change = database_->begin();
-    EXPECT_THROW(change->addFolder(account_, "CALENDAR", ItemKind::kEvent, false), DatabaseError);
 }
 
 TEST_F(DatabaseTest, PublicAccountIsNobodys) {
@@ -220,61 +202,6 @@ TEST_F(DatabaseTest, RefusesWhatItCannotRead) {
     EXPECT_THROW(openSqliteDatabase(directory_.path("empty.db"), false), DatabaseError);
     platform::replaceFile(directory_.path("text.db"), std::string(10'000, 'x'));
     EXPECT_THROW(openSqliteDatabase(directory_.path("text.db"), true), DatabaseError);
-}
-
-TEST_F(DatabaseTest, ReadersAndWritersGoTogether) {
-    constexpr int kWriters = 3;
-    constexpr int kWrites = 40;
-    std::atomic<int> writing = kWriters;
-    std::vector<std::thread> threads;
-    for (int writer = 0; writer < kWriters; ++writer) {
-        threads.emplace_back([&, writer] {
-            for (int i = 0; i < kWrites; ++i) {
-                insert(named("writer", writer * kWrites + i));
-            }
-            --writing;
-        });
-    }
-    for (int reader = 0; reader < 2; ++reader) {
-        threads.emplace_back([&] {
-            size_t last = 0;
-            while (writing > 0) {
-                const auto rows = database_->items(folder_);
-                EXPECT_GE(rows.size(), last);
-                last = rows.size();
-                EXPECT_TRUE(rows.empty() || database_->item(folder_, rows.back().number));
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-
-    std::set<int64_t> stamps;
-    for (const ItemRow& row : database_->items(folder_)) stamps.insert(row.modifiedMs);
-    EXPECT_EQ(stamps.size(), size_t{kWriters * kWrites});
-}
-
-TEST_F(DatabaseTest, ProcessesWritingAtOnceLoseNothing) {
-    constexpr int kWrites = 60;
-    database_.reset();  // an open database is not to be taken into another process
-    const auto writer = [&](const std::string& name) {
-        return startProcess([&] {
-            const auto database = openSqliteDatabase(path(), false);
-            for (int i = 0; i < kWrites; ++i) {
-                const auto change = database->begin();
-                change->insertItem(folder_, item(named(name, i)));
-                change->commit();
-            }
-            return true;
-        });
-    };
-    const pid_t first = writer("a");
-    const pid_t second = writer("b");
-    EXPECT_TRUE(endedWell(first));
-    EXPECT_TRUE(endedWell(second));
-    database_ = openSqliteDatabase(path(), false);
-    std::set<int64_t> stamps;
-    for (const ItemRow& row : database_->items(folder_)) stamps.insert(row.modifiedMs);
-    EXPECT_EQ(stamps.size(), size_t{2 * kWrites});
 }
 
 TEST_F(DatabaseTest, KilledWriterLeavesAllItHasCommitted) {

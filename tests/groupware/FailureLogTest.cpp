@@ -15,9 +15,8 @@ TEST_F(FailureLogTest, AFailingDatabaseIsToldOnStandardError) {
     platform::replaceFile(database, std::string(8192, 'x'));
     testing::internal::CaptureStderr();
     for (int i = 0; i < 3; ++i) {
-        StoreCalItem item;
-        CALL(CV_CalInitCalItemEx, &item);
-        EXPECT_EQ(CALL(CV_CalGetCalItemEx, &item, 1U, events_.c_str(), 0), STORE_IO_ERROR);
+        Events item(*this);
+        EXPECT_EQ(CALL(CV_CalGetCalItemEx, item.get(), 1U, events_.c_str(), 0), STORE_IO_ERROR);
     }
     const std::string told = testing::internal::GetCapturedStderr();
     EXPECT_TRUE(told.starts_with("corvane store: ")) << told;

@@ -86,38 +86,31 @@ TEST_F(MirrorTest, FollowsEveryChange) {
 TEST_F(MirrorTest, IsMadeGood) {
     const std::string marker = root_ + "Calendar.IMAP\\Calendar.mrk";
     const std::string classFile = root_ + "Calendar.IMAP\\hiwater.mrk";
-    struct Case {
-        const char* what;
-        std::function<void()> damage;
-        bool whileRunning;  // made good by this process, not only by the next one
-    };
-    const Case cases[] = {
-        {"deleted marker", [&] { platform::removeFile(marker); }, true},
-        {"old marker", [&] { platform::replaceFile(marker, "<a lastModified=\"1\"/>"); }, true},
+    // The last one is made good by the next process only.
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"deleted marker", [&] { platform::removeFile(marker); }},
+        {"old marker", [&] { platform::replaceFile(marker, "<a lastModified=\"1\"/>"); }},
         {"old marker and a change",
          [&] {
              platform::replaceFile(marker, "<a lastModified=\"1\"/>");
              insertInto(*engine_, "change");
-         },
-         true},
+         }},
         {"another process's commit",
          [&] {
              const auto other = store_.open();
              insertInto(*other, "other process");
-         },
-         true},
-        {"missing directory", [&] { platform::removeDirectoryTree(root_ + "Work.IMAP"); }, true},
-        {"missing account directory", [&] { platform::removeDirectoryTree(root_); }, true},
+         }},
+        {"missing directory", [&] { platform::removeDirectoryTree(root_ + "Work.IMAP"); }},
+        {"missing account directory", [&] { platform::removeDirectoryTree(root_); }},
         {"wrong class",
-         [&] { platform::writeProfileText(classFile, "GroupWare", "FolderClass", "IPF.Note"); },
-         false},
+         [&] { platform::writeProfileText(classFile, "GroupWare", "FolderClass", "IPF.Note"); }},
     };
-    for (const Case& c : cases) {
-        c.damage();
-        EXPECT_NE(difference(), "") << c.what;
-        if (!c.whileRunning) engine_ = store_.open();
+    for (const auto& [what, damage] : cases) {
+        damage();
+        EXPECT_NE(difference(), "") << what;
+        if (what == std::string("wrong class")) engine_ = store_.open();
         engine_->refreshMirror(account_);
-        EXPECT_EQ(difference(), "") << c.what;
+        EXPECT_EQ(difference(), "") << what;
     }
 }
 
@@ -175,29 +168,22 @@ TEST_F(MirrorTest, WhatCannotBeWrittenTellsNoOldStamp) {
 }
 
 TEST_F(MirrorTest, FoldersAreFoundByTheirDirectories) {
-    struct Case {
-        std::string directory;
-        const char* name;  // null: no folder
+    const auto nameOf = [this](const std::string& directory) {
+        const auto folder = engine_->folderByDirectory(directory);
+        return folder ? folder->name : "none";
     };
-    const Case cases[] = {
-        {root_ + "Calendar.IMAP", "Calendar"},
-        {root_ + "Calendar.IMAP\\", "Calendar"},
-        {root_ + "cALENDAR.imap", "Calendar"},
-        {root_ + "Work.IMAP\\&AMk-t&AOk-.IMAP", "Work/\xC3\x89t\xC3\xA9"},
-        {root_ + "Work.IMAP\\\xC3\x89t\xC3\xA9.IMAP", "Work/\xC3\x89t\xC3\xA9"},
-        {root_ + "Work.IMAP/&AMk-t&AOk-.IMAP", nullptr},
-        {root_ + "Calendar", nullptr},
-        {root_ + ".IMAP", nullptr},
-        {root_ + "..\\alice\\Calendar.IMAP", nullptr},
-        {root_, nullptr},
-        {store_.paths().mail + "\\example.test\\bob\\Calendar.IMAP", nullptr},
-        {store_.paths().mail, nullptr},
-        {store_.paths().publicFolders + "\\Calendar.IMAP", nullptr},
-        {"", nullptr},
-    };
-    for (const Case& c : cases) {
-        const auto folder = engine_->folderByDirectory(c.directory);
-        EXPECT_EQ(folder ? folder->name : "", c.name ? c.name : "") << c.directory;
+    for (const char* name : {"Calendar.IMAP", "Calendar.IMAP\\", "cALENDAR.imap"}) {
+        EXPECT_EQ(nameOf(root_ + name), "Calendar") << name;
+    }
+    for (const char* name : {"Work.IMAP\\&AMk-t&AOk-.IMAP", "Work.IMAP\\\xC3\x89t\xC3\xA9.IMAP"}) {
+        EXPECT_EQ(nameOf(root_ + name), "Work/\xC3\x89t\xC3\xA9") << name;
+    }
+    for (const std::string& none :
+         {root_, root_ + "Work.IMAP/&AMk-t&AOk-.IMAP", root_ + "Calendar", root_ + ".IMAP",
+          root_ + "..\\alice\\Calendar.IMAP", store_.paths().mail, std::string(),
+          store_.paths().mail + "\\example.test\\bob\\Calendar.IMAP",
+          store_.paths().publicFolders + "\\Calendar.IMAP"}) {
+        EXPECT_EQ(nameOf(none), "none") << none;
     }
 }
 
@@ -218,20 +204,14 @@ TEST_F(MirrorTest, ThreadsLeaveTheNewestStamp) {
 
 TEST_F(MirrorTest, ProcessesLeaveTheNewestStamp) {
     engine_.reset();
-    const auto writer = [&](const std::string& name) {
-        return startProcess([&] {
-            const auto engine = store_.open();
-            for (int i = 0; i < 30; ++i) {
-                insertInto(*engine, name + std::to_string(i));
-                engine->refreshMirror(account_);
-            }
-            return true;
-        });
-    };
-    const pid_t first = writer("a");
-    const pid_t second = writer("b");
-    EXPECT_TRUE(endedWell(first));
-    EXPECT_TRUE(endedWell(second));
+    EXPECT_TRUE(twoAtOnce([&](const std::string& name) {
+        const auto engine = store_.open();
+        for (int i = 0; i < 30; ++i) {
+            insertInto(*engine, name + std::to_string(i));
+            engine->refreshMirror(account_);
+        }
+        return true;
+    }));
     engine_ = store_.open();
     EXPECT_EQ(difference(), "");
 }

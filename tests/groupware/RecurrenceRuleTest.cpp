@@ -21,13 +21,14 @@ std::string textOf(WallSeconds wall) {
     return text.data();
 }
 
-std::vector<std::string> ours(const char* start, const char* text, const char* from,
-                              size_t most = kCompared) {
+/// The times from one on; the walk begins near that one, or at the start of the rule.
+std::vector<std::string> ours(const char* start, const char* text, const char* from, size_t most,
+                              bool near) {
     const auto rule = RecurrenceRule::parse(text);
     if (!rule) return {"unreadable"};
-    StepBudget budget(2'000'000);
-    RuleWalk walk(*rule, parseIcalTime(start, {})->wall, parseIcalTime(from, {})->wall, INT64_MAX,
-                  budget);
+    StepBudget budget(50'000'000);
+    RuleWalk walk(*rule, parseIcalTime(start, {})->wall, near ? parseIcalTime(from, {})->wall : 0,
+                  INT64_MAX, budget);
     std::vector<std::string> times;
     while (times.size() < most) {
         const auto wall = walk.next();
@@ -87,7 +88,8 @@ constexpr Case kRules[] = {
 
 TEST(RecurrenceRule, ExpandsAsTheReferenceDoes) {
     for (const Case& each : kRules) {
-        EXPECT_EQ(ours(each.start, each.rule, "00010101T000000"), theirs(each.start, each.rule))
+        EXPECT_EQ(ours(each.start, each.rule, "00010101T000000", kCompared, true),
+                  theirs(each.start, each.rule))
             << each.rule;
     }
 }
@@ -95,18 +97,11 @@ TEST(RecurrenceRule, ExpandsAsTheReferenceDoes) {
 TEST(RecurrenceRule, StartingNearTheRangeGivesTheSameTimes) {
     for (const Case& each : kRules) {
         for (const char* from : {"20250301T120000", "20260101T000000", "20380704T103000"}) {
-            const auto later = ours(each.start, each.rule, from, 5);
-            std::vector<std::string> expected;
-            const auto rule = RecurrenceRule::parse(each.rule);
-            StepBudget budget(50'000'000);
-            RuleWalk walk(*rule, parseIcalTime(each.start, {})->wall, 0, INT64_MAX, budget);
-            if (rule->frequency < RecurrenceRule::Frequency::kHourly) continue;
-            while (expected.size() < 5) {
-                const auto wall = walk.next();
-                if (!wall || (rule->until && *wall > rule->until->wall)) break;
-                if (textOf(*wall) >= from) expected.push_back(textOf(*wall));
-            }
-            EXPECT_EQ(later, expected) << each.rule << " from " << from;
+            const auto frequency = RecurrenceRule::parse(each.rule)->frequency;
+            if (frequency < RecurrenceRule::Frequency::kHourly) continue;
+            EXPECT_EQ(ours(each.start, each.rule, from, 5, true),
+                      ours(each.start, each.rule, from, 5, false))
+                << each.rule << " from " << from;
         }
     }
 }

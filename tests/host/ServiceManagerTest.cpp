@@ -1,11 +1,10 @@
 #include <cstdlib>
-#include <filesystem>
-#include <random>
 
 #include <boost/asio/local/datagram_protocol.hpp>
 #include <gtest/gtest.h>
 
 #include "tests/host/TestClient.h"
+#include "tests/platform/TemporaryDirectory.h"
 
 namespace host {
 namespace {
@@ -14,8 +13,8 @@ using boost::asio::local::datagram_protocol;
 
 TEST(ServiceManager, IsToldOfEachChangeAndOfLife) {
     boost::asio::io_context io;
-    const std::string name = std::filesystem::temp_directory_path() /
-                             ("cvwebdavd-notify-" + std::to_string(std::random_device()()));
+    const TemporaryDirectory directory;
+    const std::string name = directory.native() + "/notify";
     datagram_protocol::socket manager(io, {name});
     setenv("NOTIFY_SOCKET", name.c_str(), 1);
     setenv("WATCHDOG_USEC", "2000", 1);
@@ -39,7 +38,6 @@ TEST(ServiceManager, IsToldOfEachChangeAndOfLife) {
     std::string last = next();
     while (last == "WATCHDOG=1") last = next();
     EXPECT_EQ(last, "STOPPING=1");
-    std::filesystem::remove(name);
 }
 
 }  // namespace

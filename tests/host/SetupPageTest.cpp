@@ -20,12 +20,7 @@ TEST(SetupPage, NamesTheServerAsTheClientReachedItAndPutsInNothingUnescaped) {
     RunningServer server(plainSettings());
     const std::string local = "127.0.0.1:" + std::to_string(server.port());
     const std::string profile = "/setup/profile.mobileconfig";
-    struct Case {
-        std::string target;
-        std::string host;
-        std::string expected;
-    };
-    const Case cases[] = {
+    const std::string cases[][3] = {
         {"/setup", "dav.example.test", "<code>http://dav.example.test/</code>"},
         {"/setup/", "dav.example.test:80", "<code>http://dav.example.test/</code>"},
         {"/setup", "dav.example.test:8008", "<code>http://dav.example.test:8008/</code>"},
@@ -44,10 +39,10 @@ TEST(SetupPage, NamesTheServerAsTheClientReachedItAndPutsInNothingUnescaped) {
         {profile + "?x=1&user=%3C%22%26%27%3E@x", "x",
          "<string>&lt;&quot;&amp;&#39;&gt;@x</string>"},
     };
-    for (const Case& row : cases) {
-        const std::string answer = get(server.port(), row.target, row.host);
-        EXPECT_TRUE(answer.starts_with("HTTP/1.1 200 OK\r\n")) << row.target;
-        EXPECT_NE(answer.find(row.expected), std::string::npos) << row.expected << "\n" << answer;
+    for (const auto& [target, reached, expected] : cases) {
+        const std::string answer = get(server.port(), target, reached);
+        EXPECT_TRUE(answer.starts_with("HTTP/1.1 200 OK\r\n")) << target;
+        EXPECT_NE(answer.find(expected), std::string::npos) << expected << "\n" << answer;
         EXPECT_EQ(answer.find("{{"), std::string::npos);
     }
     const std::string anonymous = get(server.port(), profile + "?user=", "x");
@@ -79,11 +74,7 @@ TEST(SetupPage, HeadersAndRefusals) {
         host::exchange(server.port(), "HEAD /setup HTTP/1.1\r\nHost: x\r\n\r\n");
     EXPECT_EQ(head, page.substr(0, page.find("\r\n\r\n") + 4));
 
-    struct Case {
-        std::string request;
-        std::string status;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {"GET " + profile + "?user=a%0Ab", "400"},
         {"GET " + profile + "?user=a+b", "400"},
         {"GET " + profile + "?user=%C3%A4", "400"},
@@ -93,10 +84,10 @@ TEST(SetupPage, HeadersAndRefusals) {
         {"GET /setups", "404"},
         {"POST /setup", "405"},
     };
-    for (const Case& row : cases) {
+    for (const auto& [request, status] : cases) {
         const std::string answer =
-            host::exchange(server.port(), row.request + " HTTP/1.1\r\nHost: x\r\n\r\n");
-        EXPECT_EQ(answer.substr(9, 3), row.status) << row.request;
+            host::exchange(server.port(), request + " HTTP/1.1\r\nHost: x\r\n\r\n");
+        EXPECT_EQ(answer.substr(9, 3), status) << request;
     }
     EXPECT_TRUE(server.stop());
 }

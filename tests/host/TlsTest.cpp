@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <random>
 
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/ssl/stream.hpp>
@@ -13,6 +12,7 @@
 #include <openssl/x509.h>
 
 #include "tests/host/TestClient.h"
+#include "tests/platform/TemporaryDirectory.h"
 
 namespace host {
 namespace {
@@ -32,13 +32,7 @@ using Session = std::unique_ptr<SSL_SESSION, Release<SSL_SESSION, SSL_SESSION_fr
 /// A key and a self-signed certificate in files of their own for as long as the object lives.
 class TestCertificate {
   public:
-    TestCertificate()
-        : directory_(std::filesystem::temp_directory_path() /
-                     ("cvwebdavd-tls-" + std::to_string(std::random_device()()))) {
-        std::filesystem::create_directory(directory_);
-        writeNew();
-    }
-    ~TestCertificate() { std::filesystem::remove_all(directory_); }
+    TestCertificate() { writeNew(); }
 
     void writeNew() const {
         const Key key(EVP_EC_gen("P-256"));
@@ -58,11 +52,11 @@ class TestCertificate {
         std::fclose(file);
     }
 
-    std::string certificateFile() const { return directory_ / "certificate.pem"; }
-    std::string keyFile() const { return directory_ / "key.pem"; }
+    std::string certificateFile() const { return directory_.native() + "/certificate.pem"; }
+    std::string keyFile() const { return directory_.native() + "/key.pem"; }
 
   private:
-    std::filesystem::path directory_;
+    TemporaryDirectory directory_;
 };
 
 /// What tells one certificate from another.
@@ -178,17 +172,14 @@ TEST_F(TlsHost, ReloadsItsCertificateUnlessTheNewOneIsBad) {
 
 TEST_F(TlsHost, AgreesOnHttp11OrNothing) {
     RunningServer server(settings(certificate_));
-    struct Case {
-        std::string offered;
-        bool agreed;
-    };
-    const Case cases[] = {{"\x08http/1.1", true}, {"\x02h2\x08http/1.1", true}, {"\x02h2", false}};
-    for (const Case& expected : cases) {
+    const std::pair<std::string, bool> cases[] = {
+        {"\x08http/1.1", true}, {"\x02h2\x08http/1.1", true}, {"\x02h2", false}};
+    for (const auto& [offered, agreed] : cases) {
         SSL_CTX_set_alpn_protos(context_.native_handle(),
-                                reinterpret_cast<const unsigned char*>(expected.offered.data()),
-                                static_cast<unsigned>(expected.offered.size()));
+                                reinterpret_cast<const unsigned char*>(offered.data()),
+                                static_cast<unsigned>(offered.size()));
         const auto stream = connect(server.port());
-        ASSERT_EQ(stream != nullptr, expected.agreed) << expected.offered;
+        ASSERT_EQ(stream != nullptr, agreed) << offered;
         if (!stream) continue;
         const unsigned char* chosen = nullptr;
         unsigned size = 0;

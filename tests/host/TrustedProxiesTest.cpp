@@ -6,13 +6,7 @@ namespace host {
 namespace {
 
 TEST(Network, IsReadAndCompared) {
-    struct Case {
-        std::string network;
-        std::string inside;
-        std::string outside;
-        std::string text;
-    };
-    const Case cases[] = {
+    const char* const cases[][4] = {
         {"10.1.2.3/8", "10.255.0.1", "11.0.0.1", "10.0.0.0/8"},
         {"192.0.2.7", "192.0.2.7", "192.0.2.6", "192.0.2.7/32"},
         {"192.0.2.7/31", "::ffff:192.0.2.6", "192.0.2.8", "192.0.2.6/31"},
@@ -21,12 +15,12 @@ TEST(Network, IsReadAndCompared) {
         {"2001:db8::1/32", "2001:db8:ffff::", "2001:db9::", "2001:db8::/32"},
         {"::1", "::1", "::2", "::1/128"},
     };
-    for (const Case& expected : cases) {
-        const auto network = Network::parse(expected.network);
-        ASSERT_TRUE(network) << expected.network;
-        EXPECT_TRUE(network->contains(expected.inside)) << expected.network;
-        EXPECT_FALSE(network->contains(expected.outside)) << expected.network;
-        EXPECT_EQ(network->text(), expected.text);
+    for (const auto& [given, inside, outside, text] : cases) {
+        const auto network = Network::parse(given);
+        ASSERT_TRUE(network) << given;
+        EXPECT_TRUE(network->contains(inside)) << given;
+        EXPECT_FALSE(network->contains(outside)) << given;
+        EXPECT_EQ(network->text(), text);
     }
     for (const char* wrong : {"", "10", "10.0.0.0/", "10.0.0.0/33", "::/129", "10.0.0.0/-1",
                               "10.0.0.0/8x", "fe80::1%1", "localhost"}) {
@@ -35,14 +29,9 @@ TEST(Network, IsReadAndCompared) {
 }
 
 TEST(TrustedProxies, TellTheClientAndItsSchemeAndNobodyElseDoes) {
-    struct Case {
-        std::string peer;
-        std::string headers;
-        std::string connection;
-    };
     const std::string forUs = "X-Forwarded-For: 203.0.113.9\r\n";
     const std::string https = "X-Forwarded-Proto: https\r\n";
-    const Case cases[] = {
+    const std::string cases[][3] = {
         {"198.51.100.1", forUs + https, "198.51.100.1:1 off:8008"},
         {"10.0.0.1", "", "10.0.0.1:1 off:8008"},
         {"10.0.0.1", forUs + https, "203.0.113.9:0 on:443"},
@@ -66,16 +55,16 @@ TEST(TrustedProxies, TellTheClientAndItsSchemeAndNobodyElseDoes) {
         {"10.0.0.1", "Forwarded: for=203.0.113.9;proto=https\r\n", "10.0.0.1:1 off:8008"},
     };
     const TrustedProxies proxies({Network::parse("10.0.0.0/8").value()});
-    for (const Case& expected : cases) {
+    for (const auto& [peer, headers, connection] : cases) {
         Request request;
-        ASSERT_EQ(request.head.parse("GET / HTTP/1.0\r\n" + expected.headers + "\r\n"), 0U);
-        request.connection = {expected.peer, 1, "10.0.0.9", 8008, false};
+        ASSERT_EQ(request.head.parse("GET / HTTP/1.0\r\n" + headers + "\r\n"), 0U);
+        request.connection = {peer, 1, "10.0.0.9", 8008, false};
         proxies.apply(request);
         const ConnectionInfo& seen = request.connection;
         EXPECT_EQ(seen.remoteAddress + ":" + std::to_string(seen.remotePort) +
                       (seen.secure ? " on:" : " off:") + std::to_string(seen.localPort),
-                  expected.connection)
-            << expected.headers;
+                  connection)
+            << headers;
     }
 }
 

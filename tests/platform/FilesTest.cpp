@@ -186,23 +186,6 @@ TEST_F(Files, AFailedReplacementLeavesTheOldFile) {
     EXPECT_EQ(names(), std::vector<std::string>{"f"});
 }
 
-TEST_F(Files, ReadersNeverSeeHalfAReplacement) {
-    const std::string versions[] = {std::string(100'000, 'a'), std::string(50'000, 'b')};
-    ASSERT_TRUE(replaceFile(at("f"), versions[0]));
-    std::atomic<bool> stop = false;
-    std::atomic<int> torn = 0;
-    std::thread reader([&] {
-        while (!stop) {
-            const std::string seen = readFile(at("f"), 1 << 20).value_or("");
-            torn += seen == versions[0] || seen == versions[1] ? 0 : 1;
-        }
-    });
-    for (int i = 0; i < 300; ++i) EXPECT_TRUE(replaceFile(at("f"), versions[i % 2]));
-    stop = true;
-    reader.join();
-    EXPECT_EQ(torn, 0);
-}
-
 TEST_F(Files, AppendsWhateverOthersDoToTheFile) {
     const auto log = AppendFile::open(at("Log.txt"), 0600);
     ASSERT_NE(log, nullptr);

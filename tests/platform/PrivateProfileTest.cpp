@@ -162,15 +162,12 @@ TEST_F(PrivateProfile, SeesEveryChangeAtTheNextRead) {
 
 TEST_F(PrivateProfile, WritersInTwoProcessesLoseNothing) {
     constexpr int kKeys = 60;
-    const auto write = [this](const char* prefix) {
+    EXPECT_TRUE(twoAtOnce([this](const std::string& prefix) {
         bool all = true;
         for (int i = 0; i < kKeys; ++i)
             all = writeProfileText(file_, "S", prefix + std::to_string(i), "v") && all;
         return all;
-    };
-    const pid_t first = startProcess([&] { return write("a"); });
-    const pid_t second = startProcess([&] { return write("b"); });
-    EXPECT_TRUE(endedWell(first) && endedWell(second));
+    }));
     for (int i = 0; i < 2 * kKeys; ++i)
         EXPECT_EQ(read("S", (i % 2 == 0 ? "a" : "b") + std::to_string(i / 2)), "v");
 }

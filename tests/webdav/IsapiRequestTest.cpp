@@ -100,28 +100,21 @@ class FakeServer {
 
 TEST(IsapiData, TakesTheBodyThatIsAnnounced) {
     const std::string large(0x10000 + 100, 'x');
-    struct Case {
-        std::string body;
-        size_t available;
-        DWORD announced;
-        std::string taken;
-        std::vector<size_t> reads;
-    };
     const auto wholeOf = [](const std::string& body) { return static_cast<DWORD>(body.size()); };
-    const Case cases[] = {
+    const std::tuple<std::string, size_t, DWORD, std::string, std::vector<size_t>> cases[] = {
         {"hello", 5, 5, "hello", {}},
         {"hello", 5, 0xFFFFFFFF, "hello", {}},  // of unknown length
         {"0123456789", 10, 4, "0123", {}},      // more than the request is said to have
         {"12345" + large, 5, wholeOf("12345" + large), "12345" + large, {0x10000, 100}},
     };
-    for (const Case& c : cases) {
+    for (const auto& [body, available, announced, taken, reads] : cases) {
         FakeServer server;
-        server.setBody(c.body, c.available);
-        server.block()->cbTotalBytes = c.announced;
+        server.setBody(body, available);
+        server.block()->cbTotalBytes = announced;
         const ISAPIData data(server.block());
-        EXPECT_EQ(data.GetBody(), c.taken);
+        EXPECT_EQ(data.GetBody(), taken);
         EXPECT_FALSE(data.BodyFailed());
-        EXPECT_EQ(server.reads, c.reads);
+        EXPECT_EQ(server.reads, reads);
     }
 }
 
@@ -170,46 +163,37 @@ TEST(IsapiData, AsksForAVariableOnceAndKeepsNoSecret) {
 }
 
 TEST(IsapiData, KnowsSecureConnections) {
-    const std::pair<const char*, bool> cases[] = {
-        {"yes", true},   {"YES", true},
-        {"On", true},    {"on", true},
-        {"1", false},    {"off", false},
-        {"true", false}, {"", false},
-        {"o", false},    {"on, for sixteen bytes", false}};
-    for (const auto& [value, secure] : cases) {
+    const auto isHttps = [](const char* value) {
         FakeServer server;
         server.variables["HTTPS"] = value;
-        EXPECT_EQ(ISAPIData(server.block()).IsHttps(), secure) << value;
+        return ISAPIData(server.block()).IsHttps();
+    };
+    for (const char* on : {"yes", "YES", "On", "on"}) EXPECT_TRUE(isHttps(on)) << on;
+    for (const char* off : {"1", "off", "true", "", "o", "on, for sixteen bytes"}) {
+        EXPECT_FALSE(isHttps(off)) << off;
     }
 }
 
 TEST(IsapiRequest, WritesTheHeaderBytes) {
-    struct Case {
-        uint32_t status;
-        const char* contentType;
-        std::string body;
-        std::string statusText;
-        std::string headers;
-    };
-    const Case cases[] = {
+    const std::tuple<uint32_t, const char*, std::string, std::string, std::string> cases[] = {
         {200, "text/html", "hello", "200 OK", "Content-Length: 5\r\nContent-Type: text/html\r\n"},
         {204, nullptr, "", "204 No Content", "Content-Length: 0\r\n"},
         {302, "text/html", "", "302 Moved Temporarily",
          "Content-Length: 0\r\nContent-Type: text/html\r\n"},
         {201, nullptr, "x", "201 UNKNOWN", "Content-Length: 1\r\nContent-Type: \r\n"},
     };
-    for (const Case& expected : cases) {
+    for (const auto& [status, contentType, body, statusText, headers] : cases) {
         FakeServer server;
         ISAPIRequest request(server.block());
         request.AddHeader("ETag: 1");
         request.AddHeader("");
         request.AddHeader(nullptr);
-        EXPECT_TRUE(request.SendText(expected.status, expected.contentType, expected.body));
-        EXPECT_EQ(server.status, expected.statusText);
-        EXPECT_EQ(server.headers, "ETag: 1\r\n" + expected.headers + "Connection: close\r\n\r\n");
-        EXPECT_EQ(server.written, expected.body);
-        server.acceptsBody = expected.body.empty();
-        EXPECT_EQ(request.SendText(200, nullptr, expected.body), server.acceptsBody);
+        EXPECT_TRUE(request.SendText(status, contentType, body));
+        EXPECT_EQ(server.status, statusText);
+        EXPECT_EQ(server.headers, "ETag: 1\r\n" + headers + "Connection: close\r\n\r\n");
+        EXPECT_EQ(server.written, body);
+        server.acceptsBody = body.empty();
+        EXPECT_EQ(request.SendText(200, nullptr, body), server.acceptsBody);
         server.acceptsHeaders = false;
         server.written.clear();
         EXPECT_FALSE(request.SendXml(207, "<a/>"));

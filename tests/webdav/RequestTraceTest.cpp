@@ -39,30 +39,11 @@ TEST(RequestTrace, NothingUnlessAsked) {
     EXPECT_TRUE(TracingEnabled());
 }
 
-TEST(RequestTrace, OneFileForRequestAndAnswerOfTheOwnerAlone) {
+TEST(RequestTrace, InvalidTextIsKeptApartAndAllForTheOwnerAlone) {
     const TestInstallation product;
     product.setWebstrand("LogMessages", "Yes");
     TraceContext context = contextFrom("192.0.2.7");
-    for (int time = 0; time < 2; ++time) {
-        TraceMessage(context, "PUT /\r\n\r\n", std::string("a\0\r\nb", 5), true, false);
-        TraceMessage(context, "HTTP/1.1 204\r\n\r\n", "", false, false);
-    }
-    const auto files = traces(product);
-    ASSERT_EQ(files.size(), 1U);
-    EXPECT_EQ(files.begin()->first, kBase + ".log");
-    EXPECT_EQ(files.begin()->second,
-              "PUT /\r\n\r\n" + std::string("a\0\r\nb", 5) + kRule + "HTTP/1.1 204\r\n\r\n");
-
-    const std::string directory = product.logPath("CVWebDAV\\170519");
-    EXPECT_EQ(fs::status(platform::nativePath(directory)).permissions(), fs::perms::owner_all);
-    EXPECT_EQ(fs::status(platform::nativePath(directory + "\\" + kBase + ".log")).permissions(),
-              fs::perms::owner_read | fs::perms::owner_write);
-}
-
-TEST(RequestTrace, InvalidTextIsKeptApart) {
-    const TestInstallation product;
-    product.setWebstrand("LogMessages", "Yes");
-    TraceContext context = contextFrom("192.0.2.7");
+    TraceMessage(context, "an earlier request", "", true, false);
     TraceMessage(context, "q", "", true, false);
     TraceMessage(context, "a", "\xFF", false, true);
     TraceMessage(context, "a", "", false, false);
@@ -71,10 +52,15 @@ TEST(RequestTrace, InvalidTextIsKeptApart) {
                                                   {kBase + "_InvalidUTF8.log", kRule + "a\xFF"}}));
 
     TraceContext invalid = contextFrom("::1\\..");
-    TraceMessage(invalid, "q", "\xFF", true, true);
+    TraceMessage(invalid, "q", std::string("\xFF\0", 2), true, true);
     TraceMessage(invalid, "a", "", false, false);
     EXPECT_EQ(traces(product).at("ABCDEFGHIJKLMN_--1-.._20170519-140307-042_InvalidUTF8.log"),
-              "q\xFF" + kRule + "a");
+              std::string("q\xFF\0", 3) + kRule + "a");
+
+    const std::string directory = platform::nativePath(product.logPath("CVWebDAV\\170519"));
+    EXPECT_EQ(fs::status(directory).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(directory + "/" + kBase + ".log").permissions(),
+              fs::perms::owner_read | fs::perms::owner_write);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -83,22 +84,18 @@ TEST_F(StoreBinding, TellsWhyALibraryCannotBeLoaded) {
 TEST_F(StoreBinding, NeedsBothRegistryValues) {
     const std::string appPath = product_.path("bin");
     const std::string iniPath = product_.path("Corvane.ini");
-    struct Case {
-        std::string appPath;
-        std::string iniPath;
-        bool systemError;  ///< else the code is 0
-    };
-    const Case cases[] = {
+    // With an error of the system, or with code 0.
+    const std::tuple<std::string, std::string, bool> cases[] = {
         {"", iniPath, false},
         {appPath, "", false},
         {appPath, std::string(300, 'x'), true},
         {std::string(254, 'x'), iniPath, true},
     };
-    for (const Case& values : cases) {
-        product_.setRegistry("AppPath", values.appPath);
-        product_.setRegistry("IniPath", values.iniPath);
+    for (const auto& [app, ini, systemError] : cases) {
+        product_.setRegistry("AppPath", app);
+        product_.setRegistry("IniPath", ini);
         const int64_t code = loadStore();
-        EXPECT_TRUE(values.systemError ? code > 1 : code == 0) << code << values.appPath;
+        EXPECT_TRUE(systemError ? code > 1 : code == 0) << code << app;
     }
     platform::useRegistryFile(product_.path("none.ini"));
     EXPECT_GT(loadStore(), 1);

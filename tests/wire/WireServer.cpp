@@ -136,7 +136,6 @@ WireServer::WireServer() {
     if (start == nullptr || start(&version) == FALSE) {
         throw WireError("the module did not start up; its log tells why");
     }
-    running_ = true;
     if (version.dwExtensionVersion != 0x70005 ||
         std::string_view(version.lpszExtensionDesc) != "Quindle Software WebDAV server") {
         throw WireError("the module calls itself by another version or name");
@@ -144,12 +143,6 @@ WireServer::WireServer() {
 }
 
 WireServer::~WireServer() {
-    shutDown();
-}
-
-void WireServer::shutDown() {
-    if (!running_) return;
-    running_ = false;
     library_.function<PFN_TERMINATEEXTENSION>("TerminateExtension")(HSE_TERM_MUST_UNLOAD);
 }
 

@@ -34,18 +34,15 @@ class WireServer {
   public:
     /// Loads the module of this build and starts it up.
     WireServer();
-    /// Shuts it down when that has not been done.
     ~WireServer();
     WireServer(const WireServer&) = delete;
     WireServer& operator=(const WireServer&) = delete;
 
     /// The whole answer as it would go out; empty when the module sent none.
     std::string call(Request& request);
-    void shutDown();
 
   private:
     platform::DynamicLibrary library_;
-    bool running_ = false;
 };
 
 }  // namespace wire

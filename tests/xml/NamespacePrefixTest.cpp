@@ -13,7 +13,6 @@ using webdav::ResolvePrefix;
 namespace {
 
 constexpr std::string_view kDav = "DAV:";
-constexpr std::string_view kCalDav = "urn:ietf:params:xml:ns:caldav";
 
 TEST(NamespacePrefix, TakesTheFirstDeclarationOfADocument) {
     const std::tuple<std::string, bool, std::string_view> cases[] = {
@@ -45,36 +44,6 @@ TEST(NamespacePrefix, DeclaresANewPrefixOnTheRoot) {
     ASSERT_TRUE(ResolvePrefix(document, kDav, prefix, true));
     EXPECT_EQ(prefix, "ns1");
     EXPECT_EQ(document.text(), R"(<a k='v' xmlns:ns1="DAV:" xmlns:ns2="v"><b xmlns:ns0='u'/></a>)");
-}
-
-TEST(NamespacePrefix, WritesAnAnswer) {
-    MarkupDocument document;
-    document.prefixes() = {{std::string(kDav), "D"}, {std::string(kCalDav), "C"}, {"unused", "U"}};
-    ASSERT_TRUE(AddElementNS(document, kDav, "multistatus"));
-    document.intoElement();
-    for (int i = 0; i < 2; ++i) {
-        AddElementNS(document, kDav, "response");
-        document.intoElement();
-        AddElementNS(document, kDav, "href", "/a&b");
-        AddElementNS(document, kCalDav, "comp");
-        document.setAttribute("name", "VEVENT");
-        AddElementNS(document, "urn:x", "y");
-        AddElementNS(document, "", "plain");
-        EXPECT_FALSE(AddElementNS(document, kDav, "a:b"));
-        EXPECT_FALSE(AddElementNS(document, "urn:never", ""));
-        document.outOfElement();
-    }
-    document.resetPosition();
-    document.findElement();
-    EXPECT_EQ(document.attribute("xmlns:C"), kCalDav);
-    document.setAttribute("last", "1");
-    const std::string response =
-        "<D:response><D:href>/a&amp;b</D:href><C:comp name=\"VEVENT\"/><ns0:y/><plain/>"
-        "</D:response>";
-    EXPECT_EQ(document.takeText(),
-              "<D:multistatus xmlns:D=\"DAV:\" xmlns:C=\"urn:ietf:params:xml:ns:caldav\" "
-              "xmlns:ns0=\"urn:x\" last=\"1\">" +
-                  response + response + "</D:multistatus>");
 }
 
 /// Namespaces of every sort, as many as the root has room for and more, and texts of every sort.
