@@ -66,7 +66,9 @@ std::string nativeSpelling(std::string_view path) {
     // A NUL would end the name early and so lead to another file than the text says.
     if (path.find('\0') != std::string_view::npos) return {};
     std::string native(path);
-    std::ranges::replace(native, '\\', '/');
+    for (size_t at = native.find('\\'); at != native.npos; at = native.find('\\', at + 1)) {
+        native[at] = '/';
+    }
     return native;
 }
 
