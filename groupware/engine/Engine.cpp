@@ -94,6 +94,10 @@ void Engine::closeOfProcess() {
 }
 
 void Engine::refreshMirror(int64_t account) {
+    // Every login asks for the public folders, and of their account nothing has to be known.
+    if (account == kPublicAccount) {
+        return mirror_->refresh(account, [&] { return publicDirectory() + "\\"; });
+    }
     if (const auto row = database_->accountById(account)) refreshMirror(*row);
 }
 

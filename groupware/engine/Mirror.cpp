@@ -93,12 +93,14 @@ bool Mirror::stands(const State& state, const RootOf& rootOf) {
     const size_t size = state.tree.size();
     const size_t count = std::min(size, kMostLookedAt);
     if (count == 0) return true;
-    const std::string root = rootOf();
+    std::string path = rootOf();
+    const size_t rootLength = path.size();
     const size_t first = state.nextLook.fetch_add(count, std::memory_order_relaxed) % size;
     auto folder = std::next(state.tree.begin(), static_cast<std::ptrdiff_t>(first));
     for (size_t i = 0; i < count; ++i, ++folder) {
         if (folder == state.tree.end()) folder = state.tree.begin();
-        const auto file = platform::fileStamp(root + folder->second.marker);
+        path.resize(rootLength);
+        const auto file = platform::fileStamp(path += folder->second.marker);
         if (!file || file != folder->second.file) return false;
     }
     return true;

@@ -13,6 +13,17 @@ std::string_view withoutLineEnd(std::string_view line) {
     return line;
 }
 
+/// False when no parameter has that name, which mostly spares cutting the list: the name stands
+/// before no "=" at all.
+bool mayHold(std::string_view parameters, std::string_view name) {
+    for (size_t equals = 0; (equals = parameters.find('=', equals)) != parameters.npos; ++equals) {
+        const std::string_view before = trimmed(parameters.substr(0, equals));
+        if (before.size() < name.size()) continue;
+        if (equalNames(before.substr(before.size() - name.size()), name)) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 char lineEndIn(std::string_view text) {
@@ -57,6 +68,7 @@ bool ContentLine::is(std::string_view otherName) const {
 }
 
 std::optional<std::string_view> ContentLine::parameter(std::string_view otherName) const {
+    if (!mayHold(parameters, otherName)) return std::nullopt;
     std::string_view rest = parameters;
     std::string_view key;
     std::string_view text;

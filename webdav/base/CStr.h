@@ -22,7 +22,8 @@ class CStr {
 
 /// The formatted text, for use in an expression.
 [[gnu::format(printf, 1, 2)]] std::string FormatText(const char* format, ...);
-/// The same for arguments that the caller was given.
-[[gnu::format(printf, 1, 0)]] std::string FormatTextV(const char* format, va_list arguments);
+/// Appends the formatted text of arguments that the caller was given.
+[[gnu::format(printf, 2, 0)]] void AppendFormatV(std::string& text, const char* format,
+                                                 va_list arguments);
 
 }  // namespace webdav

@@ -172,15 +172,21 @@ std::string Base64Encode(std::string_view bytes) {
 }
 
 std::string Base64Decode(std::string_view text) {
-    std::string bytes;
-    bytes.reserve(text.size() / 4 * 3 + 2);
-    BitRegroup bits(8);
+    std::string bytes(text.size() / 4 * 3 + 3, '\0');
+    size_t count = 0;
+    // Not regrouped as above: each login and most paths are decoded.
+    uint32_t held = 0;
+    unsigned heldBits = 0;
     for (const char c : text.substr(0, text.find('='))) {
         const int8_t value = kBase64Values[toByte(c)];
         if (value < 0) continue;
-        bits.push(static_cast<uint32_t>(value), 6);
-        if (bits.hasGroup()) bytes += static_cast<char>(bits.take());
+        held = held << 6 | static_cast<uint32_t>(value);
+        heldBits += 6;
+        if (heldBits < 8) continue;
+        heldBits -= 8;
+        bytes[count++] = static_cast<char>(held >> heldBits);
     }
+    bytes.resize(count);
     return bytes;
 }
 

@@ -19,7 +19,10 @@ bool isBase64Name(std::string_view segment) {
 
 /// Puts "_" for each "/" within the first base64 name, which reaches to the item name or the end.
 void joinBase64Name(std::string& path) {
-    const size_t marker = ToLowerAscii(path).find(kBase64Marker);
+    size_t marker = path.find('/');
+    while (marker != std::string::npos &&
+           !StartsWithNoCase(std::string_view(path).substr(marker), kBase64Marker))
+        marker = path.find('/', marker + 1);
     if (marker == std::string::npos) return;
     const size_t start = marker + kBase64Marker.size();
     const size_t end = IsItemName(path) ? path.rfind('/') : path.size();
@@ -64,7 +67,7 @@ std::vector<std::string> SplitPath(std::string path) {
     std::vector<std::string> segments = SplitAtSlashes(path);
     for (std::string& segment : segments)
         if (isBase64Name(segment)) {
-            segment = DecodeSlashes(segment);
+            if (segment.find('%') != std::string::npos) segment = DecodeSlashes(segment);
             std::ranges::replace(segment, '_', '/');
         }
     return segments;

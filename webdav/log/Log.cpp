@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "webdav/base/CStr.h"
 #include "webdav/log/LogThread.h"
@@ -12,16 +13,16 @@ namespace webdav {
 void Log(int level, const char* tag, const char* format, ...) {
     LogThread& log = LogThread::Instance();
     if (!log.Wants(level)) return;
+    std::string line = LogThread::LineStart(level, tag == nullptr ? "" : tag);
     va_list arguments;
     va_start(arguments, format);
-    std::string message;
     try {
-        message = FormatTextV(format, arguments);
+        AppendFormatV(line, format, arguments);
     } catch (const std::runtime_error&) {
-        message = format;  // a line that cannot be formatted is no reason to fail a request
+        line += format;  // a line that cannot be formatted is no reason to fail a request
     }
     va_end(arguments);
-    log.Add(level, tag == nullptr ? "" : tag, message);
+    log.Queue(std::move(line));
 }
 
 }  // namespace webdav

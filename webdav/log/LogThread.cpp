@@ -17,6 +17,7 @@ constexpr uint32_t kWaitMs = 1000;
 constexpr std::chrono::milliseconds kGatherTime{10};
 constexpr uint32_t kStopWaitMs = 20'000;
 constexpr uint32_t kIdleTicksBetweenReads = 5;
+constexpr size_t kUsualLine = 144;
 
 constexpr const char* kLevelNames[] = {"",      "DEBUG",    "INFO",  "WARNING",
                                        "ERROR", "CRITICAL", "STATUS"};
@@ -78,15 +79,19 @@ void LogThread::Configure() {
     writer_.Configure(directory, logs.ReadInt("ServerLog", 0), readModeName(logs));
 }
 
-void LogThread::Add(int level, std::string_view tag, std::string_view message) {
-    if (!Wants(level)) return;
-    const std::string_view name = levelName(level);
+std::string LogThread::LineStart(int level, std::string_view tag) {
     std::string line;
-    line.reserve(name.size() + tag.size() + message.size() + std::string_view(", [] ").size());
-    line.append(name).append(", ");
+    line.reserve(kUsualLine);
+    line.append(levelName(level)).append(", ");
     if (!tag.empty()) line.append("[").append(tag).append("] ");
-    line += message;
+    return line;
+}
 
+void LogThread::Add(int level, std::string_view tag, std::string_view message) {
+    if (Wants(level)) Queue(LineStart(level, tag).append(message));
+}
+
+void LogThread::Queue(std::string line) {
     const CSingleCrit lock(queueLock_);
     if (queue_.size() >= kMaxQueuedLines || queuedBytes_ + line.size() > kMaxQueuedBytes) {
         ++dropped_;

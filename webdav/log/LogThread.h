@@ -38,6 +38,10 @@ class LogThread : public CThread {
     bool Wants(int level) const { return level >= minLevel_.load(std::memory_order_relaxed); }
     /// Queues a line when its level is wanted. The tag may be empty.
     void Add(int level, std::string_view tag, std::string_view message);
+    /// What stands before the message of a line, with room for a usual one behind it.
+    static std::string LineStart(int level, std::string_view tag);
+    /// Queues a line that begins so, whatever its level.
+    void Queue(std::string line);
 
   protected:
     void OnSignal(size_t index) override;

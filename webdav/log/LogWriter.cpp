@@ -7,6 +7,7 @@
 
 #include "webdav/base/CStr.h"
 #include "webdav/base/INIFile.h"
+#include "webdav/base/OrdinaryBytes.h"
 #include "webdav/base/Settings.h"
 #include "webdav/base/Text.h"
 
@@ -50,9 +51,15 @@ size_t controlLength(std::string_view text) {
     return text.starts_with("\xE2\x80\xA8") || text.starts_with("\xE2\x80\xA9") ? 3 : 0;
 }
 
+/// True for all but the printable characters of ASCII.
+constexpr auto mayBeControl = [](uint8_t c) -> bool {
+    return static_cast<uint8_t>(c - ' ') > 0x5E;
+};
+
 /// What follows that place is one line then.
 void blankControls(std::string& text, size_t from) {
-    const auto isPrintable = [](char c) { return c >= ' ' && c < '\x7F'; };
+    const auto isPrintable = [](char c) { return !mayBeControl(static_cast<uint8_t>(c)); };
+    from += ordinaryStart(std::string_view(text).substr(from), mayBeControl);
     auto at = text.begin() + static_cast<std::ptrdiff_t>(from);
     while ((at = std::find_if_not(at, text.end(), isPrintable)) != text.end()) {
         std::fill_n(at, controlLength({at, text.end()}), ' ');
