@@ -25,6 +25,11 @@ constexpr webdav::KnownPrefix kPrefixes[] = {
     {kCardDav, "card"},
 };
 
+/// With the start tag of the href, or all of that when it is empty.
+std::string_view responseBegin(std::string_view href) {
+    return href.empty() ? "<D:response><D:href/>" : "<D:response><D:href>";
+}
+
 std::string propStatEnd(uint16_t status) {
     std::string end;
     end.reserve(kUsualStatusEnd);
@@ -48,7 +53,7 @@ void MultistatusWriter::write(const ResponseRecord& response) {
 void MultistatusWriter::writeItem(std::string_view href, std::span<const TextProperty> properties) {
     if (!hasForm(href, properties)) makeForm(href, properties);
     const size_t begin = document_.size();
-    beginResponse(href);
+    document_.markup(responseBegin(href));
     // Of all that markup escapes, a URI may hold "&" alone.
     writeText(href, href.find('&') == href.npos);
     for (const Gap& gap : gaps_) {
@@ -123,13 +128,8 @@ void MultistatusWriter::addPropStat(uint16_t status, std::span<const TextPropert
     rest_ += propStatEnd(status);
 }
 
-/// With the start tag of its href, or all of that when it is empty.
-void MultistatusWriter::beginResponse(std::string_view href) {
-    document_.markup(href.empty() ? "<D:response><D:href/>" : "<D:response><D:href>");
-}
-
 void MultistatusWriter::writeResponse(const ResponseRecord& response, bool brief) {
-    beginResponse(response.href);
+    document_.markup(responseBegin(response.href));
     if (!response.href.empty()) {
         document_.content(response.href);
         document_.markup("</D:href>");

@@ -39,7 +39,6 @@ class MultistatusWriter {
         size_t property;
     };
 
-    void beginResponse(std::string_view href);
     void makeRoom(size_t length);
     void writeText(std::string_view text, bool plain);
     bool hasForm(std::string_view href, std::span<const TextProperty> properties) const;
