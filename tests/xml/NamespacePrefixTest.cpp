@@ -48,9 +48,10 @@ TEST(NamespacePrefix, DeclaresANewPrefixOnTheRoot) {
 
 /// Namespaces of every sort, as many as the root has room for and more, and texts of every sort.
 TEST(NamespacePrefix, AWriterWritesWhatADocumentDoes) {
-    const webdav::PrefixMap prefixes = {{std::string(kDav), "D"}, {"u1", "D"}, {"u2", "ns3"}};
+    const std::string escaped = "u3" + std::string(60, '&');
+    const webdav::KnownPrefix prefixes[] = {{kDav, "D"}, {"u1", "E"}, {escaped, "F"}};
     MarkupDocument document;
-    document.prefixes() = prefixes;
+    for (const auto& [uri, prefix] : prefixes) document.prefixes().emplace(uri, prefix);
     webdav::MarkupWriter writer(prefixes);
     AddElementNS(document, kDav, "m");
     document.intoElement();

@@ -97,10 +97,16 @@ constexpr auto mayNeedEscape = [](uint8_t c) -> bool {
     const bool digit = static_cast<uint8_t>(c - '0') < 10;
     return !(letter ^ digit ^ (c == '-') ^ (c == '.') ^ (c == '@') ^ (c == '_'));
 };
+/// The same for paths, those with base64 names too.
+constexpr auto mayNeedEscapeInPath = [](uint8_t c) -> bool {
+    return mayNeedEscape(c) ^ (c == '/') ^ (c == '=');
+};
 
-void appendPercentEncoded(std::string& encoded, std::string_view decoded, const ByteSet& staying) {
+template <typename MayNeedEscape>
+void appendPercentEncoded(std::string& encoded, std::string_view decoded, const ByteSet& staying,
+                          MayNeedEscape isSpecial) {
     size_t begin = 0;  // of what is not copied yet
-    for (size_t i = ordinaryStart(decoded, mayNeedEscape); i < decoded.size(); ++i) {
+    for (size_t i = ordinaryStart(decoded, isSpecial); i < decoded.size(); ++i) {
         const uint8_t byte = toByte(decoded[i]);
         if (staying[byte]) continue;
         encoded.append(decoded, begin, i - begin);
@@ -268,11 +274,11 @@ std::string ToLowerAscii(std::string_view text) {
 }
 
 void AppendUriPath(std::string& encoded, std::string_view decoded) {
-    appendPercentEncoded(encoded, decoded, kPathBytes);
+    appendPercentEncoded(encoded, decoded, kPathBytes, mayNeedEscapeInPath);
 }
 
 void AppendUriSegment(std::string& encoded, std::string_view decoded) {
-    appendPercentEncoded(encoded, decoded, kSegmentBytes);
+    appendPercentEncoded(encoded, decoded, kSegmentBytes, mayNeedEscape);
 }
 
 std::string EncodeUriPath(std::string_view decoded) {
@@ -296,6 +302,7 @@ std::string DecodeSlashes(std::string_view name) {
 }
 
 std::string DecodeUriPath(std::string_view encoded) {
+    if (encoded.find('%') == encoded.npos) return std::string(encoded);
     std::string decoded;
     decoded.reserve(encoded.size());
     for (size_t escape = encoded.find('%'); escape != encoded.npos; escape = encoded.find('%')) {

@@ -78,6 +78,11 @@ std::string HrefWithSlash(std::string_view url) {
 }
 
 // An escape stays an escape.
+std::string UrlWithSlash(std::string url) {
+    url.resize(url.find_last_not_of('/') + 1);  // npos + 1 is the start
+    return url += '/';
+}
+
 std::string RepairedHref(std::string_view href) {
     return encodeBetween("%", href);
 }
@@ -87,13 +92,12 @@ std::string NameOfHref(std::string_view href) {
 }
 
 std::string NameBelowUrl(std::string_view href, std::string_view collectionUrl) {
-    while (collectionUrl.ends_with('/')) collectionUrl.remove_suffix(1);
-    const std::string start = std::string(collectionUrl) + '/';
-    std::string name = webdav::DecodeUriPath(href);
-    const size_t found = name.find(start);
-    if (found == name.npos) return {};
-    name.erase(0, found + start.size());
-    return name;
+    // Hardly an href has an escape: the others are not copied.
+    std::string decoded;
+    if (href.find('%') != href.npos) href = decoded = webdav::DecodeUriPath(href);
+    const size_t found = href.find(collectionUrl);
+    if (found == href.npos) return {};
+    return std::string(href.substr(found + collectionUrl.size()));
 }
 
 std::string NameOfUrl(std::string_view url) {

@@ -43,8 +43,11 @@ std::string RepairedHref(std::string_view href);
 /// The name that the last segment of an href gives, decoded, extension included.
 std::string NameOfHref(std::string_view href);
 
-/// What the href names below a collection's URL, decoded, slashes and extension included; empty
-/// when it does not lead there.
+/// A collection's URL with one slash at its end.
+std::string UrlWithSlash(std::string url);
+
+/// What the href names below such a URL, decoded, slashes and extension included; empty when it
+/// does not lead there.
 std::string NameBelowUrl(std::string_view href, std::string_view collectionUrl);
 
 /// The name that a URL gives to an item, as the web server decoded it: of all escapes it leaves

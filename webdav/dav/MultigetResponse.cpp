@@ -5,7 +5,6 @@
 
 #include "platform/Files.h"
 #include "webdav/base/TextTable.h"
-#include "webdav/dav/Hrefs.h"
 #include "webdav/dav/ItemListing.h"
 #include "webdav/dav/KindTexts.h"
 #include "webdav/log/Log.h"
@@ -28,6 +27,7 @@ int32_t MultigetResponse::run() {
     const bool hrefsAreUnique =
         std::ranges::all_of(wanted_, [&](const Wanted& wanted) { return hrefs.add(wanted.href); });
 
+    expectItems(wanted_.size());
     ItemAnswers answers(*this, multiget_.properties(), context_, hrefsAreUnique);
     for (size_t i = 0; i < wanted_.size(); ++i) {
         Log(webdav::kLogDebug, context_.request.RequestTag(), "Evaluating properties for: %s",

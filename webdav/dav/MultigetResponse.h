@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "webdav/dav/Hrefs.h"
 #include "webdav/dav/ItemRows.h"
 #include "webdav/dav/MultigetRequest.h"
 #include "webdav/dav/PropFindResponse.h"
@@ -16,7 +17,7 @@ class MultigetResponse : public PropFindResponseBase {
                      const webdav::ItemKind& kind)
         : context_(request, kind),
           multiget_(multiget),
-          url_(request.Url()),
+          url_(UrlWithSlash(request.Url())),
           records_(kind),
           found_(kind) {}
 

@@ -13,20 +13,27 @@ namespace {
 constexpr std::string_view kPropBegin = "<D:propstat><D:prop>";
 constexpr std::string_view kPropEnd = "</D:prop>";
 
-// One long item does not mean that all are.
-constexpr size_t kLongestExpected = 1024;
+constexpr size_t kUsualStatusEnd = 80;
 
-webdav::PrefixMap prefixes() {
-    return {
-        {std::string(kDav), "D"},
-        {std::string(kCalDav), "C"},
-        {std::string(kCalendarServer), "CS"},
-        {std::string(kCardDav), "card"},
-    };
+// One long item does not mean that all are.
+constexpr size_t kLongestExpected = 2048;
+
+constexpr webdav::KnownPrefix kPrefixes[] = {
+    {kDav, "D"},
+    {kCalDav, "C"},
+    {kCalendarServer, "CS"},
+    {kCardDav, "card"},
+};
+
+/// With the start tag of the href, or all of that when it is empty.
+std::string_view responseBegin(std::string_view href) {
+    return href.empty() ? "<D:response><D:href/>" : "<D:response><D:href>";
 }
 
 std::string propStatEnd(uint16_t status) {
-    std::string end = "<D:status>HTTP/1.1 ";
+    std::string end;
+    end.reserve(kUsualStatusEnd);
+    end = "<D:status>HTTP/1.1 ";
     end += std::to_string(status);
     end += ' ';
     end += webdav::ISAPIRequest::StatusText(status);
@@ -35,7 +42,7 @@ std::string propStatEnd(uint16_t status) {
 
 }  // namespace
 
-MultistatusWriter::MultistatusWriter(bool brief) : brief_(brief), document_(prefixes()) {
+MultistatusWriter::MultistatusWriter(bool brief) : brief_(brief), document_(kPrefixes) {
     document_.open(kDav, "multistatus");
 }
 
@@ -46,7 +53,7 @@ void MultistatusWriter::write(const ResponseRecord& response) {
 void MultistatusWriter::writeItem(std::string_view href, std::span<const TextProperty> properties) {
     if (!hasForm(href, properties)) makeForm(href, properties);
     const size_t begin = document_.size();
-    document_.markup(hrefIsEmpty_ ? "<D:response><D:href/>" : "<D:response><D:href>");
+    document_.markup(responseBegin(href));
     // Of all that markup escapes, a URI may hold "&" alone.
     writeText(href, href.find('&') == href.npos);
     for (const Gap& gap : gaps_) {
@@ -65,7 +72,7 @@ std::string MultistatusWriter::takeText() {
 
 /// For all items, now that the length of one is known.
 void MultistatusWriter::makeRoom(size_t length) {
-    const size_t expected = std::min(length * 9 / 8, kLongestExpected);
+    const size_t expected = std::min(length * 5 / 4, kLongestExpected);
     document_.reserve(document_.size() + std::exchange(expectedItems_, 0) * expected);
 }
 
@@ -122,8 +129,11 @@ void MultistatusWriter::addPropStat(uint16_t status, std::span<const TextPropert
 }
 
 void MultistatusWriter::writeResponse(const ResponseRecord& response, bool brief) {
-    document_.markup("<D:response>");
-    document_.element(kDav, "href", response.href);
+    document_.markup(responseBegin(response.href));
+    if (!response.href.empty()) {
+        document_.content(response.href);
+        document_.markup("</D:href>");
+    }
     for (const PropStatRecord& propstat : response.propstats)
         if (!brief || propstat.status != 404) writePropStat(propstat);
     document_.markup("</D:response>");

@@ -13,10 +13,10 @@ constexpr size_t kUsualProperties = 4;
 ResponseRecord& PropFindResponseBase::responseOf(std::string_view href) {
     // The properties of one resource come one after another.
     if (!results_.empty() && results_.back().href == href) return results_.back();
-    if (const auto known = index_.find(href); known != index_.end()) return results_[known->second];
+    if (const auto known = index_.find(href); known != index_.end()) return *known->second;
 
     ResponseRecord& response = results_.emplace_back(ResponseRecord{std::string(href), {}});
-    index_.emplace(response.href, results_.size() - 1);
+    index_.emplace(response.href, &response);
     return response;
 }
 

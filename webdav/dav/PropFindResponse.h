@@ -5,7 +5,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <span>
 #include <string>
 #include <string_view>
@@ -49,8 +49,8 @@ class PropFindResponseBase {
     void addProperties(std::string_view href, std::span<const TextProperty> properties);
     void writeResults();
 
-    std::deque<ResponseRecord> results_;  // a deque: the index holds views of the hrefs
-    std::unordered_map<std::string_view, size_t> index_;
+    std::list<ResponseRecord> results_;  // a list: the index holds views of the hrefs
+    std::unordered_map<std::string_view, ResponseRecord*> index_;
     MultistatusWriter writer_;
 };
 

@@ -1,6 +1,6 @@
 // The namespace declarations of a document, read once from all of its elements, so that finding the
-// prefix of a namespace does not read the document anew each time. Belongs to a MarkupDocument or
-// to a MarkupWriter.
+// prefix of a namespace does not read the document anew each time. Belongs to a MarkupDocument, or
+// to a MarkupWriter for the namespaces that it does not know beforehand.
 #pragma once
 
 #include <cstdint>
@@ -42,11 +42,12 @@ class DeclaredNamespaces {
     /// on), which then goes into the map. One of the map that is declared already, for another
     /// namespace, is no use.
     const std::string& choosePrefix(PrefixMap& map, std::string_view uri);
+    /// "ns0", "ns1" and so on: the first that is not declared.
+    std::string unusedPrefix();
     /// The attribute that declares a namespace, with a blank in front.
     static std::string written(std::string_view prefix, std::string_view uri);
 
   private:
-    std::string unusedPrefix();
     using PrefixByUri = std::map<std::string, std::string, std::less<>>;
 
     const PrefixByUri::value_type* find(std::string_view uri) const;

@@ -5,22 +5,32 @@
 // Belongs to one thread. Names that no document can hold are refused, all else is escaped.
 #pragma once
 
+#include <bitset>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "webdav/xml/DeclaredNamespaces.h"
 #include "webdav/xml/TagName.h"
 
 namespace webdav {
 
+/// What a namespace is always written with.
+struct KnownPrefix {
+    std::string_view uri;
+    std::string_view prefix;
+};
+
 class MarkupWriter {
   public:
-    /// @param prefixes those to write namespaces with; others are called "ns0" and so on. A
-    /// namespace is declared on the root when an element first needs it.
-    explicit MarkupWriter(PrefixMap prefixes) : prefixes_(std::move(prefixes)) {}
+    static constexpr size_t kMaxKnown = 8;
+
+    /// @param known a table, of at most kMaxKnown rows without repetitions, that stays. Other
+    /// namespaces are called "ns0" and so on. One is declared on the root when an element first
+    /// needs it.
+    explicit MarkupWriter(std::span<const KnownPrefix> known);
 
     /// Begins an element within the innermost open one. False, and nothing is written, for what is
     /// no name and when the root has no room for one more declaration.
@@ -46,7 +56,7 @@ class MarkupWriter {
     /// root has no room for it.
     bool declareNamespace(std::string_view uri) {
         constexpr std::string_view kAnyName = "any";
-        return declared_.prefixOf(uri) != nullptr || declare(uri, kAnyName) != nullptr;
+        return !prefixOf(uri).empty() || declare(uri, kAnyName) != nullptr;
     }
 
     /// The length of the text so far, and room for a longer one.
@@ -57,21 +67,23 @@ class MarkupWriter {
 
   private:
     const TagName* tagOf(std::string_view uri, std::string_view localName);
+    std::string_view prefixOf(std::string_view uri) const;
+    size_t knownNumber(std::string_view uri) const;
     const TagName* declare(std::string_view uri, std::string_view localName);
     void endStartTag() {
         if (std::exchange(startTagIsOpen_, false)) text_ += '>';
     }
     void settle();
 
-    PrefixMap prefixes_;
-    DeclaredNamespaces declared_;
+    std::span<const KnownPrefix> known_;
+    std::bitset<kMaxKnown> declaredKnown_;
+    DeclaredNamespaces declared_;  // of the others
     TagNames tags_;
     std::string text_;
-    std::string declarations_;     // of the root, that are not yet in the text
-    size_t rootEnd_ = 0;           // where they belong
-    size_t rootLength_ = 0;        // of the root's start tag with all of them
-    std::string endTags_;          // of the open elements
-    std::vector<size_t> lengths_;  // of each of them
+    std::string declarations_;  // of the root, that are not yet in the text
+    size_t rootEnd_ = 0;        // where they belong
+    size_t rootLength_ = 0;     // of the root's start tag with all of them
+    std::string endTags_;       // of the open elements
     bool startTagIsOpen_ = false;
 };
 

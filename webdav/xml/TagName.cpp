@@ -11,6 +11,7 @@ bool TagName::set(std::string_view name) {
 }
 
 bool TagName::set(std::string_view prefix, std::string_view localPart) {
+    text_.reserve(2 * (prefix.size() + localPart.size()) + 7);  // with the marks of both tags
     text_ = "<";
     localBegin_ = 0;
     if (!prefix.empty()) {

@@ -5,8 +5,10 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "webdav/xml/NameCharacters.h"
 
@@ -44,14 +46,23 @@ class TagName {
 /// Tags with names in two parts; the latest of them are found again.
 class TagNames {
   public:
-    /// The tags of a name, or null for what is none.
+    /// The tags of a name, or null for what is none; they stay until others are asked for.
     const TagName* get(std::string_view prefix, std::string_view localPart) {
-        TagName& tag = tags_[slotOf(localPart)];
+        uint8_t& number = numbers_[slotOf(localPart)];
+        if (number == 0) number = add();
+        TagName& tag = tags_[number - 1U];
         return tag.is(prefix, localPart) || tag.set(prefix, localPart) ? &tag : nullptr;
     }
 
   private:
     static constexpr size_t kSlots = 128;
+    static constexpr size_t kUsualNames = 16;
+
+    uint8_t add() {
+        if (tags_.empty()) tags_.reserve(kUsualNames);
+        tags_.emplace_back();
+        return static_cast<uint8_t>(tags_.size());
+    }
 
     /// Tells most names apart that occur in one answer; others take turns in a slot.
     static size_t slotOf(std::string_view name) {
@@ -63,7 +74,9 @@ class TagNames {
         return (last + 3 * byte(0) + 5 * byte(name.size() / 2) + 9 * byte(last)) % kSlots;
     }
 
-    std::array<TagName, kSlots> tags_;
+    // Most answers use few slots: they are told by their numbers, from 1 on, and made when needed.
+    std::array<uint8_t, kSlots> numbers_{};
+    std::vector<TagName> tags_;
 };
 
 }  // namespace webdav
