@@ -23,7 +23,7 @@ class Exchange {
     Request& request() { return request_; }
     const Request& request() const { return request_; }
 
-    /// To be told when the request's head is whole, and when all of it is.
+    /// To be told when the request's head is whole, and when all of it is or will ever be.
     void headIsWhole();
     void isWhole() { began_ = Clock::now(); }
     /// What a request with credentials has to suffer for those that failed before; to be asked once
