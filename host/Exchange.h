@@ -19,6 +19,9 @@ namespace host {
 class Exchange {
   public:
     Exchange(ConnectionInfo connection, SessionServices& services);
+    ~Exchange() { loginIsOver(); }
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
 
     Request& request() { return request_; }
     const Request& request() const { return request_; }

@@ -86,7 +86,7 @@ void Transaction::welcomeBody() {
 }
 
 void Transaction::bodyIsCutShort(uint32_t error) {
-    request_.cutShort = error;
+    request_.cutShort = error != 0 ? error : brokenBy_;
     exchange_.isWhole();
 }
 
