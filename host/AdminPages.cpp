@@ -86,7 +86,7 @@ awaitable<HostAnswer> AdminPages::status() {
 }
 
 awaitable<HostAnswer> AdminPages::health() {
-    const auto problem = std::make_shared<std::optional<std::string>>();
+    const auto problem = std::make_shared<std::optional<std::string>>("the check failed");
     WorkerPool::Job job = [this, problem] { *problem = healthCheck_.run(); };
     const bool accepted = co_await runOnPool(services_.pool, std::move(job));
     if (!accepted) *problem = "the queue of requests is full";

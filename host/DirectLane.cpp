@@ -16,6 +16,9 @@ using boost::asio::ip::tcp;
 /// Most requests come in one piece, and few of them are longer.
 constexpr size_t kWholeRequest = 16 * 1024;
 constexpr std::chrono::milliseconds kAcceptPause{100};
+constexpr std::chrono::minutes kTellPause{1};
+/// The event loop has other things to do as well.
+constexpr size_t kAcceptedInARow = 100;
 
 tcp::endpoint endpointOf(const platform::SocketAddress& address) {
     tcp::endpoint endpoint;
@@ -28,13 +31,16 @@ tcp::endpoint endpointOf(const platform::SocketAddress& address) {
 /// Whether all of the request is there, and nothing about it needs a closer look.
 bool receiveRequest(Transaction& transaction, platform::ClientSocket& socket) {
     boost::asio::mutable_buffer room = transaction.room(kWholeRequest);
-    while (const auto count = socket.receive({static_cast<char*>(room.data()), room.size()})) {
+    std::error_code error;
+    while (const auto count =
+               socket.receive({static_cast<char*>(room.data()), room.size()}, error)) {
         transaction.came(*count);
         if (transaction.readHead() != 0U) return false;
         if (!transaction.isForExtension() || transaction.readBody() != 0) return false;
         if (transaction.bodyIsWhole()) return true;
         room = transaction.roomForBody();
     }
+    if (error) transaction.hasBroken(static_cast<uint32_t>(error.value()));
     return false;
 }
 
@@ -60,11 +66,21 @@ void DirectLane::close() {
     for (Entrance& entrance : entrances_) entrance.socket.shutDown();
 }
 
-void DirectLane::acceptWaiting() {
+void DirectLane::hasArrived() {
+    {
+        const std::lock_guard lock(mutex_);
+        --onTheWay_;
+    }
+    arrived_.notify_one();
+}
+
+void DirectLane::acceptWaiting(const HandOver& take) {
     for (Entrance& entrance : entrances_) {
-        std::error_code error;
-        while (auto visitor = accept(entrance, error)) {
-            handOver_(std::move(*visitor));
+        for (size_t i = 0; i < kAcceptedInARow; ++i) {
+            std::error_code error;
+            auto visitor = accept(entrance, error);
+            if (!visitor) break;
+            take(std::move(*visitor));
         }
     }
 }
@@ -88,12 +104,32 @@ void DirectLane::receiveAt(Entrance& entrance) {
     std::optional<Visitor> visitor = accept(entrance, error);
     if (error) {
         // Mostly: out of descriptors. They come back when connections end.
-        if (!failing_.exchange(true)) logProblem("cannot accept connections: " + error.message());
+        tellOf(error);
         std::this_thread::sleep_for(kAcceptPause);
     }
     if (!visitor) return;
-    failing_ = false;
-    if (!serve(*visitor)) handOver_(std::move(*visitor));
+    if (!serve(*visitor)) handOver(std::move(*visitor));
+}
+
+/// Failures and successes may take turns for long.
+void DirectLane::tellOf(const std::error_code& error) {
+    {
+        const std::lock_guard lock(mutex_);
+        const auto now = std::chrono::steady_clock::now();
+        if (now < tellAgain_) return;
+        tellAgain_ = now + kTellPause;
+    }
+    logProblem("cannot accept connections: " + error.message());
+}
+
+/// Waits when the event loop is behind.
+void DirectLane::handOver(Visitor visitor) {
+    {
+        std::unique_lock lock(mutex_);
+        arrived_.wait(lock, [this] { return onTheWay_ < mostOnTheWay_; });
+        ++onTheWay_;
+    }
+    handOver_(std::move(visitor));
 }
 
 /// False when there is something left to do, which may take time.

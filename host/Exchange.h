@@ -19,11 +19,14 @@ namespace host {
 class Exchange {
   public:
     Exchange(ConnectionInfo connection, SessionServices& services);
+    ~Exchange() { loginIsOver(); }
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
 
     Request& request() { return request_; }
     const Request& request() const { return request_; }
 
-    /// To be told when the request's head is whole, and when all of it is.
+    /// To be told when the request's head is whole, and when all of it is or will ever be.
     void headIsWhole();
     void isWhole() { began_ = Clock::now(); }
     /// What a request with credentials has to suffer for those that failed before; to be asked once

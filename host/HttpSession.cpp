@@ -66,6 +66,7 @@ class HttpSession final : public Connection,
         error_code ignored;
         socket().socket().non_blocking(true, ignored);
         services_.connections.add(*this);
+        if (transaction_->readHead()) services_.connections.endWait(*this);
     }
     ~HttpSession() override { services_.connections.remove(*this); }
 
@@ -123,7 +124,6 @@ awaitable<void> HttpSession<Stream>::serve() {
             transaction_->refuse(*refusal);
         }
     }
-    services_.connections.endWait(*this);
     co_await send();
     transaction_->isOver();
 }

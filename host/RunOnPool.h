@@ -15,9 +15,10 @@
 
 namespace host {
 
-/// Runs the job on a worker and goes on where it was called; false, at once, when the queue of the
-/// workers is full. What the job holds goes on the event loop. Hand over a job that has a name: the
-/// compiler (g++ 12) destroys a temporary that a coroutine is called with twice.
+/// Runs the job on a worker and goes on where it was called, also when the job threw, which the
+/// pool logs; false, at once, when the queue of the workers is full. What the job holds goes on the
+/// event loop. Hand over a job that has a name: the compiler (g++ 12) destroys a temporary that a
+/// coroutine is called with twice.
 inline boost::asio::awaitable<bool> runOnPool(WorkerPool& pool, WorkerPool::Job job) {
     namespace asio = boost::asio;
     const asio::any_io_executor executor = co_await asio::this_coro::executor;
@@ -31,7 +32,12 @@ inline boost::asio::awaitable<bool> runOnPool(WorkerPool& pool, WorkerPool::Job 
             asio::post(executor, [done = std::move(done), accepted] { done->resume(accepted); });
         };
         const bool accepted = pool.submit([waiting, complete]() mutable {
-            waiting->job();
+            try {
+                waiting->job();
+            } catch (...) {
+                complete(std::move(waiting), true);
+                throw;
+            }
             complete(std::move(waiting), true);
         });
         if (!accepted) complete(std::move(waiting), false);

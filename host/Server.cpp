@@ -30,6 +30,15 @@ namespace {
 /// How long busy workers may leave connections waiting.
 constexpr std::chrono::milliseconds kLookAfter{5};
 
+bool assign(tcp::socket& socket, DirectLane::Visitor& visitor) {
+    const int descriptor = visitor.socket.release();
+    error_code error;
+    socket.assign(visitor.protocol, descriptor, error);
+    // What was not taken is closed.
+    if (error) platform::ClientSocket{descriptor};
+    return !error;
+}
+
 }  // namespace
 
 struct Server::Impl {
@@ -41,12 +50,15 @@ struct Server::Impl {
                    connections,     penalties, memory,  watch},
           adminPages(services, settings.dataDirectory, settings.storeLibrary),
           admin(io, adminPages.all()),
-          direct(services,
-                 [this](DirectLane::Visitor visitor) {
-                     asio::post(io, [this, visitor = std::move(visitor)]() mutable {
-                         goOn(std::move(visitor));
-                     });
-                 }),
+          direct(
+              services,
+              [this](DirectLane::Visitor visitor) {
+                  asio::post(io, [this, visitor = std::move(visitor)]() mutable {
+                      direct.hasArrived();
+                      goOn(std::move(visitor));
+                  });
+              },
+              2 * settings.threads),
           pool(settings.threads, settings.limits.queueLength) {}
 
     bool hasRoomForSession();
@@ -86,13 +98,15 @@ bool Server::Impl::hasRoomForSession() {
 
 /// Takes a connection over from the direct lane.
 void Server::Impl::goOn(DirectLane::Visitor visitor) {
+    const bool hasArrived = visitor.transaction->readHead().has_value();
     // At the end there is no waiting for requests any more.
-    if (stopping && !visitor.transaction->readHead()) return;
-    if (!hasRoomForSession()) return;
+    if (stopping && !hasArrived) return;
     tcp::socket socket(io);
-    error_code error;
-    socket.assign(visitor.protocol, visitor.socket.release(), error);
-    if (!error) startSession(std::move(socket), std::move(visitor.transaction), services);
+    if (hasRoomForSession() && assign(socket, visitor)) {
+        startSession(std::move(socket), std::move(visitor.transaction), services);
+    } else if (hasArrived) {
+        visitor.transaction->isOver();
+    }
 }
 
 /// As long as all workers are busy, connections are accepted here, to wait for one or be refused.
@@ -102,7 +116,7 @@ void Server::Impl::lookAfterDirectLane() {
         if (error || stopping) return;
         allAreBusy = false;
         if (!pool.allAreBusy() || allAreBusy.exchange(true)) return;
-        direct.acceptWaiting();
+        direct.acceptWaiting([this](DirectLane::Visitor visitor) { goOn(std::move(visitor)); });
         lookAfterDirectLane();
     });
 }

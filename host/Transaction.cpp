@@ -70,7 +70,7 @@ unsigned Transaction::acceptHead(size_t length) {
 unsigned Transaction::readBody() {
     if (const unsigned refusal = body_->take(buffer_)) return refusal;
     if (!exchange_.holdBody(body_->size())) return 503;
-    if (body_->isWhole()) request_.body = body_->takeText();
+    if (body_->isWhole()) exchange_.isWhole();
     return 0;
 }
 
@@ -82,12 +82,12 @@ boost::asio::mutable_buffer Transaction::roomForBody() {
 /// Tells so a client that waits for that before it sends its body.
 void Transaction::welcomeBody() {
     const bool hasBegun = buffer_.size() > 0 || body_->size() > 0;
-    if (request_.head.expectsContinue() && !hasBegun) unsent_ = {kContinue, {}};
+    if (request_.head.expectsContinue() && !hasBegun && !bodyIsWhole()) unsent_ = {kContinue, {}};
 }
 
 void Transaction::bodyIsCutShort(uint32_t error) {
-    request_.cutShort = error;
-    request_.body = body_->takeText();
+    request_.cutShort = error != 0 ? error : brokenBy_;
+    exchange_.isWhole();
 }
 
 bool Transaction::isForExtension() const {
@@ -105,7 +105,7 @@ PenaltyBox::Verdict Transaction::judgeLogin() {
 }
 
 void Transaction::callExtension() {
-    exchange_.isWhole();
+    request_.body = body_->takeText();
     call_.emplace(request_);
     call_->run(services_.module);
     // A client may take its time over the answer; the request need not stay for that.

@@ -43,6 +43,8 @@ class Transaction {
     boost::asio::mutable_buffer roomForBody();
     /// Has something to send when the client waits for that before it sends its body.
     void welcomeBody();
+    /// To be told why the connection broke when whoever goes on cannot find out.
+    void hasBroken(uint32_t error) { brokenBy_ = error; }
     /// No more of the body comes, for this system error; 0 when the client closed.
     void bodyIsCutShort(uint32_t error);
 
@@ -83,6 +85,7 @@ class Transaction {
     bool lineBegan_ = false;
     std::optional<unsigned> headResult_;
     std::optional<BodyReader> body_;
+    uint32_t brokenBy_ = 0;
     std::optional<PenaltyBox::Verdict> verdict_;
     std::optional<ExtensionCall> call_;
     HostAnswer own_;

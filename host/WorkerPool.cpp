@@ -1,8 +1,11 @@
 #include "host/WorkerPool.h"
 
+#include <exception>
 #include <optional>
+#include <string>
 #include <utility>
 
+#include "host/Log.h"
 #include "platform/Memory.h"
 
 namespace host {
@@ -122,7 +125,11 @@ void WorkerPool::run(Job job, std::unique_lock<std::mutex>& lock) {
     const bool isLast = ++running_ == threads_.size();
     lock.unlock();
     if (isLast && tellAllBusy_) tellAllBusy_();
-    job();
+    try {
+        job();
+    } catch (const std::exception& problem) {
+        logProblem(std::string("a request failed: ") + problem.what());
+    }
     job = nullptr;
     lock.lock();
     --running_;

@@ -2,7 +2,7 @@
 // connections from themselves when they have nothing else to do.
 //
 // submit() is safe from every thread and never waits: a full queue says no, and the caller tells
-// the client to come back later. Neither a job nor a visit may throw.
+// the client to come back later. What a job or a visit throws is logged and ends only that.
 #pragma once
 
 #include <chrono>

@@ -2,7 +2,8 @@
 // clients.
 //
 // What cannot be done at once, for whatever cause, yields nothing: then the connection is given to
-// who can wait, and who finds the cause again. A connection is used by one thread at a time.
+// who can wait, and who finds the cause again, but for why a connection broke: of that the system
+// tells once. A connection is used by one thread at a time.
 #pragma once
 
 #include <array>
@@ -28,8 +29,8 @@ class ClientSocket {
     ClientSocket(ClientSocket&& other) noexcept : descriptor_(other.release()) {}
     ClientSocket& operator=(ClientSocket&&) = delete;
 
-    /// How much of what has come is now in the room; never none.
-    std::optional<size_t> receive(std::span<char> room);
+    /// How much of what has come is now in the room; never none. An error: the connection broke.
+    std::optional<size_t> receive(std::span<char> room, std::error_code& error);
     /// How much of the two, one behind the other, the system has taken; never none.
     std::optional<size_t> send(std::string_view first, std::string_view second);
     /// False when something that came is left unread.

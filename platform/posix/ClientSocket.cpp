@@ -45,8 +45,11 @@ ClientSocket::~ClientSocket() {
     if (descriptor_ >= 0) ::close(descriptor_);
 }
 
-std::optional<size_t> ClientSocket::receive(std::span<char> room) {
-    return unlessNone(::recv(descriptor_, room.data(), room.size(), 0));
+std::optional<size_t> ClientSocket::receive(std::span<char> room, std::error_code& error) {
+    error.clear();
+    const ssize_t count = ::recv(descriptor_, room.data(), room.size(), 0);
+    if (count < 0 && errno != EAGAIN && errno != EINTR) error.assign(errno, std::system_category());
+    return unlessNone(count);
 }
 
 std::optional<size_t> ClientSocket::send(std::string_view first, std::string_view second) {
@@ -94,7 +97,9 @@ std::optional<ListenerSocket::Accepted> ListenerSocket::accept(std::error_code& 
         return ::accept4(descriptor_, name, size, SOCK_NONBLOCK | SOCK_CLOEXEC);
     });
     if (descriptor < 0) {
-        const bool noOne = errno == EAGAIN || errno == ECONNABORTED || errno == EINTR;
+        // EINVAL: it was shut down.
+        const bool noOne =
+            errno == EAGAIN || errno == ECONNABORTED || errno == EINTR || errno == EINVAL;
         if (!noOne) error.assign(errno, std::generic_category());
         return std::nullopt;
     }

@@ -98,6 +98,32 @@ TEST_F(AdminHost, ShowsWhatWasAskedAndAnswered) {
     EXPECT_FALSE(std::filesystem::exists(socketFile()));
 }
 
+TEST_F(AdminHost, TellsOfRequestsThatFoundNoRoomAndOfTheirWaitForAWorker) {
+    settings_.accessLogFormat = AccessLog::Format::kJson;
+    settings_.limits.maxConnections = 0;
+    {
+        RunningServer server(settings_);
+        exchange(server.port(), "PUT /webdav/a HTTP/1.0\r\nContent-Length: 5\r\n\r\nab");
+        EXPECT_NE(ask("/status").find(R"("requests":1,"succeeded":0,)"), std::string::npos);
+    }
+    settings_.limits.maxConnections = 10;
+    settings_.threads = 1;
+    RunningServer server(settings_);
+    TestClient running(server.port());
+    running.send("GET /webdav/block HTTP/1.0\r\n\r\n");
+    TestExtension::waitUntilBlocked(1);
+    TestClient queued(server.port());
+    queued.send("GET /webdav/echo/late HTTP/1.0\r\n\r\n");
+    while (ask("/status").find(R"("queued":1)") == std::string::npos) continue;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    TestExtension::openGate();
+    queued.receiveAll();
+    EXPECT_TRUE(server.stop());
+    const size_t seconds = log().find(R"("seconds":)", log().find("/late"));
+    ASSERT_NE(seconds, std::string::npos) << log();
+    EXPECT_GE(std::stod(log().substr(seconds + 10)), 0.02);
+}
+
 TEST_F(AdminHost, IsHealthyWhileTheExtensionAnswersAndTheDiskTakesData) {
     {
         RunningServer server(settings_);

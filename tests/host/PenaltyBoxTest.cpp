@@ -202,6 +202,12 @@ TEST(Http, LoginsThatFailAreSlowedAndThenRefused) {
     }
     EXPECT_EQ(logIn("Ym9iOg==", "X-Right: yes\r\n"), "200");
     for (int i = 0; i < 3; ++i) EXPECT_EQ(logIn("YWxpY2U6"), "401");
+    // The next one waits, and nothing of it is lost meanwhile.
+    const std::string waited = exchange(server.port(),
+                                        "PUT /webdav/login HTTP/1.1\r\nHost: x\r\n"
+                                        "Authorization: Basic YWxpY2U6\r\nContent-Length: 4\r\n"
+                                        "\r\nbody");
+    EXPECT_TRUE(waited.ends_with("\r\n\r\nbody")) << waited;
     std::list<TestClient> clients;
     for (int i = 0; i < 8; ++i) {
         clients.emplace_back(server.port());

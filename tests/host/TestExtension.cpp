@@ -88,6 +88,7 @@ void block(EXTENSION_CONTROL_BLOCK& control) {
 void logIn(EXTENSION_CONTROL_BLOCK& block) {
     const bool right = variable(block, "HTTP_X_RIGHT", 4096).starts_with("yes/");
     sendHead(block, right ? "200 OK" : "401 Unauthorized", "\r\n");
+    sendBody(block, {reinterpret_cast<const char*>(block.lpbData), block.cbAvailable});
 }
 
 DWORD WINAPI call(EXTENSION_CONTROL_BLOCK* control) {

@@ -120,8 +120,11 @@ TEST_F(TlsHost, ServesAndResumesSessions) {
         const auto second = connect(server.port(), session.get());
         ASSERT_TRUE(second);
         EXPECT_EQ(SSL_session_reused(second->native_handle()), 1) << version;
-        EXPECT_TRUE(
-            exchange(*second, "GET /webdav/large HTTP/1.1\r\nHost: x\r\n\r\n").ends_with("xxxx"));
+        // Without a body there is nothing to go on with.
+        const std::string large = exchange(*second,
+                                           "GET /webdav/large HTTP/1.1\r\nHost: x\r\n"
+                                           "Expect: 100-continue\r\nContent-Length: 0\r\n\r\n");
+        EXPECT_TRUE(large.starts_with("HTTP/1.1 299 ") && large.ends_with("xxxx"));
     }
     EXPECT_TRUE(server.stop());
 }

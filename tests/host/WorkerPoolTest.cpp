@@ -34,6 +34,18 @@ TEST(WorkerPool, TakesAsManyAsItCanHoldAndNoMore) {
     EXPECT_EQ(done, static_cast<int>(kThreads + kQueue) + 1);
 }
 
+TEST(WorkerPool, GoesOnAfterAJobThatThrows) {
+    testing::internal::CaptureStderr();
+    std::promise<void> done;
+    WorkerPool pool(1, 1);
+    pool.submit([] { throw std::bad_alloc(); });
+    EXPECT_TRUE(pool.waitUntilIdle(std::chrono::steady_clock::now() + kLongEnough));
+    pool.submit([&] { done.set_value(); });
+    EXPECT_EQ(done.get_future().wait_for(kLongEnough), std::future_status::ready);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "cvwebdavd: a request failed: std::bad_alloc\n");
+}
+
 TEST(WorkerPool, EndsWithoutTheJobsThatStillWait) {
     std::promise<void> started;
     std::promise<void> gate;
