@@ -124,6 +124,7 @@ void DirectLane::tellOf(const std::error_code& error) {
 
 /// Waits when the event loop is behind.
 void DirectLane::handOver(Visitor visitor) {
+    visitor.transaction->giveBackRoom();
     {
         std::unique_lock lock(mutex_);
         arrived_.wait(lock, [this] { return onTheWay_ < mostOnTheWay_; });

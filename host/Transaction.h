@@ -33,6 +33,8 @@ class Transaction {
     /// Where to put what comes, and to be told how much it was.
     boost::asio::mutable_buffer room(size_t size);
     void came(size_t size) { buffer_.commit(size); }
+    /// Lets go of the room that nothing has come to.
+    void giveBackRoom() { buffer_.shrink_to_fit(); }
 
     /// Nothing until the head is whole; then 0, or the status to refuse the request with.
     std::optional<unsigned> readHead();
