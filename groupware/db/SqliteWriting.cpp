@@ -1,6 +1,7 @@
 #include "groupware/db/SqliteWriting.h"
 
 #include <chrono>
+#include <new>
 
 #include "groupware/db/ProcessLock.h"
 
@@ -49,17 +50,16 @@ void SqliteWriting::open() {
 }
 
 void SqliteWriting::commit(const std::optional<FolderStamps>& items) {
-    if (batch_->members > 0) {
-        try {
-            connection_.statement("RELEASE change").run();
-        } catch (...) {
-            giveUp();
-            throw;
-        }
+    try {
+        note(items);
+        if (batch_->members > 0) connection_.statement("RELEASE change").run();
+    } catch (...) {
+        items_.reset();  // may tell of this change, which is none
+        giveUp();
+        throw;
     }
+    ++batch_->members;
     const std::shared_ptr<CommitBatch> batch = batch_;
-    ++batch->members;
-    note(items);
     if (batch->members == kMostMembers || !queue_.leaveToNext()) {
         finish();
         queue_.leave();
@@ -85,8 +85,9 @@ void SqliteWriting::note(const std::optional<FolderStamps>& items) {
     for (const auto& [folder, stamp] : *items) items_->insert_or_assign(folder, stamp);
 }
 
-/// What is remembered need not be asked again when it is known what has changed.
-void SqliteWriting::tellAnswers() {
+/// What is remembered need not be asked again when it is known what has changed. Without memory for
+/// that it is forgotten.
+void SqliteWriting::tellAnswers() noexcept try {
     if (!answers_ || !items_) return;
     answers_->follow(before_, [&](AnswerCache::Answers& answers) {
         for (const auto& [folder, stamp] : *items_) {
@@ -98,6 +99,7 @@ void SqliteWriting::tellAnswers() {
             known->second = std::move(folders);
         }
     });
+} catch (const std::bad_alloc&) {
 }
 
 /// Ends the turn of one who adds nothing to the open transaction.

@@ -42,7 +42,7 @@ class SqliteWriting {
   private:
     void open();
     void note(const std::optional<FolderStamps>& items);
-    void tellAnswers();
+    void tellAnswers() noexcept;
     void close(std::optional<DatabaseError> failure) noexcept;
     void finish() noexcept;
     void leave() noexcept;

@@ -35,11 +35,18 @@ inline std::string lowerName(std::string_view name) {
     return lower;
 }
 
-inline std::string_view trimmed(std::string_view text) {
-    const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+constexpr bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+constexpr std::string_view withoutBlanksBehind(std::string_view text) {
     while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
     return text;
+}
+
+constexpr std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+    return withoutBlanksBehind(text);
 }
 
 /// Cuts the text up to the divider off its front; the rest is empty when there is none.

@@ -19,18 +19,26 @@ constexpr size_t kMostNamedZones = 64;
 
 using Component = CalendarComponent;
 
-std::optional<IcalTime> timeOf(const ContentLine& line, std::string_view value) {
+/// What the parameters of a line say of all its times.
+struct TimeForm {
+    explicit TimeForm(const ContentLine& line)
+        : isDay(equalNames(line.parameter("VALUE").value_or(""), "DATE")),
+          zone(line.parameter("TZID").value_or("")) {}
+
+    bool isDay;
+    std::string zone;
+};
+
+std::optional<IcalTime> timeOf(const TimeForm& form, std::string_view value) {
     // Some clients give a day a time of day.
     constexpr size_t kDayLength = 8;
-    if (equalNames(line.parameter("VALUE").value_or(""), "DATE")) {
-        value = trimmed(value).substr(0, kDayLength);
-    }
-    return parseIcalTime(value, line.parameter("TZID").value_or(""));
+    if (form.isDay) value = trimmed(value).substr(0, kDayLength);
+    return parseIcalTime(value, form.zone);
 }
 
 /// Keeps the last readable value: an unreadable one says nothing.
 void readTime(std::optional<IcalTime>& time, const ContentLine& line) {
-    if (auto read = timeOf(line, line.value)) time = std::move(read);
+    if (auto read = timeOf(TimeForm(line), line.value)) time = std::move(read);
 }
 
 void readRule(Component& component, const ContentLine& line) {
@@ -42,19 +50,21 @@ void readRule(Component& component, const ContentLine& line) {
 }
 
 void readDates(Component& component, const ContentLine& line) {
+    const TimeForm form(line);
     std::string_view rest = line.value;
     while (!rest.empty()) {
         std::string_view end = cutFirst(rest, ',');
-        const auto start = timeOf(line, cutFirst(end, '/'));
+        const auto start = timeOf(form, cutFirst(end, '/'));
         if (!start) continue;
-        component.dates.push_back({*start, timeOf(line, end), parseIcalDuration(end)});
+        component.dates.push_back({*start, timeOf(form, end), parseIcalDuration(end)});
     }
 }
 
 void readExceptions(Component& component, const ContentLine& line) {
+    const TimeForm form(line);
     std::string_view rest = line.value;
     while (!rest.empty()) {
-        if (auto time = timeOf(line, cutFirst(rest, ','))) {
+        if (auto time = timeOf(form, cutFirst(rest, ','))) {
             component.exceptions.push_back(std::move(*time));
         }
     }

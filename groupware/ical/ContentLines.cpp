@@ -17,7 +17,8 @@ std::string_view withoutLineEnd(std::string_view line) {
 /// before no "=" at all.
 bool mayHold(std::string_view parameters, std::string_view name) {
     for (size_t equals = 0; (equals = parameters.find('=', equals)) != parameters.npos; ++equals) {
-        const std::string_view before = trimmed(parameters.substr(0, equals));
+        // Not those in front as well: they would be looked at for each "=" anew.
+        const std::string_view before = withoutBlanksBehind(parameters.substr(0, equals));
         if (before.size() < name.size()) continue;
         if (equalNames(before.substr(before.size() - name.size()), name)) return true;
     }

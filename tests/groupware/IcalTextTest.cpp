@@ -41,6 +41,16 @@ TEST(IcalText, LinesAreReadAsClientsWriteThem) {
     EXPECT_EQ(lines, "item1.EMAIL=mail|.FOLDED=onetwothree|.=|.QUOTE=value:rest|.LAST=|");
 }
 
+TEST(IcalText, BlanksAndEqualSignsAreNoThicket) {
+    constexpr size_t kMany = 300'000;
+    const std::string text = "DTSTART;X;" + std::string(kMany, ' ') + std::string(kMany, '=') +
+                             ";TZID = a:20250101T000000\n";
+    LineReader reader(text);
+    ASSERT_TRUE(reader.next());
+    for (int i = 0; i < 100; ++i) EXPECT_FALSE(reader.line().parameter("VALUE"));
+    EXPECT_EQ(reader.line().parameter("TZID"), "a");
+}
+
 TEST(IcalText, ComponentsMustCloseInOrder) {
     const auto problem = [](const std::string& text) {
         ComponentReader reader(text);

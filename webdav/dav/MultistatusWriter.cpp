@@ -17,6 +17,7 @@ constexpr size_t kUsualStatusEnd = 80;
 
 // One long item does not mean that all are.
 constexpr size_t kLongestExpected = 2048;
+constexpr size_t kMostRoom = size_t{64} << 20;
 
 constexpr webdav::KnownPrefix kPrefixes[] = {
     {kDav, "D"},
@@ -73,7 +74,8 @@ std::string MultistatusWriter::takeText() {
 /// For all items, now that the length of one is known.
 void MultistatusWriter::makeRoom(size_t length) {
     const size_t expected = std::min(length * 5 / 4, kLongestExpected);
-    document_.reserve(document_.size() + std::exchange(expectedItems_, 0) * expected);
+    const size_t room = std::exchange(expectedItems_, 0) * expected;
+    document_.reserve(document_.size() + std::min(room, kMostRoom));
 }
 
 void MultistatusWriter::writeText(std::string_view text, bool plain) {

@@ -101,10 +101,14 @@ int32_t WebDAVRequest::LogIn(Credentials& credentials) {
         return RefuseLogin(kNoMatch);
     }
     if (isLockedOut(account.handle())) return RefuseLogin(kNoMatch);
-    if (!UserSwitchIsOn(account_.email, account_.mailDirectory))
+    if (!IsWebDAVEnabled())
         return RefuseLogin(FormatText("WebDAV is not enabled for: %s", user.c_str()));
     Log(kLogInfo, RequestTag(), "Authenticate: %s successfully authenticated", user.c_str());
     return 0;
+}
+
+bool WebDAVRequest::IsWebDAVEnabled() const {
+    return UserSwitchIsOn(account_.email, account_.mailDirectory);
 }
 
 StoreAccount WebDAVRequest::AccountOf(const std::string& address) const {

@@ -89,6 +89,7 @@ class WebDAVRequest : public ISAPIRequest {
     int32_t DispatchMethod();
     void HandleException(const class ExceptObj& failure);
     uint32_t CheckAccessToken();
+    bool IsWebDAVEnabled() const;
 
     const ServiceSwitches& Switches();
     void TraceRequest();

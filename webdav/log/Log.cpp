@@ -22,7 +22,7 @@ void Log(int level, const char* tag, const char* format, ...) {
         line += format;  // a line that cannot be formatted is no reason to fail a request
     }
     va_end(arguments);
-    log.Queue(std::move(line));
+    if (log.Wants(level)) log.Queue(std::move(line));
 }
 
 }  // namespace webdav
